@@ -1,0 +1,37 @@
+# The two commands: `make demo` and `make test`. Both install what is missing first.
+JOBS ?= $(shell nproc)
+NATIVE := build/native
+WIN32  := build/win32
+WIN64  := build/win64
+
+.PHONY: all deps native win32 win64 test bench demo clean
+
+all: native win32 win64
+
+deps:
+	@scripts/install-deps.sh
+
+native: deps
+	@cmake -S . -B $(NATIVE) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build $(NATIVE) -j $(JOBS)
+
+win32: deps
+	@cmake -S . -B $(WIN32) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(WIN32) -j $(JOBS)
+
+win64: deps
+	@cmake -S . -B $(WIN64) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-x86_64.cmake -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(WIN64) -j $(JOBS)
+
+test: native win32 win64
+	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
+	@scripts/check-windows-builds.sh
+
+bench: native
+	@scripts/run-benchmarks.sh $(NATIVE)/bin
+
+demo: native
+	@scripts/demo.sh
+
+clean:
+	rm -rf build
