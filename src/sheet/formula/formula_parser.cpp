@@ -1,0 +1,693 @@
+#include "sheet/formula/formula_parser.h"
+
+#include <charconv>
+#include <cstdio>
+#include <system_error>
+
+#include "sheet/formula/cell_address.h"
+#include "sheet/formula/error_words.h"
+#include "sheet/formula/name_chars.h"
+
+namespace kes::formula {
+
+namespace {
+
+// Excel's own limits: Excel refuses such formulas too, and the nesting limit bounds the
+// parser's recursion whatever the text.
+constexpr size_t kMaxFormulaLength = 8192;
+constexpr int kMaxNesting = 64;
+constexpr uint32_t kMaxArguments = 255;
+constexpr size_t kMaxTextLength = 255;
+constexpr size_t kMaxSheetNameLength = 31;
+
+// Binary operators from the loosest to the tightest; all of them group from the left, ^ too.
+enum BinaryLevel { kComparison, kConcatenation, kAdditive, kMultiplicative, kPower, kBinaryLevels };
+
+bool equalsIgnoringAsciiCase(std::u16string_view a, std::u16string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (asciiUpper(a[i]) != asciiUpper(b[i])) return false;
+    }
+    return true;
+}
+
+bool isForbiddenInSheetName(char16_t c) {
+    return c == u'\\' || c == u'/' || c == u'?' || c == u'*' || c == u'[' || c == u']';
+}
+
+}  // namespace
+
+// A recursive-descent parser writing the nodes straight into the expression in postfix order.
+// Every parse step returns false after recording the first error; nothing throws.
+class Parser {
+public:
+    Parser(std::u16string_view text, Expression& expression)
+        : text_(text), nodes_(expression.nodes_), strings_(expression.strings_) {}
+
+    bool parse();
+    const ParseError& error() const { return error_; }
+
+private:
+    bool atEnd() const { return pos_ >= text_.size(); }
+    char16_t at(size_t offset) const { return offset < text_.size() ? text_[offset] : u'\0'; }
+    char16_t current() const { return at(pos_); }
+    void skipSpaces() {
+        while (!atEnd() && isFormulaSpace(text_[pos_])) ++pos_;
+    }
+    char16_t peek() {
+        skipSpaces();
+        return current();
+    }
+    bool fail(size_t offset, std::string message);
+    bool failUnexpected();
+    bool enterNesting(size_t offset);
+
+    uint32_t nodeCount() const { return static_cast<uint32_t>(nodes_.size()); }
+    Node& pushNode(NodeKind kind, uint32_t subtreeStart);
+    Node& pushLeaf(NodeKind kind) { return pushNode(kind, nodeCount()); }
+    Node& pushReference(ReferenceShape shape, TextSpan sheet, TextSpan lastSheet);
+    TextSpan storeText(std::u16string_view text);
+    TextSpan storeUpperCase(std::u16string_view text);
+
+    bool parseExpression() { return parseBinary(kComparison); }
+    bool parseBinary(int level);
+    size_t binaryOperatorAt(int level, Operator& op);
+    bool parsePercent();
+    bool parseUnary();
+    bool parseUnion();
+    bool parseIntersection();
+    bool parseRange();
+    bool foldRange(uint32_t leftStart, uint32_t rightStart);
+    bool yieldsReference(uint32_t index) const;
+
+    bool parsePrimary();
+    bool parseParen();
+    bool parseString();
+    bool parseNumber();
+    bool parseErrorLiteral();
+    bool parseArray();
+    bool parseArrayValue(size_t open);
+    bool parseWord();
+    bool parseFunction(size_t nameBegin, size_t nameEnd);
+    bool parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t lastBegin, size_t lastEnd);
+    bool parseQuotedSheets();
+    bool parseReferenceBody(TextSpan sheet, TextSpan lastSheet);
+    bool tryWholeRows(TextSpan sheet, TextSpan lastSheet);
+    bool tryWholeColumns(TextSpan sheet, TextSpan lastSheet);
+    bool endsReference(size_t offset) const;
+
+    std::u16string_view text_;
+    std::vector<Node>& nodes_;
+    std::u16string& strings_;
+    size_t pos_ = 0;
+    int nesting_ = 0;
+    bool unionAllowed_ = false;   // inside parentheses of our own, where "," is not an argument separator
+    std::string numberChars_;
+    ParseError error_;
+    bool failed_ = false;
+};
+
+bool Parser::fail(size_t offset, std::string message) {
+    if (!failed_) {
+        failed_ = true;
+        error_.offset = offset;
+        error_.message = std::move(message);
+    }
+    return false;
+}
+
+bool Parser::failUnexpected() {
+    if (atEnd()) return fail(pos_, "the formula ends where an operand should follow");
+    const char16_t c = text_[pos_];
+    if (c > u' ' && c < 0x7F) return fail(pos_, std::string("unexpected '") + static_cast<char>(c) + "'");
+    char message[40];
+    std::snprintf(message, sizeof message, "unexpected character U+%04X", static_cast<unsigned>(c));
+    return fail(pos_, message);
+}
+
+bool Parser::enterNesting(size_t offset) {
+    if (++nesting_ > kMaxNesting) return fail(offset, "more than 64 levels of nested parentheses and functions");
+    return true;
+}
+
+Node& Parser::pushNode(NodeKind kind, uint32_t subtreeStart) {
+    Node& node = nodes_.emplace_back();
+    node.kind = kind;
+    node.subtreeStart = subtreeStart;
+    return node;
+}
+
+Node& Parser::pushReference(ReferenceShape shape, TextSpan sheet, TextSpan lastSheet) {
+    Node& node = pushLeaf(NodeKind::Reference);
+    node.shape = shape;
+    node.sheet = sheet;
+    node.lastSheet = lastSheet;
+    return node;
+}
+
+TextSpan Parser::storeText(std::u16string_view text) {
+    const TextSpan span{static_cast<uint32_t>(strings_.size()), static_cast<uint32_t>(text.size())};
+    strings_.append(text);
+    return span;
+}
+
+TextSpan Parser::storeUpperCase(std::u16string_view text) {
+    const TextSpan span{static_cast<uint32_t>(strings_.size()), static_cast<uint32_t>(text.size())};
+    for (char16_t c : text) strings_ += asciiUpper(c);
+    return span;
+}
+
+bool Parser::parse() {
+    if (text_.empty() || text_[0] != u'=') return fail(0, "a formula starts with =");
+    if (text_.size() > kMaxFormulaLength) return fail(kMaxFormulaLength, "a formula holds at most 8192 characters");
+    // Every node and every stored text comes from at least one character of the formula, so
+    // these reservations are never outgrown for the strings and rarely for the nodes.
+    nodes_.reserve(text_.size() / 2 + 4);
+    strings_.reserve(text_.size());
+    pos_ = 1;
+    if (!parseExpression()) return false;
+    skipSpaces();
+    return atEnd() || failUnexpected();
+}
+
+bool Parser::parseBinary(int level) {
+    if (level == kBinaryLevels) return parsePercent();
+    const uint32_t start = nodeCount();
+    if (!parseBinary(level + 1)) return false;
+    Operator op{};
+    while (size_t length = binaryOperatorAt(level, op)) {
+        pos_ += length;
+        if (!parseBinary(level + 1)) return false;
+        pushNode(NodeKind::Binary, start).op = op;
+    }
+    return true;
+}
+
+size_t Parser::binaryOperatorAt(int level, Operator& op) {
+    const char16_t c = peek();
+    const char16_t next = at(pos_ + 1);
+    if (atEnd()) return 0;
+    switch (level) {
+    case kComparison:
+        if (c == u'<' && next == u'>') { op = Operator::NotEqual; return 2; }
+        if (c == u'<' && next == u'=') { op = Operator::LessEqual; return 2; }
+        if (c == u'>' && next == u'=') { op = Operator::GreaterEqual; return 2; }
+        if (c == u'<') { op = Operator::Less; return 1; }
+        if (c == u'>') { op = Operator::Greater; return 1; }
+        if (c == u'=') { op = Operator::Equal; return 1; }
+        return 0;
+    case kConcatenation:
+        if (c == u'&') { op = Operator::Concat; return 1; }
+        return 0;
+    case kAdditive:
+        if (c == u'+') { op = Operator::Add; return 1; }
+        if (c == u'-') { op = Operator::Subtract; return 1; }
+        return 0;
+    case kMultiplicative:
+        if (c == u'*') { op = Operator::Multiply; return 1; }
+        if (c == u'/') { op = Operator::Divide; return 1; }
+        return 0;
+    case kPower:
+        if (c == u'^') { op = Operator::Power; return 1; }
+        return 0;
+    default:
+        return 0;
+    }
+}
+
+bool Parser::parsePercent() {
+    const uint32_t start = nodeCount();
+    if (!parseUnary()) return false;
+    while (peek() == u'%') {
+        ++pos_;
+        pushNode(NodeKind::Unary, start).op = Operator::Percent;
+    }
+    return true;
+}
+
+// Signs bind tighter than ^ and %, so that -2^2 is 4 as in Excel. They are read in a loop, not
+// by recursion, and applied from the innermost (the one nearest the operand) outwards.
+bool Parser::parseUnary() {
+    const uint32_t start = nodeCount();
+    skipSpaces();
+    const size_t signsBegin = pos_;
+    size_t signsEnd = pos_;
+    for (char16_t c = peek(); !atEnd() && (c == u'-' || c == u'+'); c = peek()) signsEnd = ++pos_;
+    if (!parseUnion()) return false;
+    for (size_t i = signsEnd; i > signsBegin; --i) {
+        const char16_t c = text_[i - 1];
+        if (c == u'-' || c == u'+') pushNode(NodeKind::Unary, start).op = c == u'-' ? Operator::Negate : Operator::Plus;
+    }
+    return true;
+}
+
+bool Parser::parseUnion() {
+    const uint32_t start = nodeCount();
+    if (!parseIntersection()) return false;
+    while (unionAllowed_ && peek() == u',') {
+        if (!yieldsReference(nodeCount() - 1)) return fail(pos_, "a union (,) joins references only");
+        ++pos_;
+        skipSpaces();
+        const size_t rightOffset = pos_;
+        if (!parseIntersection()) return false;
+        if (!yieldsReference(nodeCount() - 1)) return fail(rightOffset, "a union (,) joins references only");
+        pushNode(NodeKind::Binary, start).op = Operator::Union;
+    }
+    return true;
+}
+
+// A space between two references is Excel's intersection operator; anywhere else spaces are
+// only layout. The left operand decides: after a value such as 1, a following operand is an
+// error that the caller reports.
+bool Parser::parseIntersection() {
+    const uint32_t start = nodeCount();
+    if (!parseRange()) return false;
+    for (;;) {
+        skipSpaces();
+        if (atEnd() || !isFormulaSpace(text_[pos_ - 1])) return true;
+        const char16_t c = text_[pos_];
+        const bool operandFollows = c == u'(' || c == u'$' || c == u'\'' || c == u'"' || c == u'{' || c == u'#' ||
+                                    c == u'.' || isDigit(c) || startsName(text_, pos_);
+        if (!operandFollows || !yieldsReference(nodeCount() - 1)) return true;
+        const size_t rightOffset = pos_;
+        if (!parseRange()) return false;
+        if (!yieldsReference(nodeCount() - 1)) return fail(rightOffset, "an intersection (space) joins references only");
+        pushNode(NodeKind::Binary, start).op = Operator::Intersect;
+    }
+}
+
+bool Parser::parseRange() {
+    const uint32_t start = nodeCount();
+    if (!parsePrimary()) return false;
+    while (peek() == u':') {
+        if (!yieldsReference(nodeCount() - 1)) return fail(pos_, "a range (:) joins references only");
+        ++pos_;
+        skipSpaces();
+        const size_t rightOffset = pos_;
+        const uint32_t rightStart = nodeCount();
+        if (!parsePrimary()) return false;
+        if (!yieldsReference(nodeCount() - 1)) return fail(rightOffset, "a range (:) joins references only");
+        if (!foldRange(start, rightStart)) pushNode(NodeKind::Binary, start).op = Operator::Range;
+    }
+    return true;
+}
+
+// A1:B2 becomes one area node (and A :C whole columns) whether or not spaces surround the
+// colon, so that the text written back parses to the same tree.
+bool Parser::foldRange(uint32_t leftStart, uint32_t rightStart) {
+    if (rightStart != leftStart + 1 || nodeCount() != rightStart + 1) return false;
+    Node& left = nodes_[leftStart];
+    const Node& right = nodes_[rightStart];
+    if (!right.sheet.empty()) return false;
+    if (left.kind == NodeKind::Reference && right.kind == NodeKind::Reference && left.shape == ReferenceShape::Cell &&
+        right.shape == ReferenceShape::Cell) {
+        left.shape = ReferenceShape::Area;
+        left.last = right.first;
+    } else if (left.kind == NodeKind::Name && right.kind == NodeKind::Name) {
+        const auto firstColumn = columnIndex(std::u16string_view(strings_).substr(left.text.offset, left.text.length));
+        const auto lastColumn = columnIndex(std::u16string_view(strings_).substr(right.text.offset, right.text.length));
+        if (!firstColumn || !lastColumn) return false;
+        left.kind = NodeKind::Reference;
+        left.shape = ReferenceShape::Columns;
+        left.text = {};
+        left.first = CellAddress{0, *firstColumn, false, false};
+        left.last = CellAddress{0, *lastColumn, false, false};
+    } else {
+        return false;
+    }
+    orderCorners(left.first, left.last);
+    nodes_.pop_back();
+    return true;
+}
+
+// Whether the node can stand for a reference where :, space and , need one. Names and
+// functions (INDEX, OFFSET, INDIRECT...) may; what they give is the evaluator's business.
+bool Parser::yieldsReference(uint32_t index) const {
+    for (;;) {
+        const Node& node = nodes_[index];
+        switch (node.kind) {
+        case NodeKind::Reference:
+        case NodeKind::Name:
+        case NodeKind::Function: return true;
+        case NodeKind::Error: return node.error == ErrorCode::Ref;
+        case NodeKind::Binary:
+            return node.op == Operator::Range || node.op == Operator::Intersect || node.op == Operator::Union;
+        case NodeKind::Paren: --index; break;
+        default: return false;
+        }
+    }
+}
+
+bool Parser::parsePrimary() {
+    skipSpaces();
+    if (atEnd()) return fail(pos_, "the formula ends where an operand should follow");
+    const char16_t c = text_[pos_];
+    switch (c) {
+    case u'(': return parseParen();
+    case u'"': return parseString();
+    case u'{': return parseArray();
+    case u'#': return parseErrorLiteral();
+    case u'\'': return parseQuotedSheets();
+    case u'$': return parseReferenceBody({}, {});
+    default: break;
+    }
+    if (isDigit(c)) return tryWholeRows({}, {}) || parseNumber();
+    if (c == u'.') return parseNumber();
+    if (startsName(text_, pos_)) return parseWord();
+    return failUnexpected();
+}
+
+bool Parser::parseParen() {
+    const size_t open = pos_;
+    if (!enterNesting(open)) return false;
+    ++pos_;
+    const uint32_t start = nodeCount();
+    const bool outerUnionAllowed = unionAllowed_;
+    unionAllowed_ = true;
+    if (!parseExpression()) return false;
+    if (peek() != u')' || atEnd()) return atEnd() ? fail(open, "this ( is not closed") : failUnexpected();
+    ++pos_;
+    unionAllowed_ = outerUnionAllowed;
+    --nesting_;
+    pushNode(NodeKind::Paren, start);
+    return true;
+}
+
+bool Parser::parseString() {
+    const size_t open = pos_++;
+    const uint32_t offset = static_cast<uint32_t>(strings_.size());
+    for (;;) {
+        if (atEnd()) return fail(open, "this text in quotes is not closed");
+        const char16_t c = text_[pos_++];
+        if (c == u'"') {
+            if (atEnd() || text_[pos_] != u'"') break;
+            ++pos_;   // "" stands for one quote
+        }
+        strings_ += c;
+    }
+    const TextSpan span{offset, static_cast<uint32_t>(strings_.size() - offset)};
+    if (span.length > kMaxTextLength) return fail(open, "a text in a formula holds at most 255 characters");
+    pushLeaf(NodeKind::String).text = span;
+    return true;
+}
+
+bool Parser::parseNumber() {
+    const size_t begin = pos_;
+    size_t end = pos_;
+    while (isDigit(at(end))) ++end;
+    const size_t integerEnd = end;
+    if (at(end) == u'.') {
+        ++end;
+        while (isDigit(at(end))) ++end;
+    }
+    const size_t mantissaEnd = end;
+    const size_t pointCount = mantissaEnd > integerEnd ? 1 : 0;
+    if (mantissaEnd - begin == pointCount) return failUnexpected();   // a lone "."
+    int64_t exponent = 0;
+    if (at(end) == u'e' || at(end) == u'E') {
+        const size_t marker = end++;
+        const bool negative = at(end) == u'-';
+        if (at(end) == u'+' || at(end) == u'-') ++end;
+        const size_t digitsBegin = end;
+        for (; isDigit(at(end)); ++end) {
+            if (exponent < 100000) exponent = exponent * 10 + (text_[end] - u'0');
+        }
+        if (end == digitsBegin) return fail(marker, "the exponent of this number has no digits");
+        if (negative) exponent = -exponent;
+    }
+    numberChars_.clear();
+    for (size_t i = begin; i < end; ++i) numberChars_ += static_cast<char>(text_[i]);
+    double value = 0;
+    const auto [stop, status] = std::from_chars(numberChars_.data(), numberChars_.data() + numberChars_.size(), value);
+    if (status == std::errc::result_out_of_range) {
+        // Too large or too small for a double: the place of the first significant digit tells
+        // which. Tiny values are zero, as in Excel.
+        size_t significant = begin;
+        while (significant < mantissaEnd && (text_[significant] == u'0' || text_[significant] == u'.')) ++significant;
+        const int64_t magnitude = significant < integerEnd ? static_cast<int64_t>(integerEnd - significant)
+                                                           : -static_cast<int64_t>(significant - integerEnd - 1);
+        if (magnitude + exponent > 0) return fail(begin, "this number is too large");
+        value = 0;
+    } else if (status != std::errc() || stop != numberChars_.data() + numberChars_.size()) {
+        return fail(begin, "not a number");
+    }
+    pushLeaf(NodeKind::Number).number = value;
+    pos_ = end;
+    return true;
+}
+
+bool Parser::parseErrorLiteral() {
+    const ErrorWord* word = errorWordAt(text_, pos_);
+    if (!word) return fail(pos_, "not an error value; they are #NULL! #DIV/0! #VALUE! #REF! #NAME? #NUM! #N/A");
+    pushLeaf(NodeKind::Error).error = word->code;
+    pos_ += word->text.size();
+    return true;
+}
+
+bool Parser::parseArray() {
+    const size_t open = pos_++;
+    const uint32_t start = nodeCount();
+    uint32_t columns = 0;
+    uint32_t rows = 0;
+    uint32_t inRow = 0;
+    for (;;) {
+        if (!parseArrayValue(open)) return false;
+        ++inRow;
+        const char16_t c = peek();
+        if (atEnd()) return fail(open, "this { is not closed");
+        if (c == u',') {
+            ++pos_;
+            continue;
+        }
+        if (c != u';' && c != u'}') return failUnexpected();
+        if (rows == 0) columns = inRow;
+        if (inRow != columns) return fail(pos_, "every row of an array constant needs as many values as the first");
+        ++rows;
+        inRow = 0;
+        ++pos_;
+        if (c == u'}') break;
+    }
+    Node& node = pushNode(NodeKind::Array, start);
+    node.count = columns;
+    node.rows = rows;
+    return true;
+}
+
+bool Parser::parseArrayValue(size_t open) {
+    const char16_t c = peek();
+    if (atEnd()) return fail(open, "this { is not closed");
+    if (c == u'-') {
+        ++pos_;
+        if (!isDigit(current()) && current() != u'.') return fail(pos_, "a number must follow - in an array constant");
+        if (!parseNumber()) return false;
+        double& number = nodes_.back().number;
+        if (number != 0) number = -number;   // no -0, which would be written back as "-0"
+        return true;
+    }
+    if (isDigit(c) || c == u'.') return parseNumber();
+    if (c == u'"') return parseString();
+    if (c == u'#') return parseErrorLiteral();
+    if (startsName(text_, pos_)) {
+        const size_t end = scanNameChars(text_, pos_);
+        const std::u16string_view word = text_.substr(pos_, end - pos_);
+        const bool isTrue = equalsIgnoringAsciiCase(word, u"TRUE");
+        if (isTrue || equalsIgnoringAsciiCase(word, u"FALSE")) {
+            pushLeaf(NodeKind::Boolean).boolean = isTrue;
+            pos_ = end;
+            return true;
+        }
+    }
+    return fail(pos_, "an array constant holds only numbers, texts, TRUE, FALSE and error values");
+}
+
+// A word is a function name before "(", a sheet name before "!" (or "Sheet1:Sheet3!"), and
+// otherwise a reference, a boolean or a defined name.
+bool Parser::parseWord() {
+    const size_t begin = pos_;
+    const size_t end = scanNameChars(text_, begin);
+    const char16_t next = at(end);
+    if (next == u'(') return parseFunction(begin, end);
+    if (next == u'!') return parseUnquotedSheets(begin, end, end, end);
+    if (next == u':') {
+        const size_t lastEnd = scanNameChars(text_, end + 1);
+        if (lastEnd > end + 1 && at(lastEnd) == u'!') return parseUnquotedSheets(begin, end, end + 1, lastEnd);
+    }
+    return parseReferenceBody({}, {});
+}
+
+bool Parser::parseFunction(size_t nameBegin, size_t nameEnd) {
+    if (!enterNesting(nameBegin)) return false;
+    const TextSpan name = storeUpperCase(text_.substr(nameBegin, nameEnd - nameBegin));
+    pos_ = nameEnd + 1;
+    const uint32_t start = nodeCount();
+    const bool outerUnionAllowed = unionAllowed_;
+    unionAllowed_ = false;
+    uint32_t arguments = 0;
+    if (peek() == u')' && !atEnd()) {
+        ++pos_;
+    } else {
+        for (;;) {
+            const char16_t c = peek();
+            if (!atEnd() && (c == u',' || c == u')')) pushLeaf(NodeKind::Missing);
+            else if (!parseExpression()) return false;
+            if (++arguments > kMaxArguments) return fail(pos_, "a function takes at most 255 arguments");
+            const char16_t after = peek();
+            if (atEnd()) return fail(nameEnd, "this ( is not closed");
+            if (after != u',' && after != u')') return failUnexpected();
+            ++pos_;
+            if (after == u')') break;
+        }
+    }
+    unionAllowed_ = outerUnionAllowed;
+    --nesting_;
+    Node& node = pushNode(NodeKind::Function, start);
+    node.count = arguments;
+    node.text = name;
+    return true;
+}
+
+bool Parser::parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t lastBegin, size_t lastEnd) {
+    const std::u16string_view first = text_.substr(firstBegin, firstEnd - firstBegin);
+    const std::u16string_view last = text_.substr(lastBegin, lastEnd - lastBegin);
+    if (sheetNameNeedsQuotes(first)) return fail(firstBegin, "this sheet name must be in quotes, as 'name'!");
+    if (!last.empty() && sheetNameNeedsQuotes(last)) return fail(lastBegin, "this sheet name must be in quotes, as 'name'!");
+    if (first.size() > kMaxSheetNameLength || last.size() > kMaxSheetNameLength) {
+        return fail(firstBegin, "a sheet name holds at most 31 characters");
+    }
+    const TextSpan sheet = storeText(first);
+    const TextSpan lastSheet = last.empty() ? TextSpan{} : storeText(last);
+    pos_ = (last.empty() ? firstEnd : lastEnd) + 1;
+    return parseReferenceBody(sheet, lastSheet);
+}
+
+// 'My Sheet'!A1, 'It''s'!A1, 'Jan:Mar'!A1 (a colon cannot be part of a sheet name, so inside
+// the quotes it separates the first and last sheets).
+bool Parser::parseQuotedSheets() {
+    const size_t open = pos_++;
+    const uint32_t offset = static_cast<uint32_t>(strings_.size());
+    uint32_t split = 0;
+    for (;;) {
+        if (atEnd()) return fail(open, "this sheet name in quotes is not closed");
+        const char16_t c = text_[pos_++];
+        if (c == u'\'') {
+            if (atEnd() || text_[pos_] != u'\'') break;
+            ++pos_;
+        } else if (c == u':') {
+            if (split != 0) return fail(pos_ - 1, "only two sheet names can be joined by :");
+            split = static_cast<uint32_t>(strings_.size());
+            continue;
+        } else if (isForbiddenInSheetName(c)) {
+            return fail(pos_ - 1, "a sheet name cannot hold \\ / ? * [ or ]");
+        }
+        strings_ += c;
+    }
+    const uint32_t end = static_cast<uint32_t>(strings_.size());
+    const TextSpan sheet{offset, (split != 0 ? split : end) - offset};
+    const TextSpan lastSheet = split != 0 ? TextSpan{split, end - split} : TextSpan{};
+    if (sheet.empty() || (split != 0 && lastSheet.empty())) return fail(open, "a sheet name cannot be empty");
+    if (sheet.length > kMaxSheetNameLength || lastSheet.length > kMaxSheetNameLength) {
+        return fail(open, "a sheet name holds at most 31 characters");
+    }
+    if (current() != u'!' || atEnd()) return fail(pos_, "a sheet name in quotes must be followed by !");
+    ++pos_;
+    return parseReferenceBody(sheet, lastSheet);
+}
+
+// What may follow a sheet name, or stand alone: whole rows, whole columns, a cell, #REF!
+// after a sheet name, TRUE and FALSE when alone, or a defined name.
+bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet) {
+    const size_t begin = pos_;
+    const bool qualified = !sheet.empty();
+    const char16_t c = current();
+    if (qualified && c == u'#') {
+        const ErrorWord* word = errorWordAt(text_, pos_);
+        if (!word || word->code != ErrorCode::Ref) return fail(begin, "after a sheet name only #REF! can stand for an error");
+        pushReference(ReferenceShape::Invalid, sheet, lastSheet);
+        pos_ += word->text.size();
+        return true;
+    }
+    if (tryWholeRows(sheet, lastSheet) || tryWholeColumns(sheet, lastSheet)) return true;
+    CellAddress address;
+    if (const size_t end = scanCellAddress(text_, begin, address)) {
+        const char16_t next = at(end);
+        if (nameCharLength(text_, end) == 0 && next != u'$') {
+            Node& node = pushReference(ReferenceShape::Cell, sheet, lastSheet);
+            node.first = address;
+            node.last = address;
+            pos_ = end;
+            return true;
+        }
+        // A1B is a mistyped reference rather than a name; Q1_Sales and Q1.Sales are names.
+        if (c == u'$' || next == u'$' || isAsciiLetter(next) || isWideLetter(next)) {
+            return fail(begin, "not a valid cell reference");
+        }
+    }
+    if (c == u'$') return fail(begin, "not a valid cell reference");
+    if (!startsName(text_, begin)) {
+        return qualified ? fail(begin, "a reference or a name must follow the sheet name") : failUnexpected();
+    }
+    const size_t end = scanNameChars(text_, begin);
+    if (at(end) == u'$') return fail(begin, "not a valid cell reference");
+    const std::u16string_view word = text_.substr(begin, end - begin);
+    if (!lastSheet.empty()) return fail(begin, "a name cannot be taken from a range of sheets");
+    const bool isTrue = equalsIgnoringAsciiCase(word, u"TRUE");
+    if (!qualified && (isTrue || equalsIgnoringAsciiCase(word, u"FALSE"))) {
+        pushLeaf(NodeKind::Boolean).boolean = isTrue;
+    } else {
+        Node& node = pushLeaf(NodeKind::Name);
+        node.text = storeText(word);
+        node.sheet = sheet;
+    }
+    pos_ = end;
+    return true;
+}
+
+// A whole-column or whole-row range stops where a name or a reference could not go on.
+bool Parser::endsReference(size_t offset) const {
+    const char16_t c = at(offset);
+    return nameCharLength(text_, offset) == 0 && c != u'$' && c != u'!' && c != u'(';
+}
+
+bool Parser::tryWholeRows(TextSpan sheet, TextSpan lastSheet) {
+    CellAddress first;
+    CellAddress last;
+    size_t end = scanRow(text_, pos_, first);
+    if (end == 0 || at(end) != u':') return false;
+    end = scanRow(text_, end + 1, last);
+    if (end == 0 || !endsReference(end)) return false;
+    orderCorners(first, last);
+    Node& node = pushReference(ReferenceShape::Rows, sheet, lastSheet);
+    node.first = first;
+    node.last = last;
+    pos_ = end;
+    return true;
+}
+
+bool Parser::tryWholeColumns(TextSpan sheet, TextSpan lastSheet) {
+    CellAddress first;
+    CellAddress last;
+    size_t end = scanColumn(text_, pos_, first);
+    if (end == 0 || at(end) != u':') return false;
+    end = scanColumn(text_, end + 1, last);
+    if (end == 0 || !endsReference(end)) return false;
+    orderCorners(first, last);
+    Node& node = pushReference(ReferenceShape::Columns, sheet, lastSheet);
+    node.first = first;
+    node.last = last;
+    pos_ = end;
+    return true;
+}
+
+std::unique_ptr<Expression> parseFormula(std::u16string_view text, ParseError* error) {
+    if (text.empty() || text.front() != u'=') {   // most cell texts: refused before any allocation
+        if (error) *error = ParseError{0, "a formula starts with \"=\""};
+        return nullptr;
+    }
+    auto expression = std::make_unique<Expression>();
+    Parser parser(text, *expression);
+    if (parser.parse()) return expression;
+    if (error) *error = parser.error();
+    return nullptr;
+}
+
+}  // namespace kes::formula

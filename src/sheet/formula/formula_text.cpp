@@ -1,0 +1,219 @@
+#include <charconv>
+#include <vector>
+
+#include "sheet/formula/cell_address.h"
+#include "sheet/formula/error_words.h"
+#include "sheet/formula/formula_parser.h"
+#include "sheet/formula/name_chars.h"
+
+namespace kes::formula {
+
+namespace {
+
+std::u16string_view operatorText(Operator op) {
+    switch (op) {
+    case Operator::Negate: return u"-";
+    case Operator::Plus: return u"+";
+    case Operator::Percent: return u"%";
+    case Operator::Power: return u"^";
+    case Operator::Multiply: return u"*";
+    case Operator::Divide: return u"/";
+    case Operator::Add: return u"+";
+    case Operator::Subtract: return u"-";
+    case Operator::Concat: return u"&";
+    case Operator::Equal: return u"=";
+    case Operator::NotEqual: return u"<>";
+    case Operator::Less: return u"<";
+    case Operator::LessEqual: return u"<=";
+    case Operator::Greater: return u">";
+    case Operator::GreaterEqual: return u">=";
+    case Operator::Range: return u":";
+    case Operator::Intersect: return u" ";
+    case Operator::Union: return u",";
+    }
+    return u"";
+}
+
+void appendAscii(std::u16string& out, const char* begin, const char* end) {
+    for (const char* c = begin; c != end; ++c) out += static_cast<char16_t>(*c);
+}
+
+// The shortest digits that read back as the same double, laid out as Excel writes numbers in
+// formulas: plain from 1E-9 up to 1E+15, scientific beyond (1.5E+20, 1E-10).
+void appendNumber(std::u16string& out, double value) {
+    char buffer[40];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific);
+    const char* text = buffer;
+    if (*text == '-') {
+        out += u'-';
+        ++text;
+    }
+    const char* exponentMark = text;
+    while (exponentMark != result.ptr && *exponentMark != 'e') ++exponentMark;
+    char digits[24];
+    size_t digitCount = 0;
+    for (const char* c = text; c != exponentMark && digitCount < sizeof digits; ++c) {
+        if (*c != '.') digits[digitCount++] = *c;
+    }
+    int exponent = 0;
+    if (exponentMark != result.ptr) {
+        const char* digit = exponentMark + 1;
+        const bool negative = *digit == '-';
+        if (*digit == '-' || *digit == '+') ++digit;
+        for (; digit != result.ptr; ++digit) exponent = exponent * 10 + (*digit - '0');
+        if (negative) exponent = -exponent;
+    }
+    if (value == 0) {
+        out += u'0';
+    } else if (exponent >= -9 && exponent < 15) {
+        if (exponent < 0) {
+            out += u"0.";
+            out.append(static_cast<size_t>(-exponent - 1), u'0');
+            appendAscii(out, digits, digits + digitCount);
+        } else {
+            const size_t integerDigits = static_cast<size_t>(exponent) + 1;
+            for (size_t i = 0; i < integerDigits; ++i) out += i < digitCount ? static_cast<char16_t>(digits[i]) : u'0';
+            if (digitCount > integerDigits) {
+                out += u'.';
+                appendAscii(out, digits + integerDigits, digits + digitCount);
+            }
+        }
+    } else {
+        out += static_cast<char16_t>(digits[0]);
+        if (digitCount > 1) {
+            out += u'.';
+            appendAscii(out, digits + 1, digits + digitCount);
+        }
+        out += exponent < 0 ? u"E-" : u"E+";
+        const int magnitude = exponent < 0 ? -exponent : exponent;
+        char exponentDigits[8];
+        const auto written = std::to_chars(exponentDigits, exponentDigits + sizeof exponentDigits, magnitude);
+        appendAscii(out, exponentDigits, written.ptr);
+    }
+}
+
+void appendQuoted(std::u16string& out, std::u16string_view text, char16_t quote) {
+    out += quote;
+    for (char16_t c : text) {
+        out += c;
+        if (c == quote) out += c;
+    }
+    out += quote;
+}
+
+void appendSheetPrefix(std::u16string& out, const Expression& expression, const Node& node) {
+    if (node.sheet.empty()) return;
+    const std::u16string_view first = expression.text(node.sheet);
+    const std::u16string_view last = expression.text(node.lastSheet);
+    if (sheetNameNeedsQuotes(first) || (!last.empty() && sheetNameNeedsQuotes(last))) {
+        std::u16string names(first);
+        if (!last.empty()) names.append(u":").append(last);
+        appendQuoted(out, names, u'\'');
+    } else {
+        out += first;
+        if (!last.empty()) out.append(u":").append(last);
+    }
+    out += u'!';
+}
+
+void appendReference(std::u16string& out, const Expression& expression, const Node& node) {
+    appendSheetPrefix(out, expression, node);
+    switch (node.shape) {
+    case ReferenceShape::Cell: appendCellAddress(out, node.first); break;
+    case ReferenceShape::Area:
+        appendCellAddress(out, node.first);
+        out += u':';
+        appendCellAddress(out, node.last);
+        break;
+    case ReferenceShape::Columns:
+        appendColumn(out, node.first);
+        out += u':';
+        appendColumn(out, node.last);
+        break;
+    case ReferenceShape::Rows:
+        appendRow(out, node.first);
+        out += u':';
+        appendRow(out, node.last);
+        break;
+    case ReferenceShape::Invalid: out += errorWordText(ErrorCode::Ref); break;
+    }
+}
+
+void appendLeaf(std::u16string& out, const Expression& expression, const Node& node) {
+    switch (node.kind) {
+    case NodeKind::Number: appendNumber(out, node.number); break;
+    case NodeKind::String: appendQuoted(out, expression.text(node.text), u'"'); break;
+    case NodeKind::Boolean: out += node.boolean ? u"TRUE" : u"FALSE"; break;
+    case NodeKind::Error: out += errorWordText(node.error); break;
+    case NodeKind::Reference: appendReference(out, expression, node); break;
+    case NodeKind::Name:
+        appendSheetPrefix(out, expression, node);
+        out += expression.text(node.text);
+        break;
+    default: break;
+    }
+}
+
+// Joins the last `count` pieces of the stack, in order, with the separator of their place.
+std::u16string joinTop(std::vector<std::u16string>& stack, size_t count, const Node& node) {
+    std::u16string joined;
+    const size_t first = stack.size() - count;
+    for (size_t i = first; i < stack.size(); ++i) {
+        if (i > first) {
+            const bool rowEnds = node.kind == NodeKind::Array && (i - first) % node.count == 0;
+            joined += rowEnds ? u';' : u',';
+        }
+        joined += stack[i];
+    }
+    stack.resize(first);
+    return joined;
+}
+
+}  // namespace
+
+// The nodes are in postfix order, so the text is built with a stack of pieces rather than by
+// recursion: a formula nested thousands of operators deep costs no call stack.
+std::u16string formulaText(const Expression& expression) {
+    std::vector<std::u16string> stack;
+    for (const Node& node : expression.nodes()) {
+        std::u16string piece;
+        switch (node.kind) {
+        case NodeKind::Unary: {
+            std::u16string operand = std::move(stack.back());
+            stack.pop_back();
+            if (node.op == Operator::Percent) {
+                piece = std::move(operand);
+                piece += u'%';
+            } else {
+                piece.append(operatorText(node.op)).append(operand);
+            }
+            break;
+        }
+        case NodeKind::Binary: {
+            std::u16string right = std::move(stack.back());
+            stack.pop_back();
+            piece = std::move(stack.back());
+            stack.pop_back();
+            piece.append(operatorText(node.op)).append(right);
+            break;
+        }
+        case NodeKind::Paren:
+            piece.append(u"(").append(stack.back()).append(u")");
+            stack.pop_back();
+            break;
+        case NodeKind::Function:
+            piece.append(expression.text(node.text)).append(u"(").append(joinTop(stack, node.count, node)).append(u")");
+            break;
+        case NodeKind::Array:
+            piece.append(u"{").append(joinTop(stack, static_cast<size_t>(node.count) * node.rows, node)).append(u"}");
+            break;
+        default: appendLeaf(piece, expression, node); break;
+        }
+        stack.push_back(std::move(piece));
+    }
+    std::u16string text = u"=";
+    if (!stack.empty()) text += stack.back();
+    return text;
+}
+
+}  // namespace kes::formula
