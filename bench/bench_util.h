@@ -1,0 +1,32 @@
+#pragma once
+// What the benchmarks share: memory readings and one line per figure.
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+namespace kes::bench {
+
+inline long statusKiB(const char* field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind(field, 0) == 0) return std::stol(line.substr(std::strlen(field)));
+    }
+    return 0;
+}
+
+inline long residentKiB() { return statusKiB("VmRSS:"); }
+inline long peakResidentKiB() { return statusKiB("VmHWM:"); }
+
+// One figure; a target of 0 means none is set.
+inline void report(const char* what, double value, const char* unit, double target) {
+    if (target > 0) {
+        std::printf("  %-44s %10.1f %-10s (target < %g: %s)\n", what, value, unit, target,
+                    value < target ? "met" : "MISSED");
+    } else {
+        std::printf("  %-44s %10.1f %s\n", what, value, unit);
+    }
+}
+
+}  // namespace kes::bench

@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Checks the cross-built Windows binaries: the machine type of each build, and that nothing
+# imports a DLL that Windows does not ship (the runtime and zlib are linked in statically).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+system_dlls='^(kernel32|user32|gdi32|comdlg32|comctl32|ole32|oleaut32|shell32|shlwapi|advapi32|imm32|uxtheme|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]+)\.dll$'
+failures=0 checked=0
+
+check() {   # check FILE OBJDUMP EXPECTED-FORMAT
+  local file=$1 objdump=$2 format=$3
+  [ -f "$file" ] || { echo "FAIL missing $file"; failures=$((failures + 1)); return; }
+  local header; header=$($objdump -f "$file")
+  if ! grep -q "file format $format" <<<"$header"; then
+    echo "FAIL $file is not $format"; failures=$((failures + 1)); return
+  fi
+  local bad; bad=$($objdump -p "$file" | awk '/DLL Name:/ {print tolower($3)}' | grep -Ev "$system_dlls" || true)
+  if [ -n "$bad" ]; then
+    echo "FAIL $file imports $(tr '\n' ' ' <<<"$bad")"; failures=$((failures + 1)); return
+  fi
+  checked=$((checked + 1))
+}
+
+for binary in KesDataPrint.dll KesHost.exe kesprint.exe; do
+  check "build/win32/bin/$binary" i686-w64-mingw32-objdump pei-i386
+  check "build/win64/bin/$binary" x86_64-w64-mingw32-objdump pei-x86-64
+done
+
+# The host finds the entry by its plain name, so the i686 build must export it without the
+# cdecl underscore or any decoration.
+for pair in "build/win32/bin/KesDataPrint.dll i686-w64-mingw32-objdump" "build/win64/bin/KesDataPrint.dll x86_64-w64-mingw32-objdump"; do
+  set -- $pair
+  if [ -f "$1" ] && $2 -p "$1" | awk '/\[Ordinal\/Name Pointer\] Table/ {on=1; next} on && NF==0 {on=0} on' | grep -qw 'SetDllFormPRec'; then
+    checked=$((checked + 1))
+  else
+    echo "FAIL $1 does not export SetDllFormPRec by that name"; failures=$((failures + 1))
+  fi
+done
+echo "windows builds: $checked passed, $failures failed"
+[ "$failures" -eq 0 ]

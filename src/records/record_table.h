@@ -1,0 +1,95 @@
+#pragma once
+// A table of records held in memory only, with fixed-size text fields counted in bytes of the
+// ANSI code page: the print records of the quick print form live here between a print command
+// and its message to the host.
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "records/ansi_code_page.h"
+
+namespace kes {
+
+class EDatabaseError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+class RecordTable;
+
+// A text field: what is written keeps at most `size` bytes in the code page, cut silently.
+class StringField {
+public:
+    const std::u16string& name() const { return name_; }
+    uint32_t size() const { return size_; }
+
+    void SetAsString(std::u16string_view text);
+    void SetAsInteger(int64_t value);
+    std::u16string AsString() const;
+
+private:
+    friend class RecordTable;
+    StringField(RecordTable& table, size_t index, std::u16string name, uint32_t size)
+        : table_(&table), index_(index), name_(std::move(name)), size_(size) {}
+
+    RecordTable* table_;
+    size_t index_;
+    std::u16string name_;
+    uint32_t size_;
+};
+
+class RecordTable {
+public:
+    enum class State { Inactive, Browsing, Editing, Inserting };
+
+    explicit RecordTable(const AnsiCodePage& codePage = systemAnsiCodePage()) : codePage_(&codePage) {}
+    RecordTable(RecordTable&& other) noexcept;
+    RecordTable(const RecordTable&) = delete;
+    RecordTable& operator=(const RecordTable&) = delete;
+
+    void addStringField(std::u16string name, uint32_t size);
+
+    void Close();
+    void Open();
+    void Edit();
+    void Append();
+    void Post();
+    void First();
+    void Next();
+    bool Eof() const { return eof_; }
+    // Throws EDatabaseError "Field 'NAME' not found" for an unknown name.
+    StringField& FieldByName(std::u16string_view name);
+
+    State state() const { return state_; }
+    size_t recordCount() const { return records_.size(); }
+
+private:
+    friend class StringField;
+    struct Value {
+        bool assigned = false;
+        std::string bytes;   // at most the field's size, no zero byte inside
+    };
+    using Record = std::vector<Value>;
+
+    void finishPending();
+    Record& writableRecord();
+    const Value* readableValue(size_t field) const;
+
+    const AnsiCodePage* codePage_;
+    std::vector<StringField> fields_;
+    std::vector<Record> records_;
+    Record pending_;
+    bool pendingModified_ = false;
+    bool appending_ = false;
+    State state_ = State::Inactive;
+    size_t current_ = 0;
+    bool eof_ = true;
+    int64_t recordCounter_ = 0;
+};
+
+// The form's print record table: FID 50, FLableCode 50, FLableVer 50, FJson 5000, FPrinter 50.
+RecordTable makeTempPrintTable();
+
+}  // namespace kes

@@ -1,0 +1,142 @@
+#include "sheet/cell_ref.h"
+
+#include "sheet/cell_formula.h"
+#include "sheet/sheet_table.h"
+#include "sheet/workbook.h"
+
+namespace kes {
+
+bool CellRef::isNumeric() const {
+    if (cell_->type == cdtFormula) return isNumericType(cell_->formula->result.type);
+    return isNumericType(cell_->type);
+}
+
+CellValue CellRef::value() const {
+    const SheetCell& c = *cell_;
+    switch (c.type) {
+    case cdtBlank: return {};
+    case cdtBoolean: return CellValue::makeBoolean(c.boolean);
+    case cdtError: return CellValue::makeError(c.error);
+    case cdtCurrency: return CellValue::makeCurrency(c.currency);
+    case cdtFloat: return CellValue::makeFloat(c.number);
+    case cdtDateTime: return CellValue::makeDateTime(c.number);
+    case cdtInteger: return CellValue::makeInteger(c.integer);
+    case cdtString: return CellValue::makeString(c.string->text());
+    case cdtFormula: return CellValue::makeFormula(c.formula->text);
+    }
+    return {};
+}
+
+CellValue CellRef::formulaResult() const {
+    return cell_->type == cdtFormula ? cell_->formula->result : value();
+}
+
+const std::u16string& CellRef::formulaText() const {
+    static const std::u16string none;
+    return cell_->type == cdtFormula ? cell_->formula->text : none;
+}
+
+double CellRef::asFloat() const { return formulaResult().asFloat(); }
+
+void CellRef::releaseValue() {
+    if (cell_->type == cdtString) sheet_->workbook().strings().release(cell_->string);
+    else if (cell_->type == cdtFormula) delete cell_->formula;
+    cell_->type = cdtBlank;
+    cell_->currency = 0;
+}
+
+void CellRef::storeValue(const CellValue& value) {
+    SheetCell& c = *cell_;
+    switch (value.type) {
+    case cdtBlank: break;
+    case cdtBoolean: c.boolean = value.boolean; break;
+    case cdtError: c.error = value.error; break;
+    case cdtCurrency: c.currency = value.currency; break;
+    case cdtFloat:
+    case cdtDateTime: c.number = value.number; break;
+    case cdtInteger: c.integer = value.integer; break;
+    case cdtString: c.string = sheet_->workbook().strings().acquire(value.text); break;
+    case cdtFormula:
+        // Only a formula text that parsed once arrives here (undo, snapshots).
+        if (auto expression = formula::parseFormula(value.text)) {
+            c.formula = new CellFormula{value.text, std::move(expression), {}};
+        } else {
+            c.string = sheet_->workbook().strings().acquire(value.text);
+            c.type = cdtString;
+            return;
+        }
+        break;
+    }
+    c.type = value.type;
+}
+
+void CellRef::recordChange() {
+    UndoHistory& history = sheet_->workbook().history();
+    if (history.acceptsCommands()) history.record(*sheet_, row(), column(), sheet_->cellState(row(), column()));
+}
+
+void CellRef::finishChange() {
+    sheet_->changed();
+    sheet_->workbook().modified = true;
+}
+
+void CellRef::replaceValue(const CellValue& value) {
+    recordChange();
+    releaseValue();
+    storeValue(value);
+    finishChange();
+}
+
+void CellRef::setValue(const CellValue& value) {
+    if (value.type == cdtString) setText(value.text, 1);
+    else if (value.type == cdtFormula) setFormula(value.text);
+    else replaceValue(value);
+}
+
+void CellRef::setBoolean(bool value) { replaceValue(CellValue::makeBoolean(value)); }
+void CellRef::setError(FormulaErrorCode code) { replaceValue(CellValue::makeError(code)); }
+void CellRef::setCurrency(int64_t scaledBy10000) { replaceValue(CellValue::makeCurrency(scaledBy10000)); }
+void CellRef::setFloat(double value) { replaceValue(CellValue::makeFloat(value)); }
+void CellRef::setDateTime(double value) { replaceValue(CellValue::makeDateTime(value)); }
+void CellRef::setInteger(int32_t value) { replaceValue(CellValue::makeInteger(value)); }
+void CellRef::setString(std::u16string_view text) {
+    recordChange();
+    // Acquire before releasing: the text may be the cell's own shared string.
+    SharedString* entry = sheet_->workbook().strings().acquire(text);
+    releaseValue();
+    cell_->string = entry;
+    cell_->type = cdtString;
+    finishChange();
+}
+void CellRef::clear() { replaceValue(CellValue{}); }
+
+bool CellRef::setFormula(std::u16string_view text) {
+    auto expression = formula::parseFormula(text);
+    if (!expression) return false;
+    recordChange();
+    releaseValue();
+    cell_->formula = new CellFormula{std::u16string(text), std::move(expression), {}};
+    cell_->type = cdtFormula;
+    finishChange();
+    return true;
+}
+
+void CellRef::setStyle(uint16_t style) {
+    if (cell_->style == style) return;
+    recordChange();
+    cell_->style = style;
+    finishChange();
+}
+
+const std::u16string& CellRef::numberFormat() const { return sheet_->workbook().styles()[cell_->style].numberFormat; }
+
+bool CellRef::showsFormula() const {
+    switch (cell_->showFormula) {
+    case ShowFormula::On: return true;
+    case ShowFormula::Off: return false;
+    case ShowFormula::Default: break;
+    }
+    return sheet_->showFormulas;
+}
+
+}  // namespace kes

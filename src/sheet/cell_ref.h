@@ -1,0 +1,84 @@
+#pragma once
+// A cell together with the row and sheet it lives in: what the sheet hands out for a cell
+// position. The cell itself does not know its row, which keeps it small; every operation that
+// records undo steps or signals changes goes through this handle. Cheap to copy; valid while
+// the cell exists.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "sheet/cell_value.h"
+#include "sheet/sheet_items.h"
+
+namespace kes {
+
+class SheetTable;
+
+class CellRef {
+public:
+    CellRef() = default;
+    CellRef(SheetTable* sheet, SheetRow* row, SheetCell* cell) : sheet_(sheet), row_(row), cell_(cell) {}
+
+    explicit operator bool() const { return cell_ != nullptr; }
+    SheetCell* cell() const { return cell_; }
+    SheetRow* rowItem() const { return row_; }
+    SheetTable& sheet() const { return *sheet_; }
+    int32_t row() const { return row_->index; }
+    int32_t column() const { return cell_->index; }
+
+    CellDataType dataType() const { return cell_->type; }
+    bool isNumeric() const;
+
+    // Writes a text as typed: error words, then (unless the cell is formatted as text) numbers,
+    // money, booleans and dates become values; the rest is a string, or with `flag` 1 a formula
+    // when the formula parser accepts it. Throws ESheetError on a cell inside an array formula.
+    void setText(std::u16string_view text, uint8_t flag);
+
+    // The text as the user sees it in the grid, through the cell's number format.
+    std::u16string displayText() const;
+
+    // The plain text of the value; empty for errors.
+    std::u16string asString() const;
+    double asFloat() const;
+
+    // A copy of the value; for a formula, its text (see formulaResult for what it computes).
+    CellValue value() const;
+    CellValue formulaResult() const;
+    const std::u16string& formulaText() const;
+
+    // Stores a value by its kind; a string goes through setText with flag 1.
+    void setValue(const CellValue& value);
+    void setBoolean(bool value);
+    void setError(FormulaErrorCode code);
+    void setCurrency(int64_t scaledBy10000);
+    void setFloat(double value);
+    void setDateTime(double value);
+    void setInteger(int32_t value);
+    void setString(std::u16string_view text);
+    // Parses `text` ("=" and an expression) as a formula; false (and nothing changed) when the
+    // parser refuses it.
+    bool setFormula(std::u16string_view text);
+    void clear();
+
+    uint16_t style() const { return cell_->style; }
+    void setStyle(uint16_t style);
+    const std::u16string& numberFormat() const;
+
+    ShowFormula showFormula() const { return cell_->showFormula; }
+    void setShowFormula(ShowFormula show) { cell_->showFormula = show; }
+
+private:
+    friend class SheetTable;
+    void recordChange();
+    void finishChange();
+    void replaceValue(const CellValue& value);
+    void storeValue(const CellValue& value);
+    void releaseValue();
+    bool showsFormula() const;
+
+    SheetTable* sheet_ = nullptr;
+    SheetRow* row_ = nullptr;
+    SheetCell* cell_ = nullptr;
+};
+
+}  // namespace kes

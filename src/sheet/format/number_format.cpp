@@ -1,0 +1,266 @@
+#include "sheet/format/number_format.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace kes {
+namespace {
+
+constexpr double kLastSerial = 2958466.0;   // 10000-01-01 in the 1900 system
+
+std::u16string ascii(std::string_view s) { return std::u16string(s.begin(), s.end()); }
+
+bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        char16_t x = a[i], y = b[i];
+        if (x >= u'A' && x <= u'Z') x += 32;
+        if (y >= u'A' && y <= u'Z') y += 32;
+        if (x != y) return false;
+    }
+    return true;
+}
+
+bool isGeneral(std::u16string_view code) { return code.empty() || equalsIgnoringCase(code, u"General"); }
+
+// The value rounded to 15 significant digits: its digits without trailing zeros and the
+// decimal exponent of the first one.
+struct Digits {
+    std::string digits;
+    int exponent = 0;
+    bool negative = false;
+};
+
+Digits significantDigits(double value) {
+    char buffer[40];
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific, 14);
+    const std::string_view text(buffer, static_cast<size_t>(end - buffer));
+    Digits d;
+    size_t i = 0;
+    if (text[i] == '-') {
+        d.negative = true;
+        ++i;
+    }
+    for (; i < text.size() && text[i] != 'e'; ++i) {
+        if (text[i] != '.') d.digits.push_back(text[i]);
+    }
+    std::from_chars(text.data() + i + 1 + (text[i + 1] == '+'), text.data() + text.size(), d.exponent);
+    while (d.digits.size() > 1 && d.digits.back() == '0') d.digits.pop_back();
+    return d;
+}
+
+struct Date {
+    int year, month, day;
+};
+
+Date civilFromDays(int64_t z) {
+    z += 719468;
+    const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+    const unsigned doe = static_cast<unsigned>(z - era * 146097);
+    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const unsigned mp = (5 * doy + 2) / 153;
+    const unsigned d = doy - (153 * mp + 2) / 5 + 1;
+    const unsigned m = mp < 10 ? mp + 3 : mp - 9;
+    return {static_cast<int>(yoe + era * 400 + (m <= 2)), static_cast<int>(m), static_cast<int>(d)};
+}
+
+constexpr int64_t kDaysTo18991230 = -25569;   // 1899-12-30 counted from 1970-01-01
+
+// The calendar date of a 1900-system serial day, with the spreadsheet's 29 February 1900.
+Date dateOfSerial(int64_t days) {
+    if (days == 60) return {1900, 2, 29};
+    if (days == 0) return {1900, 1, 0};
+    return civilFromDays(kDaysTo18991230 + days + (days < 60 ? 1 : 0));
+}
+
+std::u16string number(int value, int width) {
+    std::string s = std::to_string(value);
+    while (static_cast<int>(s.size()) < width) s.insert(s.begin(), '0');
+    return ascii(s);
+}
+
+// Expands the y, m, d, h, m(inutes) and s letters of a settings pattern such as "yyyy/m/d"
+// or "h:mm:ss"; everything else is copied.
+std::u16string expandPattern(std::u16string_view pattern, const Date& date, int hour, int minute, int second) {
+    std::u16string out;
+    for (size_t i = 0; i < pattern.size();) {
+        const char16_t c = pattern[i] >= u'A' && pattern[i] <= u'Z' ? pattern[i] + 32 : pattern[i];
+        size_t run = 1;
+        while (i + run < pattern.size() && (pattern[i + run] | 0x20) == c) ++run;
+        const int width = static_cast<int>(run);
+        switch (c) {
+        case u'y': out += run <= 2 ? number(date.year % 100, 2) : number(date.year, 4); break;
+        case u'd': out += number(date.day, width); break;
+        case u'h': out += number(hour, width); break;
+        case u's': out += number(second, width); break;
+        case u'm': {
+            const bool minutes = pattern.find(u'h') != std::u16string_view::npos;
+            out += number(minutes ? minute : date.month, width);
+            break;
+        }
+        default: out.append(pattern.substr(i, run)); break;
+        }
+        i += run;
+    }
+    return out;
+}
+
+std::u16string dateTimeText(double serial, const FormatSettings& settings) {
+    if (settings.date1904) serial += 1462;
+    if (serial < 0 || serial >= kLastSerial) return u"########";
+    int64_t days = static_cast<int64_t>(std::floor(serial));
+    int64_t seconds = std::llround((serial - double(days)) * 86400.0);
+    if (seconds == 86400) {
+        ++days;
+        seconds = 0;
+    }
+    const Date date = dateOfSerial(days);
+    const int hour = int(seconds / 3600), minute = int(seconds / 60 % 60), second = int(seconds % 60);
+    const std::u16string datePart = expandPattern(settings.shortDateFormat, date, hour, minute, second);
+    const std::u16string timePart = expandPattern(settings.longTimeFormat, date, hour, minute, second);
+    if (seconds == 0) return datePart;
+    if (days == 0) return timePart;
+    return datePart + u' ' + timePart;
+}
+
+std::u16string groupThousands(const std::string& digits, char16_t separator) {
+    std::u16string out;
+    for (size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0) out += separator;
+        out += char16_t(digits[i]);
+    }
+    return out;
+}
+
+std::u16string currencyText(double value, const FormatSettings& settings) {
+    const double cents = std::round(std::fabs(value) * 100.0);
+    const auto whole = static_cast<uint64_t>(cents / 100.0);
+    const auto fraction = static_cast<unsigned>(cents - double(whole) * 100.0);
+    std::u16string text = value < 0 && cents > 0 ? u"-" : u"";
+    text += settings.currencySymbol;
+    text += groupThousands(std::to_string(whole), settings.thousandSeparator);
+    text += settings.decimalSeparator;
+    text += number(static_cast<int>(fraction), 2);
+    return text;
+}
+
+}  // namespace
+
+std::u16string formatGeneral(double value, const FormatSettings& settings) {
+    if (value == 0 || !std::isfinite(value)) return u"0";
+    const Digits d = significantDigits(value);
+    std::u16string out = d.negative ? u"-" : u"";
+    const double magnitude = std::fabs(value);
+    if (magnitude < 1e-9 || d.exponent >= 15) {
+        out += char16_t(d.digits[0]);
+        if (d.digits.size() > 1) {
+            out += settings.decimalSeparator;
+            out += ascii(std::string_view(d.digits).substr(1));
+        }
+        out += d.exponent < 0 ? u"E-" : u"E+";
+        out += number(std::abs(d.exponent), 2);
+        return out;
+    }
+    if (d.exponent < 0) {
+        out += u'0';
+        out += settings.decimalSeparator;
+        out.append(static_cast<size_t>(-d.exponent - 1), u'0');
+        out += ascii(d.digits);
+        return out;
+    }
+    const size_t wholeDigits = static_cast<size_t>(d.exponent) + 1;
+    if (d.digits.size() <= wholeDigits) {
+        out += ascii(d.digits);
+        out.append(wholeDigits - d.digits.size(), u'0');
+    } else {
+        out += ascii(std::string_view(d.digits).substr(0, wholeDigits));
+        out += settings.decimalSeparator;
+        out += ascii(std::string_view(d.digits).substr(wholeDigits));
+    }
+    return out;
+}
+
+FormattedText formatNumber(double value, std::u16string_view code, const FormatSettings& settings, NumberHint hint) {
+    if (isGeneral(code)) {
+        switch (hint) {
+        case NumberHint::DateTime: return {dateTimeText(value, settings), {}};
+        case NumberHint::Currency: return {currencyText(value, settings), {}};
+        case NumberHint::Plain: break;
+        }
+        return {formatGeneral(value, settings), {}};
+    }
+    if (isDateTimeFormat(code)) return {dateTimeText(value, settings), {}};
+    return {formatGeneral(value, settings), {}};
+}
+
+FormattedText formatText(std::u16string_view text, std::u16string_view) { return {std::u16string(text), {}}; }
+
+bool isTextFormat(std::u16string_view code) { return code == u"@"; }
+
+bool isDateTimeFormat(std::u16string_view code) {
+    if (isGeneral(code)) return false;
+    for (size_t i = 0; i < code.size(); ++i) {
+        const char16_t c = code[i];
+        if (c == u'"') {
+            const size_t close = code.find(u'"', i + 1);
+            if (close == std::u16string_view::npos) return false;
+            i = close;
+        } else if (c == u'\\' || c == u'_' || c == u'*') {
+            ++i;
+        } else if (c == u'[') {
+            const size_t close = code.find(u']', i + 1);
+            if (close == std::u16string_view::npos) return false;
+            const char16_t inner = close > i + 1 ? (code[i + 1] | 0x20) : 0;
+            if (inner == u'h' || inner == u'm' || inner == u's') return true;   // elapsed time
+            i = close;
+        } else if (c == u';') {
+            return false;   // the first section decides
+        } else {
+            switch (c | 0x20) {
+            case u'y': case u'm': case u'd': case u'h': case u's': return true;
+            default: break;
+            }
+        }
+    }
+    return false;
+}
+
+std::u16string_view builtinFormatCode(int id) {
+    switch (id) {
+    case 0: return u"General";
+    case 1: return u"0";
+    case 2: return u"0.00";
+    case 3: return u"#,##0";
+    case 4: return u"#,##0.00";
+    case 9: return u"0%";
+    case 10: return u"0.00%";
+    case 11: return u"0.00E+00";
+    case 12: return u"# ?/?";
+    case 13: return u"# ?" u"?/?" u"?";   // written apart: "??/" would be a trigraph
+    case 14: return u"yyyy/m/d";
+    case 15: return u"d-mmm-yy";
+    case 16: return u"d-mmm";
+    case 17: return u"mmm-yy";
+    case 18: return u"h:mm AM/PM";
+    case 19: return u"h:mm:ss AM/PM";
+    case 20: return u"h:mm";
+    case 21: return u"h:mm:ss";
+    case 22: return u"yyyy/m/d h:mm";
+    case 37: return u"#,##0 ;(#,##0)";
+    case 38: return u"#,##0 ;[Red](#,##0)";
+    case 39: return u"#,##0.00;(#,##0.00)";
+    case 40: return u"#,##0.00;[Red](#,##0.00)";
+    case 45: return u"mm:ss";
+    case 46: return u"[h]:mm:ss";
+    case 47: return u"mm:ss.0";
+    case 48: return u"##0.0E+0";
+    case 49: return u"@";
+    default: return {};
+    }
+}
+
+}  // namespace kes

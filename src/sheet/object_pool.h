@@ -1,0 +1,65 @@
+#pragma once
+// Fixed-size slots for a sheet's rows and cells: a million cells cost a million slots in a few
+// large blocks instead of a million heap blocks with their headers.
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace kes {
+
+template <class T>
+class ObjectPool {
+public:
+    ObjectPool() = default;
+    ObjectPool(const ObjectPool&) = delete;
+    ObjectPool& operator=(const ObjectPool&) = delete;
+
+    template <class... Args>
+    T* make(Args&&... args) {
+        void* slot = takeSlot();
+        return new (slot) T(std::forward<Args>(args)...);
+    }
+
+    void dispose(T* object) {
+        object->~T();
+        auto* slot = reinterpret_cast<Slot*>(object);
+        slot->nextFree = free_;
+        free_ = slot;
+    }
+
+    // Forgets every object without running destructors; for owners that have already
+    // released what the objects refer to.
+    void reset() {
+        blocks_.clear();
+        free_ = nullptr;
+        used_ = kBlockSize;
+    }
+
+private:
+    union Slot {
+        Slot* nextFree;
+        alignas(T) unsigned char storage[sizeof(T)];
+    };
+    static constexpr size_t kBlockSize = 4096;
+
+    void* takeSlot() {
+        if (free_) {
+            Slot* slot = free_;
+            free_ = slot->nextFree;
+            return slot->storage;
+        }
+        if (used_ == kBlockSize) {
+            blocks_.push_back(std::make_unique<Slot[]>(kBlockSize));
+            used_ = 0;
+        }
+        return blocks_.back()[used_++].storage;
+    }
+
+    std::vector<std::unique_ptr<Slot[]>> blocks_;
+    Slot* free_ = nullptr;
+    size_t used_ = kBlockSize;
+};
+
+}  // namespace kes

@@ -1,0 +1,84 @@
+#include "sheet/shared_strings.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace kes {
+
+SharedStringTable::~SharedStringTable() {
+    for (SharedString* entry : slots_) std::free(entry);
+}
+
+uint32_t SharedStringTable::hashOf(std::u16string_view text) {
+    uint32_t h = 2166136261u;   // FNV-1a over the code units
+    for (char16_t c : text) {
+        h ^= c;
+        h *= 16777619u;
+    }
+    return h;
+}
+
+size_t SharedStringTable::slotOf(std::u16string_view text, uint32_t hash) const {
+    const size_t mask = slots_.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        const SharedString* entry = slots_[i];
+        if (!entry || (entry->hash_ == hash && entry->text() == text)) return i;
+    }
+}
+
+void SharedStringTable::grow() {
+    std::vector<SharedString*> old = std::move(slots_);
+    slots_.assign(old.empty() ? 1024 : old.size() * 2, nullptr);
+    const size_t mask = slots_.size() - 1;
+    for (SharedString* entry : old) {
+        if (!entry) continue;
+        size_t i = entry->hash_ & mask;
+        while (slots_[i]) i = (i + 1) & mask;
+        slots_[i] = entry;
+    }
+}
+
+SharedString* SharedStringTable::acquire(std::u16string_view text) {
+    if ((count_ + 1) * 4 > slots_.size() * 3) grow();
+    const uint32_t hash = hashOf(text);
+    const size_t slot = slotOf(text, hash);
+    if (SharedString* entry = slots_[slot]) {
+        ++entry->refs_;
+        return entry;
+    }
+    const size_t bytes = offsetof(SharedString, chars_) + (text.size() + 1) * sizeof(char16_t);
+    auto* entry = static_cast<SharedString*>(std::malloc(bytes));
+    if (!entry) throw std::bad_alloc();
+    entry->refs_ = 1;
+    entry->length_ = static_cast<uint32_t>(text.size());
+    entry->hash_ = hash;
+    std::memcpy(entry->chars_, text.data(), text.size() * sizeof(char16_t));
+    entry->chars_[text.size()] = 0;
+    slots_[slot] = entry;
+    ++count_;
+    return entry;
+}
+
+void SharedStringTable::release(SharedString* entry) {
+    if (--entry->refs_ != 0) return;
+    // Remove by backward-shift, so that probing never needs tombstones.
+    const size_t mask = slots_.size() - 1;
+    size_t hole = slotOf(entry->text(), entry->hash_);
+    for (size_t i = (hole + 1) & mask; slots_[i]; i = (i + 1) & mask) {
+        const size_t home = slots_[i]->hash_ & mask;
+        // Move the entry back when the hole lies cyclically within [home, i).
+        const bool holeInProbeRange = home <= i ? (home <= hole && hole < i) : (hole >= home || hole < i);
+        if (holeInProbeRange) {
+            slots_[hole] = slots_[i];
+            hole = i;
+        }
+    }
+    slots_[hole] = nullptr;
+    --count_;
+    std::free(entry);
+}
+
+}  // namespace kes
+

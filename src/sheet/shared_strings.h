@@ -1,0 +1,46 @@
+#pragma once
+// The workbook's table of cell texts: equal texts share one reference-counted entry, which
+// lives while a cell refers to it.
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace kes {
+
+class SharedString {
+public:
+    std::u16string_view text() const { return {chars_, length_}; }
+
+private:
+    friend class SharedStringTable;
+    uint32_t refs_;
+    uint32_t length_;
+    uint32_t hash_;
+    char16_t chars_[1];   // length_ units follow, allocated with the entry
+};
+
+class SharedStringTable {
+public:
+    SharedStringTable() = default;
+    SharedStringTable(const SharedStringTable&) = delete;
+    SharedStringTable& operator=(const SharedStringTable&) = delete;
+    ~SharedStringTable();
+
+    // The entry for `text` with one more reference.
+    SharedString* acquire(std::u16string_view text);
+    void addRef(SharedString* entry) { ++entry->refs_; }
+    // Drops one reference; the entry is freed with the last one.
+    void release(SharedString* entry);
+
+    size_t size() const { return count_; }
+
+private:
+    static uint32_t hashOf(std::u16string_view text);
+    size_t slotOf(std::u16string_view text, uint32_t hash) const;
+    void grow();
+
+    std::vector<SharedString*> slots_;   // open addressing, linear probing, no tombstones
+    size_t count_ = 0;
+};
+
+}  // namespace kes

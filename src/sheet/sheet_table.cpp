@@ -1,0 +1,100 @@
+#include "sheet/sheet_table.h"
+
+#include "sheet/cell_formula.h"
+#include "sheet/workbook.h"
+
+namespace kes {
+
+SheetTable::SheetTable(Workbook& workbook, std::u16string name) : workbook_(workbook), name_(std::move(name)) {}
+
+SheetTable::~SheetTable() { clearCells(); }
+
+SheetRow* SheetTable::createRow(int32_t row) {
+    return rows_.createItem(row, [this](int32_t index) { return rowPool_.make(index); }, [](SheetRow*) {});
+}
+
+CellRef SheetTable::getCell(int32_t row, int32_t column) {
+    SheetRow* r = rows_.getItem(row);
+    if (!r) return {};
+    SheetCell* c = r->cells.getItem(column);
+    return c ? CellRef(this, r, c) : CellRef();
+}
+
+CellRef SheetTable::createCell(int32_t row, int32_t column) {
+    UndoHistory& history = workbook_.history();
+    if (history.acceptsCommands() && !getCell(row, column)) history.record(*this, row, column, CellState{});
+    return createCell(*createRow(row), column);
+}
+
+CellRef SheetTable::createCell(SheetRow& row, int32_t column) {
+    SheetCell* cell = row.cells.createItem(
+        column, [this](int32_t index) { return makeCell(index); },
+        [this](SheetCell* made) {
+            columns_.createItem(made->index, [](int32_t index) { return new SheetColumn(index); }, [](SheetColumn*) {});
+        });
+    return CellRef(this, &row, cell);
+}
+
+SheetCell* SheetTable::makeCell(int32_t column) {
+    ++version_;
+    return cellPool_.make(column);
+}
+
+void SheetTable::deleteCell(int32_t row, int32_t column) {
+    CellRef ref = getCell(row, column);
+    if (!ref) return;
+    workbook_.history().record(*this, row, column, cellState(row, column));
+    ref.row_->cells.deleteItem(ref.cell_, [&](SheetCell* cell) { disposeCell(*ref.row_, cell); });
+    ++version_;
+}
+
+void SheetTable::disposeCell(SheetRow& row, SheetCell* cell) {
+    CellRef(this, &row, cell).releaseValue();
+    cellPool_.dispose(cell);
+}
+
+void SheetTable::disposeRow(SheetRow* row) {
+    row->cells.clear([&](SheetCell* cell) { disposeCell(*row, cell); });
+    rowPool_.dispose(row);
+}
+
+void SheetTable::clearCells() {
+    rows_.clear([this](SheetRow* row) { disposeRow(row); });
+    columns_.clear([](SheetColumn* column) { delete column; });
+    cellPool_.reset();
+    rowPool_.reset();
+    ++version_;
+}
+
+bool SheetTable::showsZeroValues() const {
+    return zeroValues == TriState::Default ? workbook_.zeroValues : zeroValues == TriState::On;
+}
+
+int32_t SheetTable::columnWidth(int32_t column) {
+    const SheetColumn* c = columns_.getItem(column);
+    return c && c->width > 0 ? c->width : defaultColumnWidth;
+}
+
+void SheetTable::setColumnWidth(int32_t column, int32_t pixels) {
+    SheetColumn* c = columns_.createItem(column, [](int32_t index) { return new SheetColumn(index); }, [](SheetColumn*) {});
+    c->width = pixels;
+    ++version_;
+}
+
+CellState SheetTable::cellState(int32_t row, int32_t column) {
+    CellRef ref = getCell(row, column);
+    if (!ref) return {};
+    return CellState{true, ref.value(), ref.style()};
+}
+
+void SheetTable::restoreCellState(int32_t row, int32_t column, const CellState& state) {
+    if (!state.exists) {
+        deleteCell(row, column);
+        return;
+    }
+    CellRef ref = createCell(row, column);
+    ref.replaceValue(state.value);
+    ref.cell_->style = state.style;
+}
+
+}  // namespace kes

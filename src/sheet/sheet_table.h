@@ -1,0 +1,84 @@
+#pragma once
+// One worksheet: a sparse table of rows, each a sparse list of cells, plus the columns that
+// hold at least one cell, and the selection.
+#include <cstdint>
+#include <string>
+
+#include "sheet/cell_ref.h"
+#include "sheet/item_list.h"
+#include "sheet/object_pool.h"
+#include "sheet/selection.h"
+#include "sheet/sheet_items.h"
+#include "sheet/undo_history.h"
+
+namespace kes {
+
+class Workbook;
+
+enum class TriState : uint8_t { Off, On, Default };
+
+class SheetTable {
+public:
+    SheetTable(Workbook& workbook, std::u16string name);
+    ~SheetTable();
+    SheetTable(const SheetTable&) = delete;
+    SheetTable& operator=(const SheetTable&) = delete;
+
+    Workbook& workbook() const { return workbook_; }
+    const std::u16string& name() const { return name_; }
+    void setName(std::u16string name) { name_ = std::move(name); }
+
+    ItemList<SheetRow>& rows() { return rows_; }
+    ItemList<SheetColumn>& columns() { return columns_; }
+    SheetSelection& selection() { return selection_; }
+    const SheetSelection& selection() const { return selection_; }
+
+    SheetRow* getRow(int32_t row) { return rows_.getItem(row); }
+    SheetRow* createRow(int32_t row);
+    SheetColumn* getColumn(int32_t column) { return columns_.getItem(column); }
+
+    // None (a false handle) when the row or the cell does not exist; never makes anything.
+    CellRef getCell(int32_t row, int32_t column);
+    // The cell at (row, column), made together with its row and column when missing.
+    CellRef createCell(int32_t row, int32_t column);
+    // The row's own create cell, for readers that walk a row.
+    CellRef createCell(SheetRow& row, int32_t column);
+    void deleteCell(int32_t row, int32_t column);
+    // Frees every row, cell and column; records nothing.
+    void clearCells();
+
+    // Display settings: `ZeroValues` Default takes the workbook's setting.
+    TriState zeroValues = TriState::Default;
+    bool showFormulas = false;
+    bool showsZeroValues() const;
+
+    int32_t columnWidth(int32_t column);
+    void setColumnWidth(int32_t column, int32_t pixels);
+    int32_t defaultColumnWidth = 72;
+    int32_t defaultRowHeight = 20;
+
+    // Counts every change of the sheet's content, so that views know when to repaint.
+    uint64_t version() const { return version_; }
+    void changed() { ++version_; }
+
+    // The state of a cell for the undo history, and putting such a state back.
+    CellState cellState(int32_t row, int32_t column);
+    void restoreCellState(int32_t row, int32_t column, const CellState& state);
+
+private:
+    friend class CellRef;
+    SheetCell* makeCell(int32_t column);
+    void disposeCell(SheetRow& row, SheetCell* cell);
+    void disposeRow(SheetRow* row);
+
+    Workbook& workbook_;
+    std::u16string name_;
+    ObjectPool<SheetCell> cellPool_;
+    ObjectPool<SheetRow> rowPool_;
+    ItemList<SheetRow> rows_;
+    ItemList<SheetColumn> columns_;
+    SheetSelection selection_;
+    uint64_t version_ = 0;
+};
+
+}  // namespace kes

@@ -1,0 +1,64 @@
+#include "sheet/undo_history.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "sheet/sheet_table.h"
+
+namespace kes {
+
+void UndoHistory::clear() {
+    undo_.clear();
+    redo_.clear();
+    open_.clear();
+}
+
+void UndoHistory::beginAction() { ++openDepth_; }
+
+void UndoHistory::endAction() {
+    if (openDepth_ == 0 || --openDepth_ > 0) return;
+    if (!open_.empty()) push(undo_, std::move(open_));
+    open_.clear();
+}
+
+void UndoHistory::push(std::vector<Action>& stack, Action action) {
+    if (stack.size() == kMaxActions) stack.erase(stack.begin());
+    stack.push_back(std::move(action));
+}
+
+void UndoHistory::record(SheetTable& sheet, int32_t row, int32_t column, CellState before) {
+    if (!acceptsCommands()) return;
+    redo_.clear();
+    Record r{&sheet, row, column, std::move(before)};
+    if (openDepth_ > 0) {
+        open_.push_back(std::move(r));
+    } else {
+        push(undo_, Action{std::move(r)});
+    }
+}
+
+void UndoHistory::replay(std::vector<Action>& from, std::vector<Action>& to) {
+    if (from.empty() || openDepth_ > 0) return;
+    Action action = std::move(from.back());
+    from.pop_back();
+    Action inverse;
+    inverse.reserve(action.size());
+    replaying_ = true;
+    for (auto it = action.rbegin(); it != action.rend(); ++it) {
+        inverse.push_back({it->sheet, it->row, it->column, it->sheet->cellState(it->row, it->column)});
+        it->sheet->restoreCellState(it->row, it->column, it->before);
+    }
+    replaying_ = false;
+    push(to, std::move(inverse));
+}
+
+void UndoHistory::forgetSheet(const SheetTable& sheet) {
+    const auto touches = [&](const Action& a) {
+        return std::any_of(a.begin(), a.end(), [&](const Record& r) { return r.sheet == &sheet; });
+    };
+    std::erase_if(undo_, touches);
+    std::erase_if(redo_, touches);
+    std::erase_if(open_, [&](const Record& r) { return r.sheet == &sheet; });
+}
+
+}  // namespace kes

@@ -1,0 +1,68 @@
+#pragma once
+// The undo history of a workbook: every change of a cell (made, changed, deleted) is recorded
+// as the cell's state before it; an action groups what one user command did, and undoing it
+// puts those states back in reverse order.
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "sheet/cell_value.h"
+
+namespace kes {
+
+class SheetTable;
+
+struct CellState {
+    bool exists = false;
+    CellValue value;
+    uint16_t style = 0;
+};
+
+class UndoHistory {
+public:
+    static constexpr size_t kMaxActions = 100;
+
+    // False while locked (a load), while undoing or redoing, and when switched off.
+    bool acceptsCommands() const { return enabled_ && lockCount_ == 0 && !replaying_; }
+    void setEnabled(bool enabled) { enabled_ = enabled; }
+    void lock() { ++lockCount_; }
+    void unlock() { if (lockCount_ > 0) --lockCount_; }
+    void clear();
+
+    // Records between begin and end form one undo step; without an open action every record
+    // is a step of its own. Actions nest; the outermost one counts.
+    void beginAction();
+    void endAction();
+
+    void record(SheetTable& sheet, int32_t row, int32_t column, CellState before);
+
+    bool canUndo() const { return !undo_.empty(); }
+    bool canRedo() const { return !redo_.empty(); }
+    void undo() { replay(undo_, redo_); }
+    void redo() { replay(redo_, undo_); }
+
+    // Forgets every step that touches `sheet`, before the sheet goes away.
+    void forgetSheet(const SheetTable& sheet);
+
+private:
+    struct Record {
+        SheetTable* sheet;
+        int32_t row;
+        int32_t column;
+        CellState before;
+    };
+    using Action = std::vector<Record>;
+
+    void replay(std::vector<Action>& from, std::vector<Action>& to);
+    static void push(std::vector<Action>& stack, Action action);
+
+    std::vector<Action> undo_;
+    std::vector<Action> redo_;
+    Action open_;
+    int openDepth_ = 0;
+    int lockCount_ = 0;
+    bool enabled_ = true;
+    bool replaying_ = false;
+};
+
+}  // namespace kes

@@ -1,0 +1,64 @@
+#pragma once
+// The grid's workbook: an ordered list of sheets with an active one, and what the sheets share:
+// the string table, the cell styles, the format settings, the undo history.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sheet/cell_styles.h"
+#include "sheet/display_cache.h"
+#include "sheet/format/format_settings.h"
+#include "sheet/shared_strings.h"
+#include "sheet/sheet_table.h"
+#include "sheet/undo_history.h"
+
+namespace kes {
+
+class Workbook {
+public:
+    // A workbook with one empty sheet named "Sheet1", as the grid starts.
+    Workbook();
+    ~Workbook();
+    Workbook(const Workbook&) = delete;
+    Workbook& operator=(const Workbook&) = delete;
+
+    int32_t sheetCount() const { return static_cast<int32_t>(sheets_.size()); }
+    SheetTable& sheet(int32_t index) { return *sheets_.at(static_cast<size_t>(index)); }
+    // None when the active index is outside the sheet list.
+    SheetTable* activeSheet();
+    int32_t activeSheetIndex() const { return activeSheet_; }
+    void setActiveSheetIndex(int32_t index) { activeSheet_ = index; }
+
+    SheetTable& addSheet(std::u16string name);
+    // Removes every sheet, every string and style with them.
+    void clearAll();
+
+    SharedStringTable& strings() { return strings_; }
+    CellStyles& styles() { return styles_; }
+    UndoHistory& history() { return history_; }
+    DisplayCache& displayCache() { return displayCache_; }
+
+    const FormatSettings& settings() const { return settings_; }
+    void setSettings(FormatSettings settings);
+    // Changes whenever the settings do, so that cached display texts are made anew.
+    uint32_t settingsGeneration() const { return settingsGeneration_; }
+
+    // The grid-wide default of the sheets' ZeroValues setting.
+    bool zeroValues = true;
+    // While set, a cell of an array formula may be written (readers, undo).
+    bool suspendArrayCheck = false;
+    bool modified = false;
+
+private:
+    std::vector<std::unique_ptr<SheetTable>> sheets_;
+    int32_t activeSheet_ = 0;
+    SharedStringTable strings_;
+    CellStyles styles_;
+    UndoHistory history_;
+    DisplayCache displayCache_;
+    FormatSettings settings_;
+    uint32_t settingsGeneration_ = 0;
+};
+
+}  // namespace kes

@@ -1,0 +1,96 @@
+#include "records/record_table.h"
+
+#include <gtest/gtest.h>
+
+namespace kes {
+namespace {
+
+std::u16string repeat(std::u16string_view unit, size_t count) {
+    std::u16string out;
+    for (size_t i = 0; i < count; ++i) out += unit;
+    return out;
+}
+
+TEST(RecordTable, CloseAndOpenEmptyIt) {
+    RecordTable table = makeTempPrintTable();
+    table.Open();
+    for (int i = 0; i < 3; ++i) {
+        table.Append();
+        table.FieldByName(u"FID").SetAsString(u"id");
+        table.Post();
+    }
+    EXPECT_EQ(table.recordCount(), 3u);
+    table.Close();
+    table.Open();
+    table.First();
+    EXPECT_TRUE(table.Eof());
+    EXPECT_EQ(table.recordCount(), 0u);
+}
+
+TEST(RecordTable, EditOnEmptyTableThenAppendLeavesOneRecord) {
+    RecordTable table = makeTempPrintTable();
+    table.Open();
+    table.Edit();
+    table.Append();
+    table.FieldByName(u"FJson").SetAsString(u"{}");
+    table.Post();
+    EXPECT_EQ(table.recordCount(), 1u);
+
+    table.Edit();   // an untouched edit is dropped by the next append
+    table.Append();
+    table.FieldByName(u"FJson").SetAsString(u"{\"a\":\"1\"}");
+    table.Post();
+    std::vector<std::u16string> seen;
+    for (table.First(); !table.Eof(); table.Next()) seen.push_back(table.FieldByName(u"FJson").AsString());
+    EXPECT_EQ(seen, (std::vector<std::u16string>{u"{}", u"{\"a\":\"1\"}"}));
+}
+
+TEST(RecordTable, FieldsKeepAtMostTheirSizeInCodePageBytes) {
+    struct Case { const char16_t* field; std::u16string written; std::u16string read; };
+    const std::u16string zhong = u"\u4E2D";   // two bytes in GBK
+    const Case cases[] = {
+        {u"FID", repeat(u"a", 60), repeat(u"a", 50)},
+        {u"FID", repeat(zhong, 30), repeat(zhong, 25)},
+        {u"FID", u"a" + repeat(zhong, 30), u"a" + repeat(zhong, 24) + u"?"},   // the 50th byte splits a character
+        {u"FJson", repeat(u"x", 5000), repeat(u"x", 5000)},
+        {u"FJson", repeat(u"x", 5001), repeat(u"x", 5000)},
+        {u"FJson", repeat(zhong, 2501), repeat(zhong, 2500)},
+        {u"FPrinter", std::u16string(u"ab\0cd", 5), u"ab"},                    // cut at an embedded zero
+        {u"FPrinter", u"\U0001F600x", u"?x"},                                  // no mapping in the code page
+    };
+    for (const Case& c : cases) {
+        RecordTable table = makeTempPrintTable();
+        table.Open();
+        table.Append();
+        table.FieldByName(c.field).SetAsString(c.written);
+        table.Post();
+        table.First();
+        EXPECT_EQ(table.FieldByName(c.field).AsString(), c.read) << "field of " << c.written.size() << " units";
+    }
+}
+
+TEST(RecordTable, IntegersAreStoredAsTextAndUnassignedFieldsReadEmpty) {
+    RecordTable table = makeTempPrintTable();
+    table.Open();
+    table.Append();
+    table.FieldByName(u"FLableVer").SetAsInteger(0);
+    table.Post();
+    table.First();
+    EXPECT_EQ(table.FieldByName(u"FLableVer").AsString(), u"0");
+    EXPECT_EQ(table.FieldByName(u"FLableCode").AsString(), u"");
+}
+
+TEST(RecordTable, RefusesUnknownFieldsAndWritesOutsideEditing) {
+    RecordTable table = makeTempPrintTable();
+    table.Open();
+    try {
+        table.FieldByName(u"FLabelCode");
+        FAIL() << "a misspelt field must not be found";
+    } catch (const EDatabaseError& e) {
+        EXPECT_STREQ(e.what(), "Field 'FLabelCode' not found");
+    }
+    EXPECT_THROW(table.FieldByName(u"FID").SetAsString(u"x"), EDatabaseError);
+}
+
+}  // namespace
+}  // namespace kes
