@@ -1,0 +1,48 @@
+// The library's one entry: the host hands over its window and three texts, the quick print
+// window runs modally over the host, and the call returns when the user has closed it.
+#include <windows.h>
+
+#include <string>
+
+#include "ui/label_tool_window_win32.h"
+
+namespace {
+
+// The open form, for the length of one call; empty outside a call.
+kes::LabelToolWindow* FrmLabelTool = nullptr;
+
+std::u16string fromAnsi(const char* text) {
+    if (!text || !*text) return {};
+    const int length = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+    std::wstring wide(static_cast<size_t>(length > 0 ? length : 1), L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), length);
+    wide.resize(wcslen(wide.c_str()));
+    return std::u16string(reinterpret_cast<const char16_t*>(wide.c_str()), wide.size());
+}
+
+class EHostArgument : public std::exception {
+public:
+    const char* what() const noexcept override { return "the host window handle cannot be read"; }
+};
+
+}  // namespace
+
+extern "C" int SetDllFormPRec(HWND* handle, const char* path, const char* name, const char* dataSource) {
+    int result = 0;
+    try {
+        if (!handle || IsBadReadPtr(handle, sizeof(HWND))) throw EHostArgument();
+        FrmLabelTool = new kes::LabelToolWindow(*handle);
+        FrmLabelTool->form().MyHandle = reinterpret_cast<kes::HostWindow>(*handle);
+        FrmLabelTool->form().MyPath = fromAnsi(path);
+        FrmLabelTool->form().MyFName = fromAnsi(name);
+        FrmLabelTool->form().MyFDataSource = fromAnsi(dataSource);
+        FrmLabelTool->showModal();
+        result = 0;
+    } catch (...) {
+        result = 1;
+    }
+    kes::LabelToolWindow* form = FrmLabelTool;
+    FrmLabelTool = nullptr;
+    delete form;
+    return result;
+}

@@ -1,0 +1,111 @@
+#pragma once
+// The spreadsheet grid: draws the workbook's active sheet with row and column headers and
+// lets the user move, select, edit in place (IME included), copy, paste, undo and find, as
+// in Excel. It holds no data of its own; every typed or pasted text goes to the writer it is
+// given, so that one cell-text path serves the whole product.
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "sheet/workbook.h"
+
+namespace kes {
+
+class GridControl {
+public:
+    // Writes a text typed or pasted into (row, column) of the sheet.
+    using CellWriter = std::function<void(SheetTable&, int32_t row, int32_t column, const std::u16string& text)>;
+    // Reports an error of a command (such as writing into an array formula) to the user.
+    using ErrorHandler = std::function<void(const std::exception&)>;
+
+    GridControl(HWND parent, Workbook& book, CellWriter writer, ErrorHandler onError);
+    ~GridControl();
+    GridControl(const GridControl&) = delete;
+    GridControl& operator=(const GridControl&) = delete;
+
+    HWND hwnd() const { return window_; }
+    void setBounds(const RECT& bounds);
+    void setFont(const wchar_t* face, int pixelHeight);
+    // Takes the keyboard focus (into the in-place editor, which waits at the current cell).
+    void focus();
+    // Repaints after the workbook changed from outside (a load, a command).
+    void refresh();
+    // Ends any in-place editing, keeping what was typed.
+    void commitEdit();
+    // The find dialog's window, for the modal loop's dialog navigation; null when closed.
+    HWND findWindow() const { return findWindow_; }
+
+private:
+    enum class EditState { Idle, Entering, Editing };
+    enum class Drag { None, Cells, ColumnWidth };
+
+    static LRESULT CALLBACK gridProc(HWND, UINT, WPARAM, LPARAM);
+    static LRESULT CALLBACK editorProc(HWND, UINT, WPARAM, LPARAM);
+    static LRESULT CALLBACK findProc(HWND, UINT, WPARAM, LPARAM);
+    LRESULT handleGrid(UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT handleEditor(UINT message, WPARAM wParam, LPARAM lParam);
+
+    SheetTable& sheet();
+    int scaled(int pixels) const { return MulDiv(pixels, dpi_, 96); }
+    int columnWidth(int32_t column);
+    int clientWidth() const;
+    int clientHeight() const;
+    int visibleRows() const;
+    RECT cellRect(int32_t row, int32_t column);
+    int32_t columnAt(int x);
+    int32_t rowAt(int y);
+    int columnBorderAt(int x, int y);   // the column whose right border lies under (x, y), or -1
+
+    void paint(HDC dc);
+    void paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn);
+    void paintCells(HDC dc, int32_t lastRow, int32_t lastColumn);
+    void paintSelection(HDC dc);
+
+    void updateScrollBars();
+    void scrollTo(int32_t topRow, int32_t leftColumn);
+    void ensureVisible(int32_t row, int32_t column);
+    void moveFocus(int32_t row, int32_t column, bool extend);
+    void afterChange();
+
+    bool handleNavigationKey(WPARAM key);
+    void startEditing(EditState state, const std::u16string& text);
+    void placeEditor();
+    void cancelEdit();
+    std::u16string editText(int32_t row, int32_t column);
+
+    void clearSelection();
+    void copySelection();
+    void pasteClipboard();
+    void undo(bool redo);
+    void openFind();
+    void findNext();
+    template <class Action>
+    void guarded(Action&& action);
+
+    HWND window_ = nullptr;
+    HWND editor_ = nullptr;
+    HWND findWindow_ = nullptr;
+    HWND findEdit_ = nullptr;
+    HWND findCase_ = nullptr;
+    WNDPROC editorDefault_ = nullptr;
+    HFONT font_ = nullptr;
+    HFONT headerFont_ = nullptr;
+    Workbook& book_;
+    CellWriter writer_;
+    ErrorHandler onError_;
+    int dpi_ = 96;
+    int rowHeight_ = 20;
+    int headerHeight_ = 20;
+    int headerWidth_ = 48;
+    int32_t topRow_ = 0;
+    int32_t leftColumn_ = 0;
+    EditState editState_ = EditState::Idle;
+    Drag drag_ = Drag::None;
+    int32_t resizeColumn_ = -1;
+    int resizeStartX_ = 0;
+    int resizeStartWidth_ = 0;
+};
+
+}  // namespace kes

@@ -1,0 +1,309 @@
+#include "ui/label_tool_window_win32.h"
+
+#include <objbase.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "text/utf8.h"
+
+namespace kes {
+namespace {
+
+const wchar_t kFormClass[] = L"TFrmLabelTool";
+const wchar_t kPanelClass[] = L"KesPanel";
+constexpr int kClientWidth = 1001, kClientHeight = 668, kPanel1Height = 43;
+constexpr UINT_PTR kTimerId = 1;
+
+enum ControlId {
+    idBtnInport = 1001, idBtnOutPut, idBtnPrintOne, idBtnPrintAll, idBtnClose, idButton1, idChPreview, idBtnSendMes,
+    idRbIfShow, idLabel1, idMemo1, idMemo2,
+};
+
+const wchar_t* wide(const std::u16string& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
+
+HINSTANCE moduleInstance() {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCWSTR>(&moduleInstance), &module);
+    return module;
+}
+
+void registerClasses() {
+    static bool registered = false;
+    if (registered) return;
+    WNDCLASSEXW wc{sizeof wc};
+    wc.lpfnWndProc = DefWindowProcW;
+    wc.hInstance = moduleInstance();
+    wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
+    wc.lpszClassName = kFormClass;
+    RegisterClassExW(&wc);
+    wc.lpszClassName = kPanelClass;
+    RegisterClassExW(&wc);
+    registered = true;
+}
+
+HWND makeChild(HWND parent, const wchar_t* cls, const wchar_t* text, DWORD style, int x, int y, int w, int h, int id,
+               HFONT font) {
+    HWND child = CreateWindowExW(0, cls, text, WS_CHILD | style, x, y, w, h, parent,
+                                 reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), moduleInstance(), nullptr);
+    SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+    return child;
+}
+
+HFONT makeFont(const wchar_t* face, int pixelHeight) {
+    return CreateFontW(-pixelHeight, 0, 0, 0, FW_NORMAL, 0, 0, 0, GB2312_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, face);
+}
+
+}  // namespace
+
+LabelToolWindow::LabelToolWindow(HWND owner) : owner_(owner) {
+    registerClasses();
+    form_ = std::make_unique<TFrmLabelTool>(*this);
+    RECT frame{0, 0, kClientWidth, kClientHeight};
+    const DWORD style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MAXIMIZEBOX | WS_THICKFRAME | WS_CLIPCHILDREN;
+    AdjustWindowRectEx(&frame, style, FALSE, 0);
+    const int width = frame.right - frame.left, height = frame.bottom - frame.top;
+    RECT around{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+    if (owner_) GetWindowRect(owner_, &around);
+    const int x = around.left + (around.right - around.left - width) / 2;
+    const int y = around.top + (around.bottom - around.top - height) / 2;
+    window_ = CreateWindowExW(0, kFormClass, L"\u5FEB\u901F\u6253\u5370\u5DE5\u5177", style, x, y, width, height, owner_,
+                              nullptr, moduleInstance(), nullptr);   // 快速打印工具
+    if (!window_) throw std::runtime_error("the quick print window could not be created");
+    SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&LabelToolWindow::formProc));
+    createControls();
+    layout();
+    SetTimer(window_, kTimerId, 2000, nullptr);
+}
+
+LabelToolWindow::~LabelToolWindow() {
+    grid_.reset();
+    if (window_) DestroyWindow(window_);
+    for (HFONT font : {formFont_, panelFont_, labelFont_}) {
+        if (font) DeleteObject(font);
+    }
+}
+
+void LabelToolWindow::createControls() {
+    formFont_ = makeFont(L"\u5FAE\u8F6F\u96C5\u9ED1", 14);   // 微软雅黑
+    panelFont_ = makeFont(L"\u5FAE\u8F6F\u96C5\u9ED1", 12);
+    labelFont_ = makeFont(L"\u5FAE\u8F6F\u96C5\u9ED1", 14);
+    const DWORD visible = WS_VISIBLE;
+    panelAll_ = makeChild(window_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, 10, 0, formFont_);
+    // The check box sits on the outer panel, under the white panel that fills it.
+    HWND rbIfShow = makeChild(panelAll_, L"BUTTON", L"\u6253\u5370\u662F\u5426\u6D4F\u89C8", visible | BS_AUTOCHECKBOX,
+                              27, 6, 120, 17, idRbIfShow, formFont_);   // 打印是否浏览
+    panel4_ = makeChild(panelAll_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, 10, 0, formFont_);
+    SetWindowPos(rbIfShow, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    panel1_ = makeChild(panel4_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, kPanel1Height, 0, panelFont_);
+    for (HWND panel : {panelAll_, panel4_, panel1_}) {
+        SetWindowLongPtrW(panel, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        SetWindowLongPtrW(panel, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&LabelToolWindow::panelProc));
+    }
+
+    const auto button = [&](const wchar_t* caption, int x, int y, int id, bool shown, DWORD extra = BS_PUSHBUTTON) {
+        return makeChild(panel1_, L"BUTTON", caption, (shown ? visible : 0) | WS_TABSTOP | extra, x, y, 75, 25, id, panelFont_);
+    };
+    button(L"\u5BFC\u5165Excel", 8, 8, idBtnInport, true);        // 导入Excel
+    button(L"\u5BFC\u51FAExcel", 89, 8, idBtnOutPut, true);       // 导出Excel
+    button(L"\u6253\u5370\u672C\u884C", 240, 8, idBtnPrintOne, true);   // 打印本行
+    button(L"\u6253\u5370\u672C\u9875", 320, 8, idBtnPrintAll, true);   // 打印本页
+    label1_ = makeChild(panel1_, L"STATIC", L"\u63D0\u793A\uFF1A\u641C\u7D22\u529F\u80FD\u7528Ctrl+F", visible, 403, 10, 165,
+                        20, idLabel1, labelFont_);   // 提示：搜索功能用Ctrl+F
+    button(L"\u9000\u51FA", 572, 8, idBtnClose, true);            // 退出
+    button(L"Button1", 670, 8, idButton1, false);
+    HWND chPreview = button(L"\u6253\u5370\u9884\u89C8", 751, 12, idChPreview, false, BS_AUTOCHECKBOX);   // 打印预览
+    SendMessageW(chPreview, BM_SETCHECK, form_->chPreview ? BST_CHECKED : BST_UNCHECKED, 0);
+    button(L"\u53D1\u9001\u6D88\u606F", 784, 12, idBtnSendMes, false);   // 发送消息
+    memo1_ = makeChild(panel4_, L"EDIT", L"", ES_MULTILINE | WS_VSCROLL, 336, 200, 593, 281, idMemo1, formFont_);
+    memo2_ = makeChild(panel4_, L"EDIT", L"Memo2", ES_MULTILINE | WS_VSCROLL, 488, 144, 209, 193, idMemo2, formFont_);
+
+    grid_ = std::make_unique<GridControl>(
+        panel4_, form_->SpreadBook,
+        [this](SheetTable& table, int32_t row, int32_t column, const std::u16string& text) {
+            form_->SetCellText(table, row, column, text, true);
+        },
+        [this](const std::exception& error) { showError(error); });
+}
+
+void LabelToolWindow::layout() {
+    RECT client;
+    GetClientRect(window_, &client);
+    MoveWindow(panelAll_, 0, 0, client.right, client.bottom, TRUE);
+    // The outer panel's border of one pixel shows around the white panel.
+    MoveWindow(panel4_, 1, 1, client.right - 2, client.bottom - 2, TRUE);
+    MoveWindow(panel1_, 0, 0, client.right - 2, kPanel1Height, TRUE);
+    grid_->setBounds({0, kPanel1Height, client.right - 2, client.bottom - 2});
+}
+
+void LabelToolWindow::showModal() {
+    run([&] { form_->FormShow(); });
+    grid_->refresh();
+    HWND root = owner_ ? GetAncestor(owner_, GA_ROOT) : nullptr;
+    const bool disableRoot = root && IsWindowEnabled(root);
+    if (disableRoot) EnableWindow(root, FALSE);
+    ShowWindow(window_, SW_SHOW);
+    SetForegroundWindow(window_);
+    grid_->focus();
+    MSG message;
+    while (!closed_) {
+        const BOOL got = GetMessageW(&message, nullptr, 0, 0);
+        if (got <= 0) {
+            if (got == 0) PostQuitMessage(static_cast<int>(message.wParam));   // leave it for the host's loop
+            break;
+        }
+        if (HWND find = grid_->findWindow(); find && IsDialogMessageW(find, &message)) continue;
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    // The owner comes back before this window goes, so that the focus returns to the host.
+    if (disableRoot) EnableWindow(root, TRUE);
+    ShowWindow(window_, SW_HIDE);
+    if (root) SetActiveWindow(root);
+}
+
+template <class Handler>
+void LabelToolWindow::run(Handler&& handler) {
+    try {
+        handler();
+    } catch (const EAbort&) {
+        // the command showed its message and stopped
+    } catch (const std::exception& error) {
+        showError(error);
+    }
+    SetWindowTextW(memo1_, wide(form_->Memo1));
+    SetWindowTextW(memo2_, wide(form_->Memo2));
+    grid_->refresh();
+}
+
+void LabelToolWindow::showError(const std::exception& error) {
+    const std::u16string text = fromUtf8(error.what());
+    MessageBoxW(window_, wide(text), L"KesDataPrint", MB_OK | MB_ICONSTOP);
+}
+
+void LabelToolWindow::command(int id) {
+    switch (id) {
+    case idBtnPrintAll: grid_->commitEdit(); run([&] { form_->btnPrintAllClick(); }); break;
+    case idBtnPrintOne: grid_->commitEdit(); run([&] { form_->btnPrintOneClick(); }); break;
+    case idBtnSendMes: run([&] { form_->btnSendMesClick(); }); break;
+    case idBtnClose: run([&] { form_->btnCloseClick(); }); break;
+    case idButton1: run([&] { form_->Button1Click(); }); break;
+    default: return;
+    }
+    if (!closed_) grid_->focus();
+}
+
+LRESULT CALLBACK LabelToolWindow::formProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* self = reinterpret_cast<LabelToolWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    return self ? self->handle(message, wParam, lParam) : DefWindowProcW(window, message, wParam, lParam);
+}
+
+// Panels pass their children's notifications on to the form and paint themselves white,
+// except the outer one, which shows the face colour as its border.
+LRESULT CALLBACK LabelToolWindow::panelProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    auto* self = reinterpret_cast<LabelToolWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    switch (message) {
+    case WM_COMMAND:
+    case WM_CTLCOLORSTATIC:
+    case WM_CTLCOLORBTN:
+        return self->handle(message, wParam, lParam);
+    case WM_ERASEBKGND: {
+        RECT r;
+        GetClientRect(window, &r);
+        FillRect(reinterpret_cast<HDC>(wParam), &r,
+                 window == self->panelAll_ ? GetSysColorBrush(COLOR_BTNFACE) : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+        return 1;
+    }
+    default: return DefWindowProcW(window, message, wParam, lParam);
+    }
+}
+
+LRESULT LabelToolWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+    case WM_COMMAND:
+        if (HIWORD(wParam) == BN_CLICKED) command(LOWORD(wParam));
+        return 0;
+    case WM_CTLCOLORSTATIC:
+    case WM_CTLCOLORBTN: {
+        HDC dc = reinterpret_cast<HDC>(wParam);
+        SetBkMode(dc, TRANSPARENT);
+        if (reinterpret_cast<HWND>(lParam) == label1_) SetTextColor(dc, RGB(0, 0, 0xFF));
+        return reinterpret_cast<LRESULT>(GetStockObject(WHITE_BRUSH));
+    }
+    case WM_SIZE:
+        if (grid_) layout();
+        return 0;
+    case WM_TIMER:
+        if (wParam == kTimerId) {
+            form_->TimerTimer();
+            KillTimer(window_, kTimerId);
+        }
+        return 0;
+    case WM_COPYDATA:   // used by hosts as a private command: a text handed over in a global atom
+        if (lParam != 0) {
+            const ATOM atom = static_cast<ATOM>(LOWORD(lParam));
+            wchar_t buffer[256] = {};
+            GlobalGetAtomNameW(atom, buffer, 255);
+            form_->sMessage = reinterpret_cast<const char16_t*>(buffer);
+            GlobalDeleteAtom(atom);
+        } else {
+            form_->sMessage.clear();
+        }
+        break;
+    case WM_SYSCOMMAND:
+        if (wParam == SC_MINIMIZE) {   // the whole value: variants with the low bits set go on
+            HWND root = owner_ ? GetAncestor(owner_, GA_ROOT) : window_;
+            ShowWindow(root, SW_MINIMIZE);
+            return 0;
+        }
+        break;
+    case WM_CLOSE:
+        closed_ = true;   // the entry frees the form once its modal loop has ended
+        return 0;
+    case WM_ACTIVATE:
+        if (LOWORD(wParam) != WA_INACTIVE && grid_) grid_->focus();
+        break;
+    }
+    return DefWindowProcW(window_, message, wParam, lParam);
+}
+
+void LabelToolWindow::showMessage(const std::u16string& text) {
+    MessageBoxW(window_, wide(text), L"KesDataPrint", MB_OK);
+}
+
+void LabelToolWindow::sendCopyData(HostWindow target, uint16_t message, uint32_t dwData, const std::string& payload) {
+    COPYDATASTRUCT data{dwData, static_cast<DWORD>(payload.size()), const_cast<char*>(payload.c_str())};
+    SendMessageW(reinterpret_cast<HWND>(target), message, 0, reinterpret_cast<LPARAM>(&data));
+}
+
+void LabelToolWindow::sendPlain(HostWindow target, uint16_t message, uintptr_t wordParam) {
+    SendMessageW(reinterpret_cast<HWND>(target), message, wordParam, 0);
+}
+
+FormPlatform::Guid LabelToolWindow::newGuid() {
+    GUID g{};
+    CoCreateGuid(&g);
+    Guid result{static_cast<uint32_t>(g.Data1), g.Data2, g.Data3, {}};
+    for (int i = 0; i < 8; ++i) result.data4[static_cast<size_t>(i)] = g.Data4[i];
+    return result;
+}
+
+std::u16string LabelToolWindow::clipboardText() {
+    std::u16string text;
+    if (!OpenClipboard(window_)) return text;
+    if (HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
+        if (const auto* chars = static_cast<const char16_t*>(GlobalLock(data))) {
+            text = chars;
+            GlobalUnlock(data);
+        }
+    }
+    CloseClipboard();
+    return text;
+}
+
+void LabelToolWindow::closeForm() { PostMessageW(window_, WM_CLOSE, 0, 0); }
+
+}  // namespace kes
