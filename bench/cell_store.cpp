@@ -21,7 +21,7 @@ const char16_t* const kUnits[] = {u"\u4E2A", u"\u7BB1", u"\u5305"};
 
 std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
-// The ten texts of one label row: id, code, name, spec, barcode, quantity, price, date, unit, batch.
+// The ten texts of one label row: id, code, name, size, barcode, quantity, price, date, unit, batch.
 void rowTexts(int32_t i, std::u16string (&texts)[kColumns]) {
     char code[16];
     std::snprintf(code, sizeof code, "SKU-%06d", i);

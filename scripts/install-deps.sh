@@ -6,7 +6,7 @@ packages=(
   g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
   gcc-mingw-w64-i686-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64
   libz-mingw-w64-dev
-  wine wine64 xvfb xauth
+  wine wine64 xvfb xauth x11-apps fonts-wqy-microhei
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -243,10 +243,29 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
             if (text.empty()) continue;
             RECT r = cellRect(row->index, cell->index);
             InflateRect(&r, -scaled(3), 0);
-            UINT align = DT_LEFT;
             const CellDataType type = ref.formulaResult().type;
-            if (isNumericType(type)) align = DT_RIGHT;
-            else if (type == cdtBoolean || type == cdtError) align = DT_CENTER;
+            SIZE extent{};
+            GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+            UINT align = DT_LEFT;
+            if (isNumericType(type)) {
+                align = DT_RIGHT;
+                // A number never shows cut: like Excel, a column too narrow for it shows #s.
+                if (extent.cx > r.right - r.left) {
+                    std::wstring hashes(static_cast<size_t>(std::max<LONG>(1, (r.right - r.left) / std::max(1, scaled(7)))), L'#');
+                    DrawTextW(dc, hashes.c_str(), static_cast<int>(hashes.size()), &r, DT_RIGHT | DT_VCENTER | DT_SINGLELINE);
+                    continue;
+                }
+            } else if (type == cdtBoolean || type == cdtError) {
+                align = DT_CENTER;
+            } else if (extent.cx > r.right - r.left) {
+                // Text runs on over empty neighbours to its right, as in Excel.
+                for (SheetCell* next = cell->next; r.right - r.left < extent.cx && r.right < width;) {
+                    const int32_t column = columnAt(r.right + scaled(4));
+                    if (next && next->index == column && CellRef(&table, row, next).formulaResult().type != cdtBlank) break;
+                    r.right += columnWidth(column);
+                    if (next && next->index <= column) next = next->next;
+                }
+            }
             DrawTextW(dc, wide(text), static_cast<int>(text.size()), &r,
                       align | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
         }
@@ -435,17 +454,32 @@ void GridControl::commitEdit() {
     placeEditor();
     const SheetSelection& s = sheet().selection();
     const int32_t row = s.focusedRow(), column = s.focusedColumn();
-    guarded([&] {
-        book_.history().beginAction();
-        try {
-            writer_(sheet(), row, column, text);
-        } catch (...) {
-            book_.history().endAction();
-            throw;
-        }
-        book_.history().endAction();
-    });
-    afterChange();
+    undoable([&] { writer_(sheet(), row, column, text); });
+    widenForNumbers({column, row, column, row});
+    refresh();
+}
+
+// After typing or pasting, a column too narrow for a number it now holds grows to fit it, as
+// Excel does, so that a barcode shows its digits rather than #s.
+void GridControl::widenForNumbers(const CellRect& area) {
+    SheetTable& table = sheet();
+    HDC dc = GetDC(window_);
+    HGDIOBJ oldFont = SelectObject(dc, font_);
+    for (int32_t column = area.left; column <= area.right; ++column) {
+        int widest = 0;
+        table.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
+            const CellRef cell = table.getCell(row->index, column);
+            if (!cell || !cell.isNumeric()) return;
+            const std::u16string text = cell.displayText();
+            SIZE extent{};
+            GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+            widest = std::max<int>(widest, extent.cx);
+        });
+        const int needed = MulDiv(widest + scaled(8), 96, dpi_);
+        if (widest > 0 && needed > table.columnWidth(column)) table.setColumnWidth(column, needed);
+    }
+    SelectObject(dc, oldFont);
+    ReleaseDC(window_, dc);
 }
 
 void GridControl::cancelEdit() {
@@ -464,12 +498,26 @@ void GridControl::guarded(Action&& action) {
     }
 }
 
+// One user command is one undo step, also when it fails half-way.
+template <class Action>
+void GridControl::undoable(Action&& action) {
+    guarded([&] {
+        book_.history().beginAction();
+        try {
+            action();
+        } catch (...) {
+            book_.history().endAction();
+            throw;
+        }
+        book_.history().endAction();
+    });
+}
+
 // --- commands --------------------------------------------------------------------------------
 
 void GridControl::clearSelection() {
-    guarded([&] {
+    undoable([&] {
         SheetTable& table = sheet();
-        book_.history().beginAction();
         for (const CellRect& area : table.selection().areas()) {
             table.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
                 row->cells.forEach(area.left, area.right, true, [&](SheetCell* cell) {
@@ -477,7 +525,6 @@ void GridControl::clearSelection() {
                 });
             });
         }
-        book_.history().endAction();
     });
     afterChange();
 }
@@ -511,24 +558,18 @@ void GridControl::pasteClipboard() {
     SheetTable& table = sheet();
     const int32_t top = table.selection().focusedRow(), left = table.selection().focusedColumn();
     int32_t right = left;
-    guarded([&] {
-        book_.history().beginAction();
-        try {
-            for (size_t r = 0; r < block.size() && top + int64_t(r) <= kMaxRow; ++r) {
-                for (size_t c = 0; c < block[r].size() && left + int64_t(c) <= kMaxColumn; ++c) {
-                    writer_(table, top + int32_t(r), left + int32_t(c), block[r][c]);
-                    right = std::max(right, left + int32_t(c));
-                }
+    undoable([&] {
+        for (size_t r = 0; r < block.size() && top + int64_t(r) <= kMaxRow; ++r) {
+            for (size_t c = 0; c < block[r].size() && left + int64_t(c) <= kMaxColumn; ++c) {
+                writer_(table, top + int32_t(r), left + int32_t(c), block[r][c]);
+                right = std::max(right, left + int32_t(c));
             }
-        } catch (...) {
-            book_.history().endAction();
-            throw;
         }
-        book_.history().endAction();
     });
     const int32_t bottom = std::min<int64_t>(kMaxRow, top + int64_t(block.size()) - 1);
     table.selection().selectRange({left, top, right, bottom}, top, left);
-    afterChange();
+    widenForNumbers({left, top, right, bottom});
+    refresh();
 }
 
 void GridControl::undo(bool redo) {

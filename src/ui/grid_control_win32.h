@@ -75,6 +75,7 @@ private:
     void cancelEdit();
     std::u16string editText(int32_t row, int32_t column);
 
+    void widenForNumbers(const CellRect& area);
     void clearSelection();
     void copySelection();
     void pasteClipboard();
@@ -83,6 +84,8 @@ private:
     void findNext();
     template <class Action>
     void guarded(Action&& action);
+    template <class Action>
+    void undoable(Action&& action);
 
     HWND window_ = nullptr;
     HWND editor_ = nullptr;

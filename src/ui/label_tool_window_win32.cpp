@@ -2,6 +2,7 @@
 
 #include <objbase.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
@@ -67,8 +68,14 @@ LabelToolWindow::LabelToolWindow(HWND owner) : owner_(owner) {
     const int width = frame.right - frame.left, height = frame.bottom - frame.top;
     RECT around{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
     if (owner_) GetWindowRect(owner_, &around);
-    const int x = around.left + (around.right - around.left - width) / 2;
-    const int y = around.top + (around.bottom - around.top - height) / 2;
+    // Centred over the host, but kept on the host's monitor as far as it fits.
+    MONITORINFO monitor{sizeof monitor};
+    GetMonitorInfoW(MonitorFromRect(&around, MONITOR_DEFAULTTONEAREST), &monitor);
+    const RECT& work = monitor.rcWork;
+    int x = around.left + (around.right - around.left - width) / 2;
+    int y = around.top + (around.bottom - around.top - height) / 2;
+    x = std::max<int>(work.left, std::min<int>(x, work.right - width));
+    y = std::max<int>(work.top, std::min<int>(y, work.bottom - height));
     window_ = CreateWindowExW(0, kFormClass, L"\u5FEB\u901F\u6253\u5370\u5DE5\u5177", style, x, y, width, height, owner_,
                               nullptr, moduleInstance(), nullptr);   // 快速打印工具
     if (!window_) throw std::runtime_error("the quick print window could not be created");
@@ -93,11 +100,12 @@ void LabelToolWindow::createControls() {
     labelFont_ = makeFont(L"\u5FAE\u8F6F\u96C5\u9ED1", 14);
     const DWORD visible = WS_VISIBLE;
     panelAll_ = makeChild(window_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, 10, 0, formFont_);
-    // The check box sits on the outer panel, under the white panel that fills it.
-    HWND rbIfShow = makeChild(panelAll_, L"BUTTON", L"\u6253\u5370\u662F\u5426\u6D4F\u89C8", visible | BS_AUTOCHECKBOX,
-                              27, 6, 120, 17, idRbIfShow, formFont_);   // 打印是否浏览
-    panel4_ = makeChild(panelAll_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, 10, 0, formFont_);
-    SetWindowPos(rbIfShow, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE);
+    // The check box sits on the outer panel, under the white panel that fills it: it exists
+    // and is read by nothing, as the preview flag comes from the hidden chPreview.
+    panel4_ = makeChild(panelAll_, kPanelClass, L"", visible | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, 10, 10, 0, formFont_);
+    HWND rbIfShow = makeChild(panelAll_, L"BUTTON", L"\u6253\u5370\u662F\u5426\u6D4F\u89C8",
+                              visible | BS_AUTOCHECKBOX | WS_CLIPSIBLINGS, 27, 6, 120, 17, idRbIfShow, formFont_);   // 打印是否浏览
+    SetWindowPos(rbIfShow, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
     panel1_ = makeChild(panel4_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, kPanel1Height, 0, panelFont_);
     for (HWND panel : {panelAll_, panel4_, panel1_}) {
         SetWindowLongPtrW(panel, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
