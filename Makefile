@@ -30,7 +30,7 @@ test: native win32 win64
 bench: native
 	@scripts/run-benchmarks.sh $(NATIVE)/bin
 
-demo: native
+demo: native win64
 	@scripts/demo.sh
 
 clean:

@@ -1,16 +1,40 @@
 #!/usr/bin/env bash
-# Until the window exists, the demo shows the library's cell text path through kesprint:
-# what a label prints for values typed into cells with various number formats.
+# Opens KesHost with the library under Wine. Without a display it runs a scripted session
+# under Xvfb instead: types three label rows, prints the page and one row, closes the window,
+# saves screenshots to build/demo/*.png and prints what the host received.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-kesprint=build/native/bin/kesprint
-show() { printf '  %-14s %-18s -> %s\n' "$1" "$2" "$("$kesprint" format "$1" "$2")"; }
-echo "kesprint format CODE VALUE"
-show General 6901234567890
-show General 0.1
-show General 2026-11-22
-show General '¥12.5'
-show General TRUE
-show General '#n/a'
-show @ 007
-show General '=SUM(A1:A3)'
+source scripts/wine-env.sh
+bin=build/win64/bin
+wineboot -i >/dev/null 2>&1 || true
+
+if [ -n "${DISPLAY:-}" ]; then
+  exec env LC_ALL=zh_CN.UTF-8 wine "$bin/KesHost.exe"
+fi
+
+out=build/demo
+rm -rf "$out" && mkdir -p "$out"
+start_xvfb
+trap stop_xvfb EXIT
+folder=$(winepath -w "$out")
+kes_wine explorer /desktop=KesDemo,1280x800 "$bin/KesHost.exe" --demo "$folder" >"$out/host.log" 2>/dev/null &
+host=$!
+deadline=$((SECONDS + 120))
+while kill -0 "$host" 2>/dev/null && [ $SECONDS -lt $deadline ]; do
+  for request in "$out"/*.request; do
+    [ -e "$request" ] || continue
+    name=$(basename "$request" .request)
+    xwd -root -silent -out "$out/$name.xwd"
+    scripts/xwd_to_png.py "$out/$name.xwd" "$out/$name.png"
+    rm -f "$out/$name.xwd" "$request"
+    touch "$out/$name.done"
+  done
+  sleep 0.2
+done
+kill "$host" 2>/dev/null || true
+rm -f "$out"/*.done
+echo "What the host received:"
+cat "$out/host.log"
+echo
+echo "Screenshots:"
+ls -1 "$out"/*.png

@@ -2,11 +2,17 @@
 // list typed into its edit box, and logs every WM_COPYDATA the library sends it.
 #include <windows.h>
 
+#include <cstdio>
+#include <shellapi.h>
 #include <string>
 
-namespace {
+#include "kes_host.h"
+
+namespace kes::host {
 
 using SetDllFormPRecFn = int (*)(HWND*, const char*, const char*, const char*);
+
+namespace {
 
 constexpr int kFieldsEdit = 1, kOpenButton = 2, kLog = 3;
 HWND fieldsEdit, logEdit, mainWindow;
@@ -25,35 +31,26 @@ std::string toAnsi(const std::wstring& text) {
     return bytes;
 }
 
-void appendLog(const std::wstring& line) {
-    const int end = GetWindowTextLengthW(logEdit);
-    SendMessageW(logEdit, EM_SETSEL, end, end);
-    SendMessageW(logEdit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>((line + L"\r\n").c_str()));
-}
-
-void openQuickPrint() {
-    HMODULE library = LoadLibraryW(L"KesDataPrint.dll");
-    auto entry = library ? reinterpret_cast<SetDllFormPRecFn>(reinterpret_cast<void*>(GetProcAddress(library, "SetDllFormPRec"))) : nullptr;
-    if (!entry) {
-        appendLog(L"KesDataPrint.dll or its SetDllFormPRec cannot be loaded");
-        return;
-    }
+void openFromFieldsBox() {
     wchar_t fields[4096];
     GetWindowTextW(fieldsEdit, fields, 4096);
-    HWND handle = mainWindow;
-    const int result = entry(&handle, "", "", toAnsi(fields).c_str());
-    appendLog(L"SetDllFormPRec returned " + std::to_wstring(result));
+    openQuickPrint(mainWindow, fields);
 }
 
 LRESULT CALLBACK hostProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_COMMAND:
-        if (LOWORD(wParam) == kOpenButton) openQuickPrint();
+        if (LOWORD(wParam) == kOpenButton) openFromFieldsBox();
         return 0;
     case WM_COPYDATA: {
         const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
         appendLog(L"WM_COPYDATA preview=" + std::to_wstring(data->dwData) + L" bytes=" + std::to_wstring(data->cbData));
-        appendLog(fromUtf8(static_cast<const char*>(data->lpData), static_cast<int>(data->cbData)));
+        const std::wstring payload = fromUtf8(static_cast<const char*>(data->lpData), static_cast<int>(data->cbData));
+        appendLog(payload);
+        const std::string bytes(static_cast<const char*>(data->lpData), data->cbData);
+        std::printf("WM_COPYDATA dwData=%lu cbData=%lu\n%s\n", static_cast<unsigned long>(data->dwData),
+                    static_cast<unsigned long>(data->cbData), bytes.c_str());
+        std::fflush(stdout);
         return TRUE;
     }
     case WM_SIZE: {
@@ -70,6 +67,31 @@ LRESULT CALLBACK hostProc(HWND window, UINT message, WPARAM wParam, LPARAM lPara
 
 }  // namespace
 
+void appendLog(const std::wstring& line) {
+    const int end = GetWindowTextLengthW(logEdit);
+    SendMessageW(logEdit, EM_SETSEL, end, end);
+    SendMessageW(logEdit, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>((line + L"\r\n").c_str()));
+}
+
+int openQuickPrint(HWND hostWindow, const std::wstring& fields) {
+    HMODULE library = LoadLibraryW(L"KesDataPrint.dll");
+    auto entry = library ? reinterpret_cast<SetDllFormPRecFn>(reinterpret_cast<void*>(GetProcAddress(library, "SetDllFormPRec")))
+                         : nullptr;
+    if (!entry) {
+        appendLog(L"KesDataPrint.dll or its SetDllFormPRec cannot be loaded");
+        return -1;
+    }
+    HWND handle = hostWindow;
+    const int result = entry(&handle, "", "", toAnsi(fields).c_str());
+    appendLog(L"SetDllFormPRec returned " + std::to_wstring(result));
+    return result;
+}
+
+}  // namespace kes::host
+
+using namespace kes::host;
+
+// KesHost [--demo FOLDER]
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int show) {
     WNDCLASSEXW wc{sizeof wc};
     wc.lpfnWndProc = hostProc;
@@ -92,6 +114,10 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int show) {
                               mainWindow, reinterpret_cast<HMENU>(kLog), instance, nullptr);
     for (HWND w : {fieldsEdit, button, logEdit}) SendMessageW(w, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
     ShowWindow(mainWindow, show);
+    int argc = 0;
+    LPWSTR* argv = CommandLineToArgvW(GetCommandLineW(), &argc);
+    if (argc == 3 && std::wstring(argv[1]) == L"--demo") startDemoSession(mainWindow, argv[2]);
+    LocalFree(argv);
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         TranslateMessage(&message);

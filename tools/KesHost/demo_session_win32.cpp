@@ -1,0 +1,110 @@
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "kes_host.h"
+
+namespace kes::host {
+namespace {
+
+constexpr int kOpenButton = 2;   // the host's "快速打印..." button
+
+HWND findForm() {
+    for (int i = 0; i < 200; ++i) {
+        DWORD process = 0;
+        HWND form = FindWindowW(L"TFrmLabelTool", nullptr);
+        if (form && GetWindowThreadProcessId(form, &process) && process == GetCurrentProcessId() && IsWindowVisible(form))
+            return form;
+        Sleep(50);
+    }
+    return nullptr;
+}
+
+HWND focusOf(HWND window) {
+    GUITHREADINFO info{sizeof info};
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    return info.hwndFocus;
+}
+
+HWND buttonWithCaption(HWND form, const wchar_t* caption) {
+    struct Search { const wchar_t* caption; HWND found; } search{caption, nullptr};
+    EnumChildWindows(
+        form,
+        [](HWND child, LPARAM data) -> BOOL {
+            auto* s = reinterpret_cast<Search*>(data);
+            wchar_t text[64] = {};
+            GetWindowTextW(child, text, 64);
+            if (std::wstring(text) != s->caption) return TRUE;
+            s->found = child;
+            return FALSE;
+        },
+        reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+void key(HWND target, WPARAM virtualKey) {
+    PostMessageW(target, WM_KEYDOWN, virtualKey, 0);
+    PostMessageW(target, WM_KEYUP, virtualKey, 0);
+    Sleep(40);
+}
+
+void type(HWND target, const std::wstring& text) {
+    for (wchar_t c : text) PostMessageW(target, WM_CHAR, c, 0);
+    Sleep(60);
+}
+
+// Asks the script around the demo for a screenshot and waits until it has taken it.
+void screenshot(const std::wstring& folder, const std::wstring& name) {
+    Sleep(400);   // let the window paint
+    const std::wstring request = folder + L"\\" + name + L".request", done = folder + L"\\" + name + L".done";
+    if (FILE* f = _wfopen(request.c_str(), L"w")) std::fclose(f);
+    for (int i = 0; i < 200; ++i) {
+        if (GetFileAttributesW(done.c_str()) != INVALID_FILE_ATTRIBUTES) return;
+        Sleep(50);
+    }
+}
+
+void runDemo(HWND host, std::wstring folder) {
+    PostMessageW(host, WM_COMMAND, kOpenButton, 0);
+    HWND form = findForm();
+    if (!form) {
+        std::printf("the quick print window did not open\n");
+        PostMessageW(host, WM_CLOSE, 0, 0);
+        return;
+    }
+    Sleep(500);
+    HWND grid = focusOf(form);
+    const wchar_t* rows[][6] = {
+        {L"\u5185\u516D\u89D2\u87BA\u6813", L"M6\u00D720", L"GB/T 70.1", L"200", L"6901234567890", L"2026-11-22"},
+        {L"\u5E73\u57AB\u5708", L"\u03A68", L"GB/T 97.1", L"1000", L"6901234567906", L"2026-11-23"},
+        {L"\u5F39\u7C27\u57AB\u5708", L"\u03A610", L"GB/T 93", L"500", L"6901234567913", L"2026/12/1"},
+    };
+    key(grid, VK_DOWN);
+    for (const auto& row : rows) {
+        for (int c = 0; c < 6; ++c) {
+            type(grid, row[c]);
+            key(grid, c < 5 ? VK_TAB : VK_RETURN);
+        }
+        key(grid, VK_HOME);
+    }
+    screenshot(folder, L"01-label-rows");
+
+    SendMessageW(buttonWithCaption(form, L"\u6253\u5370\u672C\u9875"), BM_CLICK, 0, 0);   // 打印本页
+    key(grid, VK_UP);
+    key(grid, VK_UP);
+    SendMessageW(buttonWithCaption(form, L"\u6253\u5370\u672C\u884C"), BM_CLICK, 0, 0);   // 打印本行
+    screenshot(folder, L"02-printed");
+
+    SendMessageW(buttonWithCaption(form, L"\u9000\u51FA"), BM_CLICK, 0, 0);               // 退出
+    for (int i = 0; i < 100 && IsWindow(form) && IsWindowVisible(form); ++i) Sleep(50);
+    screenshot(folder, L"03-host-log");
+    PostMessageW(host, WM_CLOSE, 0, 0);
+}
+
+}  // namespace
+
+void startDemoSession(HWND hostWindow, const std::wstring& folder) {
+    std::thread(runDemo, hostWindow, folder).detach();
+}
+
+}  // namespace kes::host
