@@ -26,6 +26,7 @@ win64: deps
 test: native win32 win64
 	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
 	@scripts/check-windows-builds.sh
+	@scripts/e2e.sh
 
 bench: native
 	@scripts/run-benchmarks.sh $(NATIVE)/bin

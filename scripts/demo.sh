@@ -17,21 +17,8 @@ rm -rf "$out" && mkdir -p "$out"
 start_xvfb
 trap stop_xvfb EXIT
 folder=$(winepath -w "$out")
-kes_wine explorer /desktop=KesDemo,1280x800 "$bin/KesHost.exe" --demo "$folder" >"$out/host.log" 2>/dev/null &
-host=$!
-deadline=$((SECONDS + 120))
-while kill -0 "$host" 2>/dev/null && [ $SECONDS -lt $deadline ]; do
-  for request in "$out"/*.request; do
-    [ -e "$request" ] || continue
-    name=$(basename "$request" .request)
-    xwd -root -silent -out "$out/$name.xwd"
-    scripts/xwd_to_png.py "$out/$name.xwd" "$out/$name.png"
-    rm -f "$out/$name.xwd" "$request"
-    touch "$out/$name.done"
-  done
-  sleep 0.2
-done
-kill "$host" 2>/dev/null || true
+run_with_screenshots "$out" kes_wine explorer /desktop=KesDemo,1280x800 "$bin/KesHost.exe" --demo "$folder" \
+  >"$out/host.log" 2>/dev/null || true
 rm -f "$out"/*.done
 echo "What the host received:"
 cat "$out/host.log"

@@ -23,3 +23,30 @@ start_xvfb() {
   return 1
 }
 stop_xvfb() { [ -n "${XVFB_PID:-}" ] && kill "$XVFB_PID" 2>/dev/null; wait "$XVFB_PID" 2>/dev/null || true; }
+
+# run_with_screenshots OUT COMMAND...: runs a Windows program that asks for screenshots by
+# creating OUT/NAME.request; each is answered with OUT/NAME.png and OUT/NAME.done. Returns the
+# program's exit code; gives up after KES_WINE_TIMEOUT seconds (default 300).
+run_with_screenshots() {
+  local out=$1; shift
+  "$@" &
+  local program=$! deadline=$((SECONDS + ${KES_WINE_TIMEOUT:-300})) request name
+  while kill -0 "$program" 2>/dev/null; do
+    if [ $SECONDS -ge $deadline ]; then
+      echo "timed out after ${KES_WINE_TIMEOUT:-300} s: $*" >&2
+      kill "$program" 2>/dev/null || true
+      wineserver -k 2>/dev/null || true
+      return 124
+    fi
+    for request in "$out"/*.request; do
+      [ -e "$request" ] || continue
+      name=$(basename "$request" .request)
+      xwd -root -silent -out "$out/$name.xwd"
+      scripts/xwd_to_png.py "$out/$name.xwd" "$out/$name.png"
+      rm -f "$out/$name.xwd" "$request"
+      touch "$out/$name.done"
+    done
+    sleep 0.2
+  done
+  wait "$program"
+}

@@ -239,8 +239,10 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
     for (SheetRow* row = table.rows().lowerBound(topRow_); row && row->index <= lastRow; row = row->next) {
         for (SheetCell* cell = row->cells.lowerBound(leftColumn_); cell && cell->index <= lastColumn; cell = cell->next) {
             const CellRef ref(&table, row, cell);
-            const std::u16string text = ref.displayText();
+            std::u16string text = ref.displayText();
             if (text.empty()) continue;
+            // One line per cell: line breaks and tabs inside a text show as spaces.
+            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
             RECT r = cellRect(row->index, cell->index);
             InflateRect(&r, -scaled(3), 0);
             const CellDataType type = ref.formulaResult().type;

@@ -154,6 +154,7 @@ void LabelToolWindow::showModal() {
     const bool disableRoot = root && IsWindowEnabled(root);
     if (disableRoot) EnableWindow(root, FALSE);
     ShowWindow(window_, SW_SHOW);
+    BringWindowToTop(window_);
     SetForegroundWindow(window_);
     grid_->focus();
     MSG message;

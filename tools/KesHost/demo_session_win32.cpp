@@ -26,19 +26,23 @@ HWND focusOf(HWND window) {
     return info.hwndFocus;
 }
 
+struct CaptionSearch {
+    const wchar_t* caption;
+    HWND found;
+};
+
+BOOL CALLBACK matchCaption(HWND child, LPARAM data) {
+    auto* search = reinterpret_cast<CaptionSearch*>(data);
+    wchar_t text[64] = {};
+    GetWindowTextW(child, text, 64);
+    if (std::wstring(text) != search->caption) return TRUE;
+    search->found = child;
+    return FALSE;
+}
+
 HWND buttonWithCaption(HWND form, const wchar_t* caption) {
-    struct Search { const wchar_t* caption; HWND found; } search{caption, nullptr};
-    EnumChildWindows(
-        form,
-        [](HWND child, LPARAM data) -> BOOL {
-            auto* s = reinterpret_cast<Search*>(data);
-            wchar_t text[64] = {};
-            GetWindowTextW(child, text, 64);
-            if (std::wstring(text) != s->caption) return TRUE;
-            s->found = child;
-            return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
+    CaptionSearch search{caption, nullptr};
+    EnumChildWindows(form, matchCaption, reinterpret_cast<LPARAM>(&search));
     return search.found;
 }
 

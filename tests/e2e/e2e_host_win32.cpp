@@ -1,0 +1,397 @@
+// End-to-end tests of KesDataPrint.dll: a host window calls SetDllFormPRec for real, while a
+// driver thread works the quick print window with real messages (keystrokes into the grid,
+// button clicks, the clipboard) and the host checks the WM_COPYDATA bytes that arrive.
+//
+// e2e_host.exe SCREENSHOT-FOLDER (a GUI program; its report goes to standard output): prints one line per case and "N passed, N failed".
+#include <windows.h>
+#include <shellapi.h>
+
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using SetDllFormPRecFn = int (*)(HWND*, const char*, const char*, const char*);
+
+struct Received {
+    unsigned long dwData;
+    std::string bytes;
+};
+
+HWND hostWindow;
+SetDllFormPRecFn entry;
+std::vector<Received> received;
+std::wstring screenshotFolder;
+int passed = 0, failed = 0;
+std::vector<std::string> failures;
+
+void check(bool ok, const std::string& what) {
+    if (!ok) failures.push_back(what);
+}
+
+void cases();
+
+LRESULT CALLBACK hostProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_TIMER) {   // as a real host does, the entry is called from a handler
+        KillTimer(window, 1);
+        cases();
+        PostQuitMessage(0);
+        return 0;
+    }
+    if (message == WM_COPYDATA) {
+        const auto* data = reinterpret_cast<const COPYDATASTRUCT*>(lParam);
+        received.push_back({static_cast<unsigned long>(data->dwData),
+                            std::string(static_cast<const char*>(data->lpData), data->cbData)});
+        check(wParam == 0, "WM_COPYDATA carries word parameter 0");
+        return TRUE;
+    }
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+std::string utf8(const std::wstring& text) {
+    const int n = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(n), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, bytes.data(), n, nullptr, nullptr);
+    bytes.resize(static_cast<size_t>(n > 0 ? n - 1 : 0));
+    return bytes;
+}
+
+std::string ansi(const std::wstring& text) {
+    const int n = WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(n), '\0');
+    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, bytes.data(), n, nullptr, nullptr);
+    return bytes;
+}
+
+// --- driving the window ----------------------------------------------------------------------
+
+HWND findForm() {
+    for (int i = 0; i < 200; ++i) {
+        if (HWND form = FindWindowW(L"TFrmLabelTool", nullptr); form && IsWindowVisible(form)) return form;
+        Sleep(50);
+    }
+    return nullptr;
+}
+
+HWND focusOf(HWND window) {
+    GUITHREADINFO info{sizeof info};
+    GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &info);
+    return info.hwndFocus;
+}
+
+struct TextSearch {
+    const std::wstring* text;
+    HWND found;
+};
+
+BOOL CALLBACK matchText(HWND child, LPARAM data) {
+    auto* search = reinterpret_cast<TextSearch*>(data);
+    wchar_t buffer[256] = {};
+    GetWindowTextW(child, buffer, 256);
+    if (*search->text != buffer) return TRUE;
+    search->found = child;
+    return FALSE;
+}
+
+BOOL CALLBACK matchMessageBox(HWND window, LPARAM data) {
+    wchar_t cls[32] = {};
+    GetClassNameW(window, cls, 32);
+    if (std::wstring(cls) != L"#32770" || !IsWindowVisible(window)) return TRUE;
+    *reinterpret_cast<HWND*>(data) = window;
+    return FALSE;
+}
+
+HWND childWithText(HWND parent, const std::wstring& text) {
+    TextSearch search{&text, nullptr};
+    EnumChildWindows(parent, matchText, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+// Waits for the UI thread to have handled what was posted to it. A sent message overtakes
+// posted ones, so the wait comes first and the sent WM_NULL only makes sure the thread is idle.
+void settle(HWND form) {
+    Sleep(250);
+    DWORD_PTR result;
+    SendMessageTimeoutW(form, WM_NULL, 0, 0, SMTO_BLOCK, 5000, &result);
+}
+
+void key(HWND target, WPARAM virtualKey) {
+    PostMessageW(target, WM_KEYDOWN, virtualKey, 0);
+    PostMessageW(target, WM_KEYUP, virtualKey, 0);
+}
+
+void type(HWND target, const std::wstring& text) {
+    for (wchar_t c : text) PostMessageW(target, WM_CHAR, c, 0);
+}
+
+// Types rows of cells from the current cell: Tab between cells, Enter and Home after a row.
+void typeRows(HWND grid, const std::vector<std::vector<std::wstring>>& rows) {
+    for (const auto& row : rows) {
+        for (size_t c = 0; c < row.size(); ++c) {
+            if (!row[c].empty()) type(grid, row[c]);
+            key(grid, c + 1 < row.size() ? VK_TAB : VK_RETURN);
+        }
+        key(grid, VK_HOME);
+    }
+}
+
+void click(HWND form, const std::wstring& caption) { SendMessageW(childWithText(form, caption), BM_CLICK, 0, 0); }
+
+void controlKey(HWND form, WORD virtualKey) {
+    SetForegroundWindow(form);
+    INPUT inputs[4] = {};
+    for (INPUT& in : inputs) in.type = INPUT_KEYBOARD;
+    inputs[0].ki.wVk = VK_CONTROL;
+    inputs[1].ki.wVk = virtualKey;
+    inputs[2].ki.wVk = virtualKey;
+    inputs[2].ki.dwFlags = KEYEVENTF_KEYUP;
+    inputs[3].ki.wVk = VK_CONTROL;
+    inputs[3].ki.dwFlags = KEYEVENTF_KEYUP;
+    SendInput(4, inputs, sizeof(INPUT));
+    Sleep(300);
+    settle(form);
+}
+
+void setClipboard(const std::wstring& text) {
+    for (int i = 0; i < 20 && !OpenClipboard(nullptr); ++i) Sleep(50);
+    EmptyClipboard();
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, (text.size() + 1) * sizeof(wchar_t));
+    std::copy(text.c_str(), text.c_str() + text.size() + 1, static_cast<wchar_t*>(GlobalLock(memory)));
+    GlobalUnlock(memory);
+    SetClipboardData(CF_UNICODETEXT, memory);
+    CloseClipboard();
+}
+
+// The text of the message box the form shows, after which the box is dismissed with OK.
+std::wstring dismissMessageBox(HWND form) {
+    for (int i = 0; i < 100; ++i) {
+        HWND box = nullptr;
+        EnumThreadWindows(GetWindowThreadProcessId(form, nullptr), matchMessageBox, reinterpret_cast<LPARAM>(&box));
+        if (box) {
+            wchar_t text[512] = {};
+            GetDlgItemTextW(box, 0xFFFF, text, 512);
+            PostMessageW(box, WM_COMMAND, IDOK, 0);
+            return text;
+        }
+        Sleep(50);
+    }
+    return L"(no message box)";
+}
+
+void screenshot(const std::wstring& name) {
+    Sleep(300);
+    const std::wstring request = screenshotFolder + L"\\" + name + L".request";
+    const std::wstring done = screenshotFolder + L"\\" + name + L".done";
+    if (FILE* f = _wfopen(request.c_str(), L"w")) std::fclose(f);
+    for (int i = 0; i < 200 && GetFileAttributesW(done.c_str()) == INVALID_FILE_ATTRIBUTES; ++i) Sleep(50);
+}
+
+// --- cases -----------------------------------------------------------------------------------
+
+const std::wstring kFields = L"[\"\u54C1\u540D\",\"\u6570\u91CF\",\"\u6761\u7801\"]";   // 品名 数量 条码
+
+// Opens the window with `fields` through the entry on this thread while `drive` works it from
+// another; returns the entry's result.
+int session(const std::wstring& fields, const std::function<void(HWND form, HWND grid)>& drive, HWND* handle = &hostWindow) {
+    received.clear();
+    std::thread driver([&] {
+        HWND form = findForm();
+        if (!form) {
+            check(false, "the quick print window opens");
+            return;
+        }
+        Sleep(300);
+        settle(form);
+        drive(form, focusOf(form));
+        if (IsWindow(form) && IsWindowVisible(form)) PostMessageW(form, WM_CLOSE, 0, 0);
+    });
+    const int result = entry(handle, "", "", ansi(fields).c_str());
+    driver.join();
+    return result;
+}
+
+void run(const char* name, const std::function<void()>& body) {
+    failures.clear();
+    body();
+    if (failures.empty()) {
+        ++passed;
+        std::printf("ok   %s\n", name);
+    } else {
+        ++failed;
+        std::printf("FAIL %s\n", name);
+        for (const std::string& f : failures) std::printf("       %s\n", f.c_str());
+    }
+    std::fflush(stdout);
+}
+
+void cases() {
+    run("typed rows print as one JSON array, stopping at the first empty row", [] {
+        const int result = session(kFields, [](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            typeRows(grid, {{L"\u87BA\u4E1D M6", L"12", L"6901234567890"},
+                            {L"\u87BA\u6BCD \"M8\"", L"", L"007"},
+                            {L"", L"", L""},
+                            {L"after the gap", L"1", L"2"}});
+            settle(form);
+            screenshot(L"typed-rows");
+            click(form, L"\u6253\u5370\u672C\u9875");   // 打印本页
+        });
+        check(result == 0, "the entry returns 0");
+        check(received.size() == 1, "one message for the page");
+        if (received.empty()) return;
+        const std::string expected = utf8(
+            L"[{\"\u54C1\u540D\":\"\u87BA\u4E1D M6\",\"\u6570\u91CF\":\"12\",\"\u6761\u7801\":\"6901234567890\"},"
+            L"{\"\u54C1\u540D\":\"\u87BA\u6BCD \"M8\"\",\"\u6570\u91CF\":\"\",\"\u6761\u7801\":\"7\"}]");
+        check(received[0].bytes == expected, "payload: " + received[0].bytes);
+        check(received[0].dwData == 1, "dwData is 1");
+    });
+
+    run("print this row sends the current row, also an empty one", [] {
+        session(kFields, [](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            typeRows(grid, {{L"a", L"1", L"2"}, {L"b", L"3", L"4"}});
+            key(grid, VK_UP);
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u884C");   // 打印本行: row 3, "b"
+            key(grid, VK_DOWN);
+            key(grid, VK_DOWN);
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u884C");
+        });
+        check(received.size() == 2, "two messages");
+        if (received.size() < 2) return;
+        check(received[0].bytes == utf8(L"[{\"\u54C1\u540D\":\"b\",\"\u6570\u91CF\":\"3\",\"\u6761\u7801\":\"4\"}]"),
+              "row: " + received[0].bytes);
+        check(received[1].bytes == utf8(L"[{\"\u54C1\u540D\":\"\",\"\u6570\u91CF\":\"\",\"\u6761\u7801\":\"\"}]"),
+              "empty row: " + received[1].bytes);
+    });
+
+    run("printing the header row is refused with a message", [] {
+        std::wstring shown;
+        session(kFields, [&](HWND form, HWND) {
+            PostMessageW(childWithText(form, L"\u6253\u5370\u672C\u884C"), BM_CLICK, 0, 0);
+            shown = dismissMessageBox(form);
+            settle(form);
+        });
+        check(shown == L"\u8BF7\u9009\u62E9\u975E\u6807\u9898\u7684\u884C\u8BB0\u5F55\u6253\u5370\uFF01", "the refusal text");
+        check(received.empty(), "nothing is sent");
+    });
+
+    run("an empty field list [] sends nothing", [] {
+        session(L"[]", [](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            type(grid, L"x");
+            key(grid, VK_RETURN);
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u9875");
+            click(form, L"\u6253\u5370\u672C\u884C");
+        });
+        check(received.empty(), "no message");
+    });
+
+    run("Chinese text arrives as UTF-8 with the exact byte count", [] {
+        session(L"[\"\u54C1\u540D\"]", [](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            type(grid, L"\u4E2D\u6587");
+            key(grid, VK_RETURN);
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(received.size() == 1 && received[0].bytes.size() == 21, "cbData 21 for [{\"品名\":\"中文\"}]");
+    });
+
+    run("a pasted block of tab-separated cells is printed", [] {
+        session(kFields, [](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            settle(form);
+            setClipboard(L"p1\t5\t690\r\n\"two\nlines\"\t6\t691\r\n");
+            controlKey(form, 'V');
+            screenshot(L"pasted-block");
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        const std::string expected =
+            utf8(L"[{\"\u54C1\u540D\":\"p1\",\"\u6570\u91CF\":\"5\",\"\u6761\u7801\":\"690\"},"
+                 L"{\"\u54C1\u540D\":\"two\nlines\",\"\u6570\u91CF\":\"6\",\"\u6761\u7801\":\"691\"}]");
+        check(received.size() == 1 && received[0].bytes == expected,
+              "payload: " + (received.empty() ? std::string("(none)") : received[0].bytes));
+    });
+
+    run("the close box and the exit button both end the call with 0", [] {
+        const int byCloseBox = session(kFields, [](HWND form, HWND) { PostMessageW(form, WM_SYSCOMMAND, SC_CLOSE, 0); });
+        const int byButton = session(kFields, [](HWND form, HWND) { click(form, L"\u9000\u51FA"); });
+        check(byCloseBox == 0, "close box: 0");
+        check(byButton == 0, "exit button: 0");
+    });
+
+    run("a second call starts with an empty grid", [] {
+        session(kFields, [](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            typeRows(grid, {{L"kept?", L"1", L"2"}});
+            settle(form);
+        });
+        session(kFields, [](HWND form, HWND) { click(form, L"\u6253\u5370\u672C\u9875"); });
+        check(received.size() == 1 && received[0].bytes == "[]", "nothing of the first session is left");
+    });
+
+    run("a zero host handle sends nothing and still returns 0", [] {
+        HWND zero = nullptr;
+        const int result = session(
+            kFields,
+            [](HWND form, HWND grid) {
+                key(grid, VK_DOWN);
+                typeRows(grid, {{L"x", L"1", L"2"}});
+                settle(form);
+                click(form, L"\u6253\u5370\u672C\u9875");
+            },
+            &zero);
+        check(result == 0, "returns 0");
+        check(received.empty(), "no message");
+    });
+
+    run("a null handle pointer returns 1 without a window", [] {
+        received.clear();
+        const int result = entry(nullptr, nullptr, nullptr, nullptr);
+        check(result == 1, "returns 1");
+        check(FindWindowW(L"TFrmLabelTool", nullptr) == nullptr, "no window left");
+    });
+}
+
+}  // namespace
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    int argc = 0;
+    LPWSTR* argv = CommandLineToArgvW(GetCommandLineW(), &argc);
+    screenshotFolder = argc > 1 ? argv[1] : L".";
+    LocalFree(argv);
+    WNDCLASSW wc{};
+    wc.lpfnWndProc = hostProc;
+    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.lpszClassName = L"KesE2EHost";
+    wc.hbrBackground = GetSysColorBrush(COLOR_APPWORKSPACE);
+    RegisterClassW(&wc);
+    // Under Wine's virtual desktop a window placed away from the top left corner can stay
+    // black in screenshots; at the default place the quick print window lands at (0, 0).
+    hostWindow = CreateWindowW(L"KesE2EHost", L"e2e host", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT, 900, 520, nullptr,
+                               nullptr, wc.hInstance, nullptr);
+    HMODULE library = LoadLibraryW(L"KesDataPrint.dll");
+    entry = library ? reinterpret_cast<SetDllFormPRecFn>(reinterpret_cast<void*>(GetProcAddress(library, "SetDllFormPRec")))
+                    : nullptr;
+    if (!entry) {
+        std::printf("KesDataPrint.dll or SetDllFormPRec not found\n0 passed, 1 failed\n");
+        return 1;
+    }
+    ShowWindow(hostWindow, SW_SHOW);
+    SetTimer(hostWindow, 1, 500, nullptr);   // once the host window is up on the screen
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    std::printf("%d passed, %d failed\n", passed, failed);
+    std::fflush(stdout);
+    DestroyWindow(hostWindow);
+    return failed == 0 ? 0 : 1;
+}
