@@ -1,7 +1,5 @@
 #include "form/label_tool_form.h"
 
-#include <cstdio>
-
 #include "form/text_helpers.h"
 #include "text/utf8.h"
 
@@ -69,21 +67,32 @@ std::u16string TFrmLabelTool::cellText(int32_t row, int32_t column) {
     return cell ? cell.displayText() : std::u16string();
 }
 
-// The row's items, "key":"value", each followed by a comma; counts the empty values.
-std::u16string TFrmLabelTool::rowObject(int32_t row, int32_t& emptyCells) {
-    std::u16string items;
+// The keys as row 0 holds them when a print command starts (the user may have edited them).
+std::vector<std::u16string> TFrmLabelTool::headerKeys() {
+    std::vector<std::u16string> keys;
+    for (int32_t column = 0; column < FieldCount; ++column) keys.push_back(cellText(0, column));
+    return keys;
+}
+
+// The row's object {"key":"value",...}; counts the values that are empty or blank.
+std::u16string TFrmLabelTool::rowObject(const std::vector<std::u16string>& keys, int32_t row, int32_t& emptyCells) {
+    SheetTable& sheet = *SpreadBook.activeSheet();
+    SheetRow* cells = sheet.getRow(row);
+    std::u16string object = u"{";
     emptyCells = 0;
     for (int32_t column = 0; column < FieldCount; ++column) {
-        const std::u16string value = cellText(row, column);
+        SheetCell* cell = cells ? cells->cells.getItem(column) : nullptr;
+        const std::u16string value = cell ? CellRef(&sheet, cells, cell).displayText() : std::u16string();
         if (IsEmptyStr(value)) ++emptyCells;
-        items += u'"';
-        items += cellText(0, column);
-        items += u"\":\"";
-        items += value;
-        items += u"\",";
+        object += u'"';
+        object += keys[static_cast<size_t>(column)];
+        object += u"\":\"";
+        object += value;
+        object += u"\",";
     }
-    if (!items.empty()) items.pop_back();
-    return u"{" + items + u"}";
+    if (object.size() > 1) object.pop_back();   // the last comma
+    object += u'}';
+    return object;
 }
 
 void TFrmLabelTool::appendPrintRecord(const std::u16string& object) {
@@ -99,15 +108,16 @@ void TFrmLabelTool::appendPrintRecord(const std::u16string& object) {
 
 // Joins the stored objects into the array text, puts it into both memos and sends it.
 void TFrmLabelTool::sendStoredRecords() {
-    std::u16string text;
+    std::u16string text = u"[";
     tbTempPrint.First();
     while (!tbTempPrint.Eof()) {
         text += tbTempPrint.FieldByName(u"FJson").AsString();
         text += u',';
         tbTempPrint.Next();
     }
-    if (!text.empty()) text.pop_back();
-    Memo1 = u"[" + text + u"]";
+    if (text.size() > 1) text.pop_back();
+    text += u']';
+    Memo1 = std::move(text);
     Memo2 = Memo1;
     btnSendMesClick();
 }
@@ -119,9 +129,10 @@ void TFrmLabelTool::btnPrintAllClick() {
     }
     tbTempPrint.Close();
     tbTempPrint.Open();
+    const std::vector<std::u16string> keys = headerKeys();
     for (int32_t row = 1;; ++row) {
         int32_t emptyCells = 0;
-        const std::u16string object = rowObject(row, emptyCells);
+        const std::u16string object = rowObject(keys, row, emptyCells);
         if (emptyCells == FieldCount) break;
         appendPrintRecord(object);
     }
@@ -135,20 +146,20 @@ void TFrmLabelTool::btnPrintOneClick() {
     tbTempPrint.Close();
     tbTempPrint.Open();
     int32_t emptyCells = 0;   // counted but not used: an empty row is printed as well
-    appendPrintRecord(rowObject(row, emptyCells));
+    appendPrintRecord(rowObject(headerKeys(), row, emptyCells));
     sendStoredRecords();
 }
 
 void TFrmLabelTool::btnSendMesClick() {
-    if (IsEmptyStr(Memo1)) abortWithMessage(kNothingToPrint);
-    SendToHost(MyHandle, WM_COPYDATA_MESSAGE, Memo1, 0);
+    if (IsEmptyStr(Memo1.text())) abortWithMessage(kNothingToPrint);
+    SendToHost(MyHandle, WM_COPYDATA_MESSAGE, Memo1.text(), 0);
 }
 
 void TFrmLabelTool::Button1Click() {
     SheetTable& table = *SpreadBook.activeSheet();
-    Memo2 = platform_.clipboardText() + Memo2;   // pasted at the caret, which stands at the start
+    Memo2 = platform_.clipboardText() + Memo2.text();   // pasted at the caret, which stands at the start
     const CellRect area = table.selection().area();
-    SetCellText(table, area.top, area.left, Memo2, true);
+    SetCellText(table, area.top, area.left, Memo2.text(), true);
 }
 
 bool TFrmLabelTool::SendToHost(HostWindow target, uint16_t message, const std::u16string& text, uint16_t wordParam) {
@@ -162,11 +173,18 @@ bool TFrmLabelTool::SendToHost(HostWindow target, uint16_t message, const std::u
 }
 
 std::u16string TFrmLabelTool::NewId() {
+    // The braced text form of the GUID without its braces and hyphens: 32 upper-case digits.
     const FormPlatform::Guid g = platform_.newGuid();
-    char text[33];
-    std::snprintf(text, sizeof text, "%08X%04X%04X%02X%02X%02X%02X%02X%02X%02X%02X", g.data1, g.data2, g.data3,
-                  g.data4[0], g.data4[1], g.data4[2], g.data4[3], g.data4[4], g.data4[5], g.data4[6], g.data4[7]);
-    return std::u16string(text, text + 32);
+    std::u16string id;
+    id.reserve(32);
+    const auto hex = [&](uint32_t value, int digits) {
+        for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) id.push_back(u"0123456789ABCDEF"[(value >> shift) & 0xF]);
+    };
+    hex(g.data1, 8);
+    hex(g.data2, 4);
+    hex(g.data3, 4);
+    for (uint8_t byte : g.data4) hex(byte, 2);
+    return id;
 }
 
 void TFrmLabelTool::abortWithMessage(const std::u16string& text) {

@@ -3,6 +3,7 @@
 // list, the print commands that turn sheet rows into the JSON payload, the paste command and
 // the message channel to the host. The window layer binds its controls to these handlers.
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,24 @@ namespace kes {
 class EAbort : public std::exception {
 public:
     const char* what() const noexcept override { return "Operation aborted"; }
+};
+
+// The text of a hidden memo control. After a print both memos hold the same array text, which
+// can run to megabytes: they share one copy of it.
+class MemoText {
+public:
+    MemoText(std::u16string text = {}) : text_(std::make_shared<const std::u16string>(std::move(text))) {}
+    MemoText& operator=(std::u16string text) {
+        text_ = std::make_shared<const std::u16string>(std::move(text));
+        return *this;
+    }
+    const std::u16string& text() const { return *text_; }
+    void clear() { *this = std::u16string(); }
+    friend bool operator==(const MemoText& a, const MemoText& b) { return *a.text_ == *b.text_; }
+    friend bool operator==(const MemoText& a, std::u16string_view b) { return *a.text_ == b; }
+
+private:
+    std::shared_ptr<const std::u16string> text_;
 };
 
 class TFrmLabelTool {
@@ -46,8 +65,8 @@ public:
     RecordTable tbTempPrint;
 
     // The hidden controls that serve as buffers and switches.
-    std::u16string Memo1;
-    std::u16string Memo2 = u"Memo2";
+    MemoText Memo1;
+    MemoText Memo2{u"Memo2"};
     bool chPreview = true;   // checked by design and never changed: the preview flag sent is 1
     bool TimerEnabled = true;
 
@@ -63,7 +82,8 @@ public:
 private:
     [[noreturn]] void abortWithMessage(const std::u16string& text);
     void appendPrintRecord(const std::u16string& object);
-    std::u16string rowObject(int32_t row, int32_t& emptyCells);
+    std::vector<std::u16string> headerKeys();
+    std::u16string rowObject(const std::vector<std::u16string>& keys, int32_t row, int32_t& emptyCells);
     void sendStoredRecords();
 
     FormPlatform& platform_;

@@ -6,7 +6,7 @@ namespace kes {
 
 RecordTable::RecordTable(RecordTable&& other) noexcept
     : codePage_(other.codePage_), fields_(std::move(other.fields_)), records_(std::move(other.records_)),
-      pending_(std::move(other.pending_)), pendingModified_(other.pendingModified_), appending_(other.appending_),
+      pending_(std::move(other.pending_)), pendingIsCurrent_(other.pendingIsCurrent_), pendingModified_(other.pendingModified_), appending_(other.appending_),
       state_(other.state_), current_(other.current_), eof_(other.eof_), recordCounter_(other.recordCounter_) {
     for (StringField& field : fields_) field.table_ = this;
 }
@@ -34,6 +34,7 @@ void RecordTable::finishPending() {
     if (state_ != State::Editing && state_ != State::Inserting) return;
     if (pendingModified_) Post();
     else state_ = State::Browsing;
+    pendingIsCurrent_ = false;
 }
 
 void RecordTable::Edit() {
@@ -48,7 +49,7 @@ void RecordTable::Edit() {
     }
     finishPending();
     state_ = State::Editing;
-    pending_ = records_[current_];
+    pendingIsCurrent_ = true;   // copied on the first write only: most edits are dropped unchanged
     pendingModified_ = false;
 }
 
@@ -102,11 +103,16 @@ StringField& RecordTable::FieldByName(std::u16string_view name) {
 
 RecordTable::Record& RecordTable::writableRecord() {
     if (state_ != State::Editing && state_ != State::Inserting) throw EDatabaseError("Dataset not in edit or insert mode");
+    if (pendingIsCurrent_) {
+        pending_ = records_[current_];
+        pendingIsCurrent_ = false;
+    }
     pendingModified_ = true;
     return pending_;
 }
 
 const RecordTable::Value* RecordTable::readableValue(size_t field) const {
+    if (state_ == State::Editing && pendingIsCurrent_) return &records_[current_][field];
     if (state_ == State::Editing || state_ == State::Inserting) return &pending_[field];
     if (state_ == State::Inactive || records_.empty()) return nullptr;
     return &records_[current_][field];

@@ -81,6 +81,7 @@ private:
     std::vector<StringField> fields_;
     std::vector<Record> records_;
     Record pending_;
+    bool pendingIsCurrent_ = false;   // an edit that has written nothing yet reads the current record
     bool pendingModified_ = false;
     bool appending_ = false;
     State state_ = State::Inactive;

@@ -42,14 +42,31 @@ char32_t decodeOne(std::string_view bytes, size_t& i) {
     return cp;
 }
 
+
+// The exact UTF-8 length, so that a large text is written into a buffer of its own size.
+size_t utf8Length(std::u16string_view text) {
+    size_t length = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char16_t u = text[i];
+        if (u < 0x80) length += 1;
+        else if (u < 0x800) length += 2;
+        else if (isHighSurrogate(u) && i + 1 < text.size() && isLowSurrogate(text[i + 1])) length += 4, ++i;
+        else length += 3;
+    }
+    return length;
+}
+
 }  // namespace
 
 void appendUtf8(std::string& out, std::u16string_view text) {
-    out.reserve(out.size() + text.size() * 3);
+    const size_t start = out.size();
+    out.resize(start + utf8Length(text));
+    char* p = out.data() + start;
+    const auto put = [&](uint32_t byte) { *p++ = static_cast<char>(byte); };
     for (size_t i = 0; i < text.size(); ++i) {
         char32_t u = text[i];
         if (u < 0x80) {
-            out.push_back(static_cast<char>(u));
+            put(u);
             continue;
         }
         if (isHighSurrogate(u) && i + 1 < text.size() && isLowSurrogate(text[i + 1])) {
@@ -58,16 +75,16 @@ void appendUtf8(std::string& out, std::u16string_view text) {
             u = kReplacement;
         }
         if (u < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | (u >> 6)));
+            put(0xC0 | (u >> 6));
         } else if (u < 0x10000) {
-            out.push_back(static_cast<char>(0xE0 | (u >> 12)));
-            out.push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xF0 | (u >> 18)));
-            out.push_back(static_cast<char>(0x80 | ((u >> 12) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | ((u >> 6) & 0x3F)));
+            put(0xE0 | (u >> 12));
+            put(0x80 | ((u >> 6) & 0x3F));
+        } else {   // a surrogate pair: two units in, four bytes out
+            put(0xF0 | (u >> 18));
+            put(0x80 | ((u >> 12) & 0x3F));
+            put(0x80 | ((u >> 6) & 0x3F));
         }
-        out.push_back(static_cast<char>(0x80 | (u & 0x3F)));
+        put(0x80 | (u & 0x3F));
     }
 }
 

@@ -126,8 +126,10 @@ void LabelToolWindow::createControls() {
     HWND chPreview = button(L"\u6253\u5370\u9884\u89C8", 751, 12, idChPreview, false, BS_AUTOCHECKBOX);   // 打印预览
     SendMessageW(chPreview, BM_SETCHECK, form_->chPreview ? BST_CHECKED : BST_UNCHECKED, 0);
     button(L"\u53D1\u9001\u6D88\u606F", 784, 12, idBtnSendMes, false);   // 发送消息
-    memo1_ = makeChild(panel4_, L"EDIT", L"", ES_MULTILINE | WS_VSCROLL, 336, 200, 593, 281, idMemo1, formFont_);
-    memo2_ = makeChild(panel4_, L"EDIT", L"Memo2", ES_MULTILINE | WS_VSCROLL, 488, 144, 209, 193, idMemo2, formFont_);
+    // The hidden memos exist as designed; the texts they buffer live in the form itself, where
+    // a print's array text (megabytes at times) is not copied into an edit control.
+    makeChild(panel4_, L"EDIT", L"", ES_MULTILINE | WS_VSCROLL, 336, 200, 593, 281, idMemo1, formFont_);
+    makeChild(panel4_, L"EDIT", L"Memo2", ES_MULTILINE | WS_VSCROLL, 488, 144, 209, 193, idMemo2, formFont_);
 
     grid_ = std::make_unique<GridControl>(
         panel4_, form_->SpreadBook,
@@ -183,8 +185,6 @@ void LabelToolWindow::run(Handler&& handler) {
     } catch (const std::exception& error) {
         showError(error);
     }
-    SetWindowTextW(memo1_, wide(form_->Memo1));
-    SetWindowTextW(memo2_, wide(form_->Memo2));
     grid_->refresh();
 }
 

@@ -47,7 +47,7 @@ private:
     HWND owner_;
     HWND window_ = nullptr;
     HWND panelAll_ = nullptr, panel4_ = nullptr, panel1_ = nullptr;
-    HWND memo1_ = nullptr, memo2_ = nullptr, label1_ = nullptr;
+    HWND label1_ = nullptr;
     HFONT formFont_ = nullptr, panelFont_ = nullptr, labelFont_ = nullptr;
     std::unique_ptr<TFrmLabelTool> form_;
     std::unique_ptr<GridControl> grid_;

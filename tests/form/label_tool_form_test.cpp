@@ -96,7 +96,7 @@ TEST_F(LabelForm, PrintPageSendsRowsUpToTheFirstEmptyOne) {
               "[{\"\xE5\x93\x81\xE5\x90\x8D\":\"\xE8\x9E\xBA\xE4\xB8\x9D\",\"\xE6\x95\xB0\xE9\x87\x8F\":\"12\","
               "\"\xE6\x9D\xA1\xE7\xA0\x81\":\"6901234567890\"},"
               "{\"\xE5\x93\x81\xE5\x90\x8D\":\" x\"y \",\"\xE6\x95\xB0\xE9\x87\x8F\":\"\",\"\xE6\x9D\xA1\xE7\xA0\x81\":\"\"}]");
-    EXPECT_EQ(toUtf8(form.Memo1), lastPayload());
+    EXPECT_EQ(toUtf8(form.Memo1.text()), lastPayload());
     EXPECT_EQ(form.Memo2, form.Memo1);
     EXPECT_EQ(form.tbTempPrint.recordCount(), 2u);
 }
