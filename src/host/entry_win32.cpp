@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ui/label_tool_window_win32.h"
+#include "ui/window_support_win32.h"
 
 namespace {
 
@@ -20,6 +21,30 @@ std::u16string fromAnsi(const char* text) {
     return std::u16string(reinterpret_cast<const char16_t*>(wide.c_str()), wide.size());
 }
 
+// The library's manifest asks for the version 6 common controls; a DLL gets them only while its
+// own activation context is active, which this scope does for the length of the call.
+class CommonControlsScope {
+public:
+    CommonControlsScope() {
+        ACTCTXW request{sizeof request};
+        request.dwFlags = ACTCTX_FLAG_HMODULE_VALID | ACTCTX_FLAG_RESOURCE_NAME_VALID;
+        request.hModule = kes::moduleInstance();
+        request.lpResourceName = MAKEINTRESOURCEW(2);
+        context_ = CreateActCtxW(&request);
+        if (context_ != INVALID_HANDLE_VALUE && !ActivateActCtx(context_, &cookie_)) cookie_ = 0;
+    }
+    ~CommonControlsScope() {
+        if (cookie_) DeactivateActCtx(0, cookie_);
+        if (context_ != INVALID_HANDLE_VALUE) ReleaseActCtx(context_);
+    }
+    CommonControlsScope(const CommonControlsScope&) = delete;
+    CommonControlsScope& operator=(const CommonControlsScope&) = delete;
+
+private:
+    HANDLE context_ = INVALID_HANDLE_VALUE;
+    ULONG_PTR cookie_ = 0;
+};
+
 class EHostArgument : public std::exception {
 public:
     const char* what() const noexcept override { return "the host window handle cannot be read"; }
@@ -29,6 +54,7 @@ public:
 
 extern "C" int SetDllFormPRec(HWND* handle, const char* path, const char* name, const char* dataSource) {
     int result = 0;
+    const CommonControlsScope commonControls;
     try {
         if (!handle || IsBadReadPtr(handle, sizeof(HWND))) throw EHostArgument();
         FrmLabelTool = new kes::LabelToolWindow(*handle);

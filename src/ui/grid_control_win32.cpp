@@ -9,6 +9,7 @@
 #include "sheet/clipboard_text.h"
 #include "sheet/navigation.h"
 #include "sheet/sheet_bounds.h"
+#include "ui/window_support_win32.h"
 
 namespace kes {
 namespace {
@@ -21,9 +22,6 @@ constexpr COLORREF kHeaderSelected = RGB(0xD2, 0xE4, 0xD9);
 constexpr COLORREF kSelectionFill = RGB(0xDC, 0xEA, 0xF7);
 constexpr COLORREF kFocusFrame = RGB(0x21, 0x73, 0x46);
 constexpr int kFindEdit = 101, kFindCase = 102, kFindNext = 103, kFindClose = 104;
-
-const wchar_t* wide(const std::u16string& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
-std::u16string fromWide(const wchar_t* s) { return reinterpret_cast<const char16_t*>(s); }
 
 std::wstring columnName(int32_t column) {
     std::wstring name;
@@ -41,35 +39,12 @@ std::u16string windowText(HWND window) {
     return fromWide(text.c_str());
 }
 
-HINSTANCE moduleInstance() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&moduleInstance), &module);
-    return module;
-}
-
-void registerClasses() {
-    static bool registered = false;
-    if (registered) return;
-    WNDCLASSEXW wc{sizeof wc};
-    wc.style = CS_DBLCLKS;
-    wc.lpfnWndProc = DefWindowProcW;
-    wc.hInstance = moduleInstance();
-    wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    wc.lpszClassName = kGridClass;
-    RegisterClassExW(&wc);
-    wc.style = 0;
-    wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
-    wc.lpszClassName = kFindClass;
-    RegisterClassExW(&wc);
-    registered = true;
-}
-
 }  // namespace
 
 GridControl::GridControl(HWND parent, Workbook& book, CellWriter writer, ErrorHandler onError)
     : book_(book), writer_(std::move(writer)), onError_(std::move(onError)) {
-    registerClasses();
+    registerWindowClass(kGridClass, CS_DBLCLKS, nullptr);
+    registerWindowClass(kFindClass, 0, GetSysColorBrush(COLOR_BTNFACE));
     window_ = CreateWindowExW(0, kGridClass, L"", WS_CHILD | WS_VISIBLE | WS_VSCROLL | WS_HSCROLL | WS_CLIPCHILDREN, 0, 0,
                               100, 100, parent, nullptr, moduleInstance(), nullptr);
     SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));

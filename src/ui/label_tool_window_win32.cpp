@@ -7,6 +7,7 @@
 #include <string>
 
 #include "text/utf8.h"
+#include "ui/window_support_win32.h"
 
 namespace kes {
 namespace {
@@ -20,30 +21,6 @@ enum ControlId {
     idBtnInport = 1001, idBtnOutPut, idBtnPrintOne, idBtnPrintAll, idBtnClose, idButton1, idChPreview, idBtnSendMes,
     idRbIfShow, idLabel1, idMemo1, idMemo2,
 };
-
-const wchar_t* wide(const std::u16string& s) { return reinterpret_cast<const wchar_t*>(s.c_str()); }
-
-HINSTANCE moduleInstance() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCWSTR>(&moduleInstance), &module);
-    return module;
-}
-
-void registerClasses() {
-    static bool registered = false;
-    if (registered) return;
-    WNDCLASSEXW wc{sizeof wc};
-    wc.lpfnWndProc = DefWindowProcW;
-    wc.hInstance = moduleInstance();
-    wc.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    wc.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
-    wc.lpszClassName = kFormClass;
-    RegisterClassExW(&wc);
-    wc.lpszClassName = kPanelClass;
-    RegisterClassExW(&wc);
-    registered = true;
-}
 
 HWND makeChild(HWND parent, const wchar_t* cls, const wchar_t* text, DWORD style, int x, int y, int w, int h, int id,
                HFONT font) {
@@ -60,7 +37,8 @@ HFONT makeFont(const wchar_t* face, int pixelHeight) {
 }  // namespace
 
 LabelToolWindow::LabelToolWindow(HWND owner) : owner_(owner) {
-    registerClasses();
+    registerWindowClass(kFormClass, 0, GetSysColorBrush(COLOR_BTNFACE));
+    registerWindowClass(kPanelClass, 0, GetSysColorBrush(COLOR_BTNFACE));
     form_ = std::make_unique<TFrmLabelTool>(*this);
     RECT frame{0, 0, kClientWidth, kClientHeight};
     const DWORD style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MAXIMIZEBOX | WS_THICKFRAME | WS_CLIPCHILDREN;
