@@ -351,6 +351,40 @@ void cases() {
         check(received.empty(), "no message");
     });
 
+    run("minimizing the window minimizes the host; an atom message is taken and deleted", [] {
+        bool hostMinimized = false, atomGone = false;
+        session(kFields, [&](HWND form, HWND) {
+            SendMessageW(form, WM_SYSCOMMAND, SC_MINIMIZE, 0);
+            hostMinimized = IsIconic(hostWindow) != FALSE;
+            ShowWindow(hostWindow, SW_RESTORE);
+            const ATOM atom = GlobalAddAtomW(L"KesDataPrint e2e");
+            SendMessageW(form, WM_COPYDATA, 0, atom);
+            atomGone = GlobalFindAtomW(L"KesDataPrint e2e") == 0;
+            settle(form);
+        });
+        check(hostMinimized, "the host window is minimized");
+        check(atomGone, "the atom is deleted");
+    });
+
+    run("undo takes back a typed cell and Ctrl+F opens the find window", [] {
+        bool findOpen = false;
+        session(kFields, [&](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            typeRows(grid, {{L"a", L"1", L"2"}});
+            key(grid, VK_UP);
+            type(grid, L"b");
+            key(grid, VK_RETURN);
+            settle(form);
+            controlKey(form, 'Z');   // back to "a"
+            controlKey(form, 'F');
+            findOpen = FindWindowW(L"KesGridFind", nullptr) != nullptr;
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(findOpen, "the find window is open");
+        check(received.size() == 1 && received[0].bytes.find("\"a\"") != std::string::npos,
+              "payload after undo: " + (received.empty() ? std::string("(none)") : received[0].bytes));
+    });
+
     run("a null handle pointer returns 1 without a window", [] {
         received.clear();
         const int result = entry(nullptr, nullptr, nullptr, nullptr);
