@@ -28,8 +28,8 @@ test: native win32 win64
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh
 
-bench: native
-	@scripts/run-benchmarks.sh $(NATIVE)/bin
+bench: native win64
+	@scripts/run-benchmarks.sh
 
 demo: native win64
 	@scripts/demo.sh

@@ -75,6 +75,7 @@ private:
     void storeValue(const CellValue& value);
     void releaseValue();
     bool showsFormula() const;
+    std::u16string numberText(CellDataType type, double number, uint64_t bits) const;
 
     SheetTable* sheet_ = nullptr;
     SheetRow* row_ = nullptr;

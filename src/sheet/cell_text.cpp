@@ -133,23 +133,37 @@ std::u16string CellRef::displayText() const {
         if (code.empty()) return std::u16string(cell_->string->text());
         return formatText(cell_->string->text(), code).text;
     }
-    if (cell_->type == cdtFormula && showsFormula()) return cell_->formula->text;
-
-    const CellValue v = formulaResult();
-    switch (v.type) {
-    case cdtBlank: return {};
-    case cdtBoolean: return std::u16string(booleanText(v.boolean));
-    case cdtError: return std::u16string(errorText(v.error));
-    case cdtString: return formatText(v.text, numberFormat()).text;
-    default: break;
+    if (cell_->type == cdtFormula) {
+        if (showsFormula()) return cell_->formula->text;
+        const CellValue& result = cell_->formula->result;
+        switch (result.type) {
+        case cdtBlank: return {};
+        case cdtBoolean: return std::u16string(booleanText(result.boolean));
+        case cdtError: return std::u16string(errorText(result.error));
+        case cdtString: return formatText(result.text, numberFormat()).text;
+        default: return numberText(result.type, result.asFloat(), valueBits(result));
+        }
     }
-    const double number = v.asFloat();
-    if (number == 0 && !sheet_->showsZeroValues()) return {};
+    switch (cell_->type) {
+    case cdtBoolean: return std::u16string(booleanText(cell_->boolean));
+    case cdtError: return std::u16string(errorText(cell_->error));
+    case cdtCurrency: return numberText(cdtCurrency, double(cell_->currency) / 10000.0, uint64_t(cell_->currency));
+    case cdtInteger: return numberText(cdtInteger, cell_->integer, uint32_t(cell_->integer));
+    default: {
+        uint64_t bits;
+        std::memcpy(&bits, &cell_->number, sizeof bits);
+        return numberText(cell_->type, cell_->number, bits);
+    }
+    }
+}
 
+// A number through the cell's format, remembered by value, style and settings.
+std::u16string CellRef::numberText(CellDataType type, double number, uint64_t bits) const {
+    if (number == 0 && !sheet_->showsZeroValues()) return {};
     Workbook& book = sheet_->workbook();
-    const DisplayCache::Key key{v.type, cell_->style, book.settingsGeneration(), valueBits(v)};
+    const DisplayCache::Key key{type, cell_->style, book.settingsGeneration(), bits};
     if (const std::u16string* cached = book.displayCache().find(key)) return *cached;
-    std::u16string text = formatNumber(number, numberFormat(), book.settings(), hintOf(v.type)).text;
+    std::u16string text = formatNumber(number, numberFormat(), book.settings(), hintOf(type)).text;
     book.displayCache().store(key, text);
     return text;
 }

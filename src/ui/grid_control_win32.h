@@ -32,6 +32,8 @@ public:
     void focus();
     // Repaints after the workbook changed from outside (a load, a command).
     void refresh();
+    // Moves the current cell to (row, column) and scrolls it into view.
+    void showCell(int32_t row, int32_t column) { moveFocus(row, column, false); }
     // Ends any in-place editing, keeping what was typed.
     void commitEdit();
     // The find dialog's window, for the modal loop's dialog navigation; null when closed.
