@@ -93,12 +93,7 @@ void CellRef::setValue(const CellValue& value) {
     else replaceValue(value);
 }
 
-void CellRef::setBoolean(bool value) { replaceValue(CellValue::makeBoolean(value)); }
 void CellRef::setError(FormulaErrorCode code) { replaceValue(CellValue::makeError(code)); }
-void CellRef::setCurrency(int64_t scaledBy10000) { replaceValue(CellValue::makeCurrency(scaledBy10000)); }
-void CellRef::setFloat(double value) { replaceValue(CellValue::makeFloat(value)); }
-void CellRef::setDateTime(double value) { replaceValue(CellValue::makeDateTime(value)); }
-void CellRef::setInteger(int32_t value) { replaceValue(CellValue::makeInteger(value)); }
 void CellRef::setString(std::u16string_view text) {
     recordChange();
     // Acquire before releasing: the text may be the cell's own shared string.

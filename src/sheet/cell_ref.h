@@ -21,7 +21,6 @@ public:
 
     explicit operator bool() const { return cell_ != nullptr; }
     SheetCell* cell() const { return cell_; }
-    SheetRow* rowItem() const { return row_; }
     SheetTable& sheet() const { return *sheet_; }
     int32_t row() const { return row_->index; }
     int32_t column() const { return cell_->index; }
@@ -48,12 +47,7 @@ public:
 
     // Stores a value by its kind; a string goes through setText with flag 1.
     void setValue(const CellValue& value);
-    void setBoolean(bool value);
     void setError(FormulaErrorCode code);
-    void setCurrency(int64_t scaledBy10000);
-    void setFloat(double value);
-    void setDateTime(double value);
-    void setInteger(int32_t value);
     void setString(std::u16string_view text);
     // Parses `text` ("=" and an expression) as a formula; false (and nothing changed) when the
     // parser refuses it.
@@ -64,7 +58,6 @@ public:
     void setStyle(uint16_t style);
     const std::u16string& numberFormat() const;
 
-    ShowFormula showFormula() const { return cell_->showFormula; }
     void setShowFormula(ShowFormula show) { cell_->showFormula = show; }
 
 private:

@@ -103,16 +103,12 @@ public:
         Item* item = first_;
         first_ = last_ = cursor_ = nullptr;
         directory_.reset();
-        clearing_ = true;
         while (item) {
             Item* next = item->next;
             dispose(item);
             item = next;
         }
-        clearing_ = false;
     }
-
-    bool clearing() const { return clearing_; }
 
     // Calls `visit(item)` for every item whose index lies in [from, to], ascending when
     // `forward`, else descending. The next item is taken before each call, so `visit` may
@@ -218,7 +214,6 @@ private:
     Item* first_ = nullptr;
     Item* last_ = nullptr;
     std::unique_ptr<std::vector<Item*>> directory_;
-    bool clearing_ = false;
 };
 
 }  // namespace kes

@@ -55,7 +55,6 @@ public:
     int32_t columnWidth(int32_t column);
     void setColumnWidth(int32_t column, int32_t pixels);
     int32_t defaultColumnWidth = 96;
-    int32_t defaultRowHeight = 20;
 
     // Counts every change of the sheet's content, so that views know when to repaint.
     uint64_t version() const { return version_; }

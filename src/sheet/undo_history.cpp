@@ -1,6 +1,5 @@
 #include "sheet/undo_history.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "sheet/sheet_table.h"
@@ -50,15 +49,6 @@ void UndoHistory::replay(std::vector<Action>& from, std::vector<Action>& to) {
     }
     replaying_ = false;
     push(to, std::move(inverse));
-}
-
-void UndoHistory::forgetSheet(const SheetTable& sheet) {
-    const auto touches = [&](const Action& a) {
-        return std::any_of(a.begin(), a.end(), [&](const Record& r) { return r.sheet == &sheet; });
-    };
-    std::erase_if(undo_, touches);
-    std::erase_if(redo_, touches);
-    std::erase_if(open_, [&](const Record& r) { return r.sheet == &sheet; });
 }
 
 }  // namespace kes

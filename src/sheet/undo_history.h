@@ -41,9 +41,6 @@ public:
     void undo() { replay(undo_, redo_); }
     void redo() { replay(redo_, undo_); }
 
-    // Forgets every step that touches `sheet`, before the sheet goes away.
-    void forgetSheet(const SheetTable& sheet);
-
 private:
     struct Record {
         SheetTable* sheet;

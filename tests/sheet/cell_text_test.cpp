@@ -180,6 +180,28 @@ TEST_F(CellText, FormulaCellsShowTheirTextWhenFormulasAreShown) {
     EXPECT_FALSE(book.history().canUndo());
 }
 
+TEST_F(CellText, ValueSetterStoresByKindAndReadsStringsAsTyped) {
+    struct Case { CellValue value; CellDataType type; std::u16string display; };
+    const Case cases[] = {
+        {CellValue::makeFloat(6901234567890.0), cdtFloat, u"6901234567890"},
+        {CellValue::makeInteger(-42), cdtInteger, u"-42"},
+        {CellValue::makeCurrency(125000), cdtCurrency, u"\u00A512.50"},
+        {CellValue::makeDateTime(46348.0), cdtDateTime, u"2026/11/22"},
+        {CellValue::makeBoolean(false), cdtBoolean, u"FALSE"},
+        {CellValue::makeError(ecNA), cdtError, u"#N/A"},
+        {CellValue::makeString(u"12"), cdtFloat, u"12"},                // a string goes through set text
+        {CellValue::makeString(u"=1+1"), cdtFormula, u""},
+        {CellValue{}, cdtBlank, u""},
+    };
+    for (const Case& c : cases) {
+        CellRef cell = set(u"old text", 0);
+        cell.setValue(c.value);
+        EXPECT_EQ(cell.dataType(), c.type);
+        EXPECT_EQ(cell.displayText(), c.display);
+    }
+    EXPECT_EQ(book.strings().size(), 0u) << "replaced texts are released";
+}
+
 TEST_F(CellText, CellsOfAnArrayFormulaRefuseNewText) {
     CellRef cell = set(u"5", 0);
     cell.cell()->inArray = true;
