@@ -109,9 +109,11 @@ void TFrmLabelTool::appendPrintRecord(const std::u16string& object) {
 // Joins the stored objects into the array text, puts it into both memos and sends it.
 void TFrmLabelTool::sendStoredRecords() {
     std::u16string text = u"[";
+    text.reserve(tbTempPrint.storedBytes() + tbTempPrint.recordCount() + 2);
+    const StringField& json = tbTempPrint.FieldByName(u"FJson");
     tbTempPrint.First();
     while (!tbTempPrint.Eof()) {
-        text += tbTempPrint.FieldByName(u"FJson").AsString();
+        json.AppendAsString(text);
         text += u',';
         tbTempPrint.Next();
     }

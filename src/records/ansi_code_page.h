@@ -11,8 +11,19 @@ class AnsiCodePage {
 public:
     virtual ~AnsiCodePage() = default;
     // Characters without a mapping become the code page's replacement character.
-    virtual std::string encode(std::u16string_view text) const = 0;
-    virtual std::u16string decode(std::string_view bytes) const = 0;
+    virtual void encodeAppend(std::u16string_view text, std::string& out) const = 0;
+    virtual void decodeAppend(std::string_view bytes, std::u16string& out) const = 0;
+
+    std::string encode(std::u16string_view text) const {
+        std::string out;
+        encodeAppend(text, out);
+        return out;
+    }
+    std::u16string decode(std::string_view bytes) const {
+        std::u16string out;
+        decodeAppend(bytes, out);
+        return out;
+    }
 };
 
 const AnsiCodePage& systemAnsiCodePage();

@@ -38,9 +38,10 @@ public:
         iconv_close(cd);
     }
 
-    std::string encode(std::u16string_view text) const override {
-        std::string out(text.size() * 2, '\0');
-        char* p = out.data();
+    void encodeAppend(std::u16string_view text, std::string& out) const override {
+        const size_t start = out.size();
+        out.resize(start + text.size() * 2);
+        char* p = out.data() + start;
         for (size_t i = 0; i < text.size(); ++i) {
             const char16_t c = text[i];
             if (c < 0x80) {
@@ -54,12 +55,12 @@ public:
             }
         }
         out.resize(static_cast<size_t>(p - out.data()));
-        return out;
     }
 
-    std::u16string decode(std::string_view bytes) const override {
-        std::u16string out(bytes.size(), u'\0');
-        char16_t* p = out.data();
+    void decodeAppend(std::string_view bytes, std::u16string& out) const override {
+        const size_t start = out.size();
+        out.resize(start + bytes.size());
+        char16_t* p = out.data() + start;
         for (size_t i = 0; i < bytes.size(); ++i) {
             const auto lead = static_cast<unsigned char>(bytes[i]);
             if (lead < 0x80) {
@@ -73,7 +74,6 @@ public:
             *p++ = unit ? unit : u'?';
         }
         out.resize(static_cast<size_t>(p - out.data()));
-        return out;
     }
 
 private:

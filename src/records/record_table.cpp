@@ -1,11 +1,14 @@
 #include "records/record_table.h"
 
+#include <algorithm>
+
 #include "text/utf8.h"
 
 namespace kes {
 
 RecordTable::RecordTable(RecordTable&& other) noexcept
-    : codePage_(other.codePage_), fields_(std::move(other.fields_)), records_(std::move(other.records_)),
+    : codePage_(other.codePage_), fields_(std::move(other.fields_)), values_(std::move(other.values_)),
+      store_(std::move(other.store_)),
       pending_(std::move(other.pending_)), pendingIsCurrent_(other.pendingIsCurrent_), pendingModified_(other.pendingModified_), appending_(other.appending_),
       state_(other.state_), current_(other.current_), eof_(other.eof_), recordCounter_(other.recordCounter_) {
     for (StringField& field : fields_) field.table_ = this;
@@ -16,7 +19,8 @@ void RecordTable::addStringField(std::u16string name, uint32_t size) {
 }
 
 void RecordTable::Close() {
-    records_.clear();
+    values_.clear();
+    store_.clear();
     pending_.clear();
     state_ = State::Inactive;
     current_ = 0;
@@ -39,7 +43,7 @@ void RecordTable::finishPending() {
 
 void RecordTable::Edit() {
     if (state_ == State::Inactive) throw EDatabaseError("Cannot perform this operation on a closed dataset");
-    if (records_.empty()) {   // nothing to edit: start a new record, as Insert does
+    if (recordCount() == 0) {   // nothing to edit: start a new record, as Insert does
         finishPending();
         state_ = State::Inserting;
         appending_ = false;
@@ -63,20 +67,22 @@ void RecordTable::Append() {
 }
 
 void RecordTable::Post() {
+    const size_t width = fields_.size();
     if (state_ == State::Editing) {
-        records_[current_] = std::move(pending_);
+        if (!pendingIsCurrent_) std::copy(pending_.begin(), pending_.end(), values_.begin() + std::ptrdiff_t(current_ * width));
     } else if (state_ == State::Inserting) {
         ++recordCounter_;
-        if (appending_ || records_.empty()) {
-            records_.push_back(std::move(pending_));
-            current_ = records_.size() - 1;
+        if (appending_ || recordCount() == 0) {
+            values_.insert(values_.end(), pending_.begin(), pending_.end());
+            current_ = recordCount() - 1;
         } else {
-            records_.insert(records_.begin() + static_cast<std::ptrdiff_t>(current_), std::move(pending_));
+            values_.insert(values_.begin() + std::ptrdiff_t(current_ * width), pending_.begin(), pending_.end());
         }
     } else {
         return;
     }
     pending_.clear();
+    pendingIsCurrent_ = false;
     pendingModified_ = false;
     state_ = State::Browsing;
     eof_ = false;
@@ -85,12 +91,12 @@ void RecordTable::Post() {
 void RecordTable::First() {
     finishPending();
     current_ = 0;
-    eof_ = records_.empty();
+    eof_ = recordCount() == 0;
 }
 
 void RecordTable::Next() {
     finishPending();
-    if (current_ + 1 < records_.size()) ++current_;
+    if (current_ + 1 < recordCount()) ++current_;
     else eof_ = true;
 }
 
@@ -101,30 +107,36 @@ StringField& RecordTable::FieldByName(std::u16string_view name) {
     throw EDatabaseError("Field '" + toUtf8(name) + "' not found");
 }
 
-RecordTable::Record& RecordTable::writableRecord() {
+RecordTable::Value& RecordTable::writableValue(size_t field) {
     if (state_ != State::Editing && state_ != State::Inserting) throw EDatabaseError("Dataset not in edit or insert mode");
     if (pendingIsCurrent_) {
-        pending_ = records_[current_];
+        const auto first = values_.begin() + std::ptrdiff_t(current_ * fields_.size());
+        pending_.assign(first, first + std::ptrdiff_t(fields_.size()));
         pendingIsCurrent_ = false;
     }
     pendingModified_ = true;
-    return pending_;
+    return pending_[field];
 }
 
 const RecordTable::Value* RecordTable::readableValue(size_t field) const {
-    if (state_ == State::Editing && pendingIsCurrent_) return &records_[current_][field];
+    const size_t current = current_ * fields_.size() + field;
+    if (state_ == State::Editing && pendingIsCurrent_) return &values_[current];
     if (state_ == State::Editing || state_ == State::Inserting) return &pending_[field];
-    if (state_ == State::Inactive || records_.empty()) return nullptr;
-    return &records_[current_][field];
+    if (state_ == State::Inactive || recordCount() == 0) return nullptr;
+    return &values_[current];
 }
 
 void StringField::SetAsString(std::u16string_view text) {
-    RecordTable::Value& value = table_->writableRecord()[index_];
-    std::string bytes = table_->codePage_->encode(text);
-    if (bytes.size() > size_) bytes.resize(size_);   // silently, on a byte count
-    if (const size_t zero = bytes.find('\0'); zero != std::string::npos) bytes.resize(zero);
-    value.bytes = std::move(bytes);
-    value.assigned = true;
+    RecordTable::Value& value = table_->writableValue(index_);
+    std::string& store = table_->store_;
+    const size_t start = store.size();
+    if (start + size_t(size_) > UINT32_MAX) throw EDatabaseError("Records exceed the 4 GB the table can hold");
+    table_->codePage_->encodeAppend(text, store);
+    size_t length = std::min<size_t>(store.size() - start, size_);   // cut silently, on a byte count
+    if (const size_t zero = std::string_view(store).substr(start, length).find('\0'); zero != std::string_view::npos)
+        length = zero;
+    store.resize(start + length);
+    value = {static_cast<uint32_t>(start), static_cast<uint32_t>(length), true};
 }
 
 void StringField::SetAsInteger(int64_t value) {
@@ -133,9 +145,14 @@ void StringField::SetAsInteger(int64_t value) {
 }
 
 std::u16string StringField::AsString() const {
+    std::u16string text;
+    AppendAsString(text);
+    return text;
+}
+
+void StringField::AppendAsString(std::u16string& out) const {
     const RecordTable::Value* value = table_->readableValue(index_);
-    if (!value || !value->assigned) return {};
-    return table_->codePage_->decode(value->bytes);
+    if (value && value->assigned) table_->codePage_->decodeAppend(table_->bytesOf(*value), out);
 }
 
 RecordTable makeTempPrintTable() {

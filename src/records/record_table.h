@@ -28,6 +28,8 @@ public:
     void SetAsString(std::u16string_view text);
     void SetAsInteger(int64_t value);
     std::u16string AsString() const;
+    // AsString appended to `out`, for callers that join many records into one text.
+    void AppendAsString(std::u16string& out) const;
 
 private:
     friend class RecordTable;
@@ -63,24 +65,32 @@ public:
     StringField& FieldByName(std::u16string_view name);
 
     State state() const { return state_; }
-    size_t recordCount() const { return records_.size(); }
+    size_t recordCount() const { return fields_.empty() ? 0 : values_.size() / fields_.size(); }
+    // The bytes the table holds for its records: a bound on the length of their texts.
+    size_t storedBytes() const { return store_.size(); }
 
 private:
     friend class StringField;
+    // A field's bytes in the table's store: at most the field's size, no zero byte inside.
     struct Value {
+        uint32_t offset = 0;
+        uint32_t length = 0;
         bool assigned = false;
-        std::string bytes;   // at most the field's size, no zero byte inside
     };
-    using Record = std::vector<Value>;
 
     void finishPending();
-    Record& writableRecord();
+    Value& writableValue(size_t field);
     const Value* readableValue(size_t field) const;
+    std::string_view bytesOf(const Value& value) const { return std::string_view(store_).substr(value.offset, value.length); }
 
     const AnsiCodePage* codePage_;
     std::vector<StringField> fields_;
-    std::vector<Record> records_;
-    Record pending_;
+    // Every record's values, record after record, and one store for all their bytes: a print
+    // of 100,000 rows makes a few large blocks instead of half a million small ones. The store
+    // only grows until the table is closed; a rewritten or dropped value leaves its old bytes.
+    std::vector<Value> values_;
+    std::string store_;
+    std::vector<Value> pending_;
     bool pendingIsCurrent_ = false;   // an edit that has written nothing yet reads the current record
     bool pendingModified_ = false;
     bool appending_ = false;
