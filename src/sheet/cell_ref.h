@@ -47,6 +47,9 @@ public:
 
     // Stores a value by its kind; a string goes through setText with flag 1.
     void setValue(const CellValue& value);
+    // Stores the value exactly as it is, a string as a string and a formula by its text: for
+    // readers of files and snapshots, which must not reinterpret what they read.
+    void assign(const CellValue& value) { replaceValue(value); }
     void setError(FormulaErrorCode code);
     void setString(std::u16string_view text);
     // Parses `text` ("=" and an expression) as a formula; false (and nothing changed) when the

@@ -25,6 +25,7 @@ public:
     // The index of an equal style, added when missing. Throws ESheetError past kMaxStyles.
     uint16_t add(const CellStyle& style);
     const CellStyle& operator[](uint16_t index) const { return styles_[index < styles_.size() ? index : 0]; }
+    size_t size() const { return styles_.size(); }
     void clear();
 
 private:

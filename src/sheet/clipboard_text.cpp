@@ -9,7 +9,9 @@ bool needsQuotes(std::u16string_view field) {
 
 }  // namespace
 
-TextBlock parseClipboardText(std::u16string_view text) {
+TextBlock parseClipboardText(std::u16string_view text) { return parseDelimitedText(text, u'\t'); }
+
+TextBlock parseDelimitedText(std::u16string_view text, char16_t separator) {
     TextBlock rows;
     std::vector<std::u16string> row;
     std::u16string field;
@@ -30,7 +32,7 @@ TextBlock parseClipboardText(std::u16string_view text) {
                         j += 2;
                         continue;
                     }
-                    const bool atBoundary = j + 1 == n || text[j + 1] == u'\t' || text[j + 1] == u'\r' || text[j + 1] == u'\n';
+                    const bool atBoundary = j + 1 == n || text[j + 1] == separator || text[j + 1] == u'\r' || text[j + 1] == u'\n';
                     if (atBoundary) {
                         closed = true;
                         ++j;
@@ -49,7 +51,7 @@ TextBlock parseClipboardText(std::u16string_view text) {
             }
         }
         const char16_t c = text[i];
-        if (c == u'\t') {
+        if (c == separator) {
             row.push_back(std::move(field));
             field.clear();
             ++i;

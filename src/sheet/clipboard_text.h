@@ -15,6 +15,9 @@ using TextBlock = std::vector<std::vector<std::u16string>>;
 // CRLF, LF and CR all end a row; a line break after the last row adds no empty row.
 TextBlock parseClipboardText(std::u16string_view text);
 
+// The same reading with another field separator, as CSV files use it.
+TextBlock parseDelimitedText(std::u16string_view text, char16_t separator);
+
 // The display texts of the rectangle, each row ended by CRLF, as Excel copies them.
 std::u16string clipboardText(SheetTable& sheet, const CellRect& area);
 

@@ -28,6 +28,7 @@ public:
     // None when the active index is outside the sheet list.
     SheetTable* activeSheet();
     int32_t activeSheetIndex() const { return activeSheet_; }
+    void setActiveSheetIndex(int32_t index) { activeSheet_ = index; }
 
     SheetTable& addSheet(std::u16string name);
     // Removes every sheet, every string and style with them.

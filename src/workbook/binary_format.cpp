@@ -1,0 +1,251 @@
+#include "workbook/binary_format.h"
+
+#include <bit>
+#include <cstring>
+#include <string>
+
+#include "sheet/cell_formula.h"
+#include "sheet/sheet_bounds.h"
+#include "workbook/workbook_errors.h"
+
+namespace kes {
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "the native format is written in memory order");
+
+constexpr std::string_view kSignature{"KESBOOK\x1A", 8};
+constexpr uint32_t kVersion = 1;
+
+// --- writing ---------------------------------------------------------------------------------
+
+class Output {
+public:
+    explicit Output(std::string& out) : out_(out) {}
+    template <class T>
+    void put(T value) {
+        char bytes[sizeof(T)];
+        std::memcpy(bytes, &value, sizeof(T));
+        out_.append(bytes, sizeof(T));
+    }
+    void text(std::u16string_view s) {
+        put(static_cast<uint32_t>(s.size()));
+        out_.append(reinterpret_cast<const char*>(s.data()), s.size() * sizeof(char16_t));
+    }
+
+private:
+    std::string& out_;
+};
+
+void writeCell(Output& out, const SheetCell& cell) {
+    out.put(cell.index);
+    out.put(cell.style);
+    out.put(static_cast<uint8_t>(cell.type));
+    out.put(static_cast<uint8_t>(static_cast<uint8_t>(cell.showFormula) | (cell.inArray ? 4 : 0)));
+    switch (cell.type) {
+    case cdtBlank: break;
+    case cdtBoolean: out.put(static_cast<uint8_t>(cell.boolean)); break;
+    case cdtError: out.put(static_cast<uint8_t>(cell.error)); break;
+    case cdtCurrency: out.put(cell.currency); break;
+    case cdtFloat:
+    case cdtDateTime: out.put(cell.number); break;
+    case cdtInteger: out.put(cell.integer); break;
+    case cdtString: out.text(cell.string->text()); break;
+    case cdtFormula: out.text(cell.formula->text); break;
+    }
+}
+
+void writeSheet(Output& out, SheetTable& sheet) {
+    out.text(sheet.name());
+    out.put(static_cast<uint8_t>(sheet.zeroValues));
+    out.put(static_cast<uint8_t>(sheet.showFormulas));
+    out.put(sheet.defaultColumnWidth);
+    const SheetSelection& selection = sheet.selection();
+    out.put(selection.focusedRow());
+    out.put(selection.focusedColumn());
+    out.put(static_cast<uint32_t>(selection.areas().size()));
+    for (const CellRect& a : selection.areas()) {
+        out.put(a.left);
+        out.put(a.top);
+        out.put(a.right);
+        out.put(a.bottom);
+    }
+    uint32_t widths = 0;
+    for (SheetColumn* c = sheet.columns().first(); c; c = c->next) widths += c->width > 0;
+    out.put(widths);
+    for (SheetColumn* c = sheet.columns().first(); c; c = c->next) {
+        if (c->width <= 0) continue;
+        out.put(c->index);
+        out.put(c->width);
+    }
+    uint32_t rows = 0;
+    for (SheetRow* r = sheet.rows().first(); r; r = r->next) ++rows;
+    out.put(rows);
+    for (SheetRow* r = sheet.rows().first(); r; r = r->next) {
+        uint32_t cells = 0;
+        for (SheetCell* c = r->cells.first(); c; c = c->next) ++cells;
+        out.put(r->index);
+        out.put(cells);
+        for (SheetCell* c = r->cells.first(); c; c = c->next) writeCell(out, *c);
+    }
+}
+
+// --- reading ---------------------------------------------------------------------------------
+
+class Input {
+public:
+    explicit Input(std::string_view bytes) : bytes_(bytes) {}
+
+    template <class T>
+    T get(const char* what) {
+        need(sizeof(T), what);
+        T value;
+        std::memcpy(&value, bytes_.data() + position_, sizeof(T));
+        position_ += sizeof(T);
+        return value;
+    }
+    std::u16string_view text(const char* what) {
+        const uint32_t length = get<uint32_t>(what);
+        need(size_t(length) * sizeof(char16_t), what);
+        scratch_.resize(length);
+        std::memcpy(scratch_.data(), bytes_.data() + position_, size_t(length) * sizeof(char16_t));
+        position_ += size_t(length) * sizeof(char16_t);
+        return scratch_;
+    }
+    // A count of items of at least `itemBytes` each, which the rest of the file must be able to hold.
+    uint32_t count(size_t itemBytes, const char* what) {
+        const uint32_t n = get<uint32_t>(what);
+        if (size_t(n) * itemBytes > bytes_.size() - position_) fail(what, "count beyond the end of the file");
+        return n;
+    }
+    [[noreturn]] void fail(const char* what, const char* why) const {
+        throw ESpreadSheetReaderError(std::string("native workbook: ") + what + ": " + why + " at byte " +
+                                      std::to_string(position_));
+    }
+
+private:
+    void need(size_t n, const char* what) const {
+        if (n > bytes_.size() - position_) fail(what, "truncated");
+    }
+
+    std::string_view bytes_;
+    size_t position_ = 0;
+    std::u16string scratch_;
+};
+
+void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, uint32_t styleCount) {
+    const int32_t column = in.get<int32_t>("cell column");
+    if (column <= lastColumn || column > kMaxColumn) in.fail("cell column", "out of order or outside the sheet");
+    lastColumn = column;
+    const uint16_t style = in.get<uint16_t>("cell style");
+    if (style >= styleCount) in.fail("cell style", "no such style");
+    const uint8_t type = in.get<uint8_t>("cell type");
+    const uint8_t flags = in.get<uint8_t>("cell flags");
+    if (type > cdtFormula || (flags & 3) > 2) in.fail("cell type", "unknown");
+    CellRef cell = sheet.createCell(row, column);
+    switch (static_cast<CellDataType>(type)) {
+    case cdtBlank: break;
+    case cdtBoolean: cell.assign(CellValue::makeBoolean(in.get<uint8_t>("boolean") != 0)); break;
+    case cdtError: {
+        const uint8_t code = in.get<uint8_t>("error");
+        if (code > ecNA) in.fail("error", "unknown code");
+        cell.assign(CellValue::makeError(static_cast<FormulaErrorCode>(code)));
+        break;
+    }
+    case cdtCurrency: cell.assign(CellValue::makeCurrency(in.get<int64_t>("currency"))); break;
+    case cdtFloat: cell.assign(CellValue::makeFloat(in.get<double>("number"))); break;
+    case cdtDateTime: cell.assign(CellValue::makeDateTime(in.get<double>("date"))); break;
+    case cdtInteger: cell.assign(CellValue::makeInteger(in.get<int32_t>("integer"))); break;
+    case cdtString: cell.setString(in.text("string")); break;
+    case cdtFormula: {
+        const std::u16string_view text = in.text("formula");
+        if (!cell.setFormula(text)) cell.setString(text);
+        break;
+    }
+    }
+    cell.setStyle(style);
+    cell.cell()->showFormula = static_cast<ShowFormula>(flags & 3);
+    cell.cell()->inArray = (flags & 4) != 0;
+}
+
+void readSheet(Input& in, Workbook& book, uint32_t styleCount) {
+    SheetTable& sheet = book.addSheet(std::u16string(in.text("sheet name")));
+    const uint8_t zeroValues = in.get<uint8_t>("zero values");
+    if (zeroValues > 2) in.fail("zero values", "unknown setting");
+    sheet.zeroValues = static_cast<TriState>(zeroValues);
+    sheet.showFormulas = in.get<uint8_t>("show formulas") != 0;
+    sheet.defaultColumnWidth = in.get<int32_t>("default column width");
+    const int32_t focusedRow = in.get<int32_t>("focused row");
+    const int32_t focusedColumn = in.get<int32_t>("focused column");
+    const uint32_t areas = in.count(16, "selection");
+    sheet.selection().setFocused(focusedRow, focusedColumn);
+    for (uint32_t i = 0; i < areas; ++i) {
+        CellRect r;
+        r.left = in.get<int32_t>("area");
+        r.top = in.get<int32_t>("area");
+        r.right = in.get<int32_t>("area");
+        r.bottom = in.get<int32_t>("area");
+        if (i == 0) sheet.selection().selectRange(r, focusedRow, focusedColumn);
+        else sheet.selection().addArea(r);
+    }
+    const uint32_t widths = in.count(8, "column widths");
+    for (uint32_t i = 0; i < widths; ++i) {
+        const int32_t column = in.get<int32_t>("column");
+        const int32_t width = in.get<int32_t>("column width");
+        if (column < 0 || column > kMaxColumn || width <= 0) in.fail("column width", "outside the sheet");
+        sheet.setColumnWidth(column, width);
+    }
+    const uint32_t rows = in.count(8, "rows");
+    int32_t lastRow = -1;
+    for (uint32_t i = 0; i < rows; ++i) {
+        const int32_t index = in.get<int32_t>("row");
+        if (index <= lastRow || index > kMaxRow) in.fail("row", "out of order or outside the sheet");
+        lastRow = index;
+        const uint32_t cells = in.count(8, "cells");
+        SheetRow& row = *sheet.createRow(index);
+        int32_t lastColumn = -1;
+        for (uint32_t c = 0; c < cells; ++c) readCell(in, sheet, row, lastColumn, styleCount);
+    }
+}
+
+}  // namespace
+
+bool hasNativeHeader(std::string_view bytes) {
+    if (bytes.size() < 12 || bytes.substr(0, 8) != kSignature) return false;
+    uint32_t version;
+    std::memcpy(&version, bytes.data() + 8, sizeof version);
+    return version >= 1 && version <= 12;
+}
+
+void NativeWriter::Write(Workbook& book, std::string& out) {
+    Output o(out);
+    out.append(kSignature);
+    o.put(kVersion);
+    o.put(static_cast<uint8_t>(book.settings().date1904));
+    o.put(static_cast<uint32_t>(book.styles().size()));
+    for (size_t i = 0; i < book.styles().size(); ++i) o.text(book.styles()[static_cast<uint16_t>(i)].numberFormat);
+    o.put(static_cast<uint32_t>(book.sheetCount()));
+    o.put(book.activeSheetIndex());
+    for (int32_t i = 0; i < book.sheetCount(); ++i) writeSheet(o, book.sheet(i));
+}
+
+void NativeReader::Read(Workbook& book, ByteStream& stream) {
+    const std::string_view bytes = stream.rest();
+    if (!hasNativeHeader(bytes)) throw ESpreadSheetReaderError("native workbook: no native header");
+    Input in(bytes.substr(12));
+    if (bytes.substr(8, 4) != std::string_view("\x01\0\0\0", 4)) in.fail("version", "written by a newer program");
+    FormatSettings settings = book.settings();
+    settings.date1904 = in.get<uint8_t>("date system") != 0;
+    book.setSettings(settings);
+    const uint32_t styles = in.count(4, "styles");
+    if (styles == 0 || styles > CellStyles::kMaxStyles) in.fail("styles", "count outside 1..65536");
+    for (uint32_t i = 0; i < styles; ++i) {
+        const uint16_t index = book.styles().add(CellStyle{std::u16string(in.text("style"))});
+        if (index != i) in.fail("style", "repeated");
+    }
+    const uint32_t sheets = in.count(4, "sheets");
+    const int32_t active = in.get<int32_t>("active sheet");
+    for (uint32_t i = 0; i < sheets; ++i) readSheet(in, book, styles);
+    book.setActiveSheetIndex(active >= 0 && active < book.sheetCount() ? active : 0);
+}
+
+}  // namespace kes

@@ -1,0 +1,59 @@
+#include "workbook/formats.h"
+
+#include "workbook/binary_format.h"
+#include "workbook/csv_format.h"
+
+namespace kes {
+namespace {
+
+constexpr std::string_view kCompoundFileSignature{"\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8};
+
+}  // namespace
+
+const BinaryFormat& binaryFormat() {
+    static const BinaryFormat format;
+    return format;
+}
+
+bool BinaryFormat::CanReadFromStream(ByteStream& stream) const { return hasNativeHeader(stream.rest()); }
+
+SpreadSheetFormat::ReaderFactory BinaryFormat::GetReader() const {
+    return [] { return std::unique_ptr<SpreadSheetReader>(new NativeReader()); };
+}
+
+SpreadSheetFormat::WriterFactory BinaryFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new NativeWriter()); };
+}
+
+// The workbook part of a package is looked for by the xlsx reader, which this build does not
+// carry yet; until then no package is taken for a workbook.
+bool XLSXFormat::CanReadFromStream(ByteStream&) const { return false; }
+
+bool XLSFormat::CanReadFromStream(ByteStream& stream) const {
+    return stream.size() > 1024 && stream.data.compare(0, kCompoundFileSignature.size(), kCompoundFileSignature) == 0;
+}
+
+SpreadSheetFormat::ReaderFactory CSVFormat::GetReader() const {
+    return [] { return std::unique_ptr<SpreadSheetReader>(new CsvReader()); };
+}
+
+SpreadSheetFormat::WriterFactory CSVFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new CsvWriter()); };
+}
+
+void registerBuiltinFormats(SpreadSheetFormatsRepository& repository) {
+    static const XLSXFormat xlsx;
+    static const XLTXFormat xltx;
+    static const XLSFormat xls;
+    static const XLTFormat xlt;
+    static const CSVFormat csv;
+    static const HTMFormat htm;
+    static const HTMLFormat html;
+    static const ODSFormat ods;
+    static const TXTFormat txt;
+    static const XMLFormat xml;
+    const SpreadSheetFormat* const inOrder[] = {&binaryFormat(), &xlsx, &xltx, &xls, &xlt, &csv, &htm, &html, &ods, &txt, &xml};
+    for (const SpreadSheetFormat* format : inOrder) repository.Register(*format);
+}
+
+}  // namespace kes

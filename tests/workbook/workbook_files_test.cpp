@@ -1,0 +1,223 @@
+#include "workbook/workbook_files.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "workbook/binary_format.h"
+#include "workbook/formats.h"
+#include "workbook/workbook_errors.h"
+
+namespace kes {
+namespace {
+
+namespace fs = std::filesystem;
+
+class TempDir {
+public:
+    TempDir() : path_(fs::temp_directory_path() / ("kes-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter_++))) {
+        fs::create_directories(path_);
+    }
+    ~TempDir() { fs::remove_all(path_); }
+    std::u16string file(const std::string& name) const {
+        const std::string p = (path_ / name).string();
+        return std::u16string(p.begin(), p.end());
+    }
+    std::string path(const std::string& name) const { return (path_ / name).string(); }
+    void write(const std::string& name, std::string_view bytes) const { std::ofstream(path(name), std::ios::binary) << bytes; }
+
+private:
+    static inline int counter_ = 0;
+    fs::path path_;
+};
+
+std::string snapshot(Workbook& book) {
+    std::string out;
+    SaveToStream(book, out);
+    return out;
+}
+
+// A workbook with every value kind, a style, widths, a selection, two sheets and the 1904 system.
+void fill(Workbook& book) {
+    SheetTable& first = *book.activeSheet();
+    first.createCell(0, 0).setText(u"\u54C1\u540D", 0);
+    first.createCell(0, 1).setText(u"=SUM(A1:A2)", 1);
+    first.createCell(1, 0).setText(u"6901234567890", 1);
+    first.createCell(1, 1).setText(u"\u00A512.5", 1);
+    first.createCell(1, 2).setText(u"TRUE", 1);
+    first.createCell(1, 3).setText(u"#N/A", 1);
+    first.createCell(1, 4).setText(u"2026-11-22 8:30", 1);
+    first.createCell(1, 5).setValue(CellValue::makeInteger(-7));
+    CellRef styled = first.createCell(5, 16383);
+    styled.setStyle(book.styles().add(CellStyle{u"@"}));
+    styled.setText(u"007", 1);
+    first.createCell(1048575, 0);   // a blank cell at the last row
+    first.setColumnWidth(3, 150);
+    first.selection().selectRange({1, 1, 4, 3}, 2, 2);
+    first.zeroValues = TriState::Off;
+    SheetTable& second = book.addSheet(u"\u7B2C\u4E8C\u9875");
+    second.createCell(3, 3).setText(u"x", 0);
+    book.setActiveSheetIndex(1);
+    FormatSettings settings = book.settings();
+    settings.date1904 = true;
+    book.setSettings(settings);
+}
+
+TEST(FormatRegistry, HoldsTheElevenFormatsInOrderAndFindsByExtension) {
+    const SpreadSheetFormatsRepository& formats = SpreadSheetFormatsRepository::instance();
+    const std::u16string_view exts[] = {u".bin", u".xlsx", u".xltx", u".xls", u".xlt", u".csv",
+                                        u".htm", u".html", u".ods", u".txt", u".xml"};
+    ASSERT_EQ(formats.count(), std::size(exts));
+    for (size_t i = 0; i < formats.count(); ++i) EXPECT_EQ(formats.GetItem(i).GetExt(), exts[i]);
+    EXPECT_EQ(formats.GetItem(3).GetDescription(), u"Excel 97-2003 Workbook");
+    EXPECT_FALSE(formats.GetItem(5).CanCheckByContent());
+
+    EXPECT_EQ(formats.Find(u"Book.XLSX"), formats.Find(u"book.xlsx"));
+    EXPECT_EQ(formats.Find(u"C:\\data\\Label.Csv"), &formats.GetItem(5));
+    EXPECT_EQ(formats.Find(u"noextension"), nullptr);
+    EXPECT_EQ(formats.Find(u"/tmp/v1.2/noextension"), nullptr);
+    EXPECT_EQ(formats.Find(u"archive.zip"), nullptr);
+}
+
+TEST(FormatRegistry, CompoundFilesOverOneKilobyteAreTakenForXls) {
+    std::string cfb("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
+    cfb.resize(1024, '\0');
+    ByteStream stream{cfb, 0};
+    const XLSFormat xls;
+    EXPECT_FALSE(xls.CanReadFromStream(stream));
+    stream.data.push_back('\0');
+    EXPECT_TRUE(xls.CanReadFromStream(stream));
+    EXPECT_EQ(stream.position, 0u);
+}
+
+TEST(NativeFormat, KeepsEveryKindOfValueAndSetting) {
+    Workbook book;
+    fill(book);
+    const std::string saved = snapshot(book);
+    EXPECT_TRUE(hasNativeHeader(saved));
+
+    Workbook loaded;
+    ByteStream stream{saved, 0};
+    LoadFromStream(loaded, stream);
+    EXPECT_EQ(snapshot(loaded), saved);
+    EXPECT_EQ(loaded.activeSheetIndex(), 1);
+    EXPECT_TRUE(loaded.settings().date1904);
+    EXPECT_EQ(loaded.sheet(0).getCell(5, 16383).displayText(), u"007");
+    EXPECT_EQ(loaded.sheet(0).getCell(0, 1).dataType(), cdtFormula);
+    EXPECT_EQ(loaded.sheet(0).getCell(1, 1).dataType(), cdtCurrency);
+    EXPECT_FALSE(loaded.history().canUndo());
+    EXPECT_FALSE(loaded.modified);
+}
+
+// Every cut of a snapshot, and a few bytes changed in it, must either load or fail with a
+// reader error that leaves the workbook exactly as it was.
+TEST(NativeFormat, DamagedSnapshotsFailCleanlyAndRollBack) {
+    Workbook source;
+    fill(source);
+    const std::string good = snapshot(source);
+
+    Workbook book;
+    book.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
+    const std::string before = snapshot(book);
+    for (size_t length = 12; length < good.size(); length += 7) {
+        ByteStream stream{good.substr(0, length), 0};
+        EXPECT_THROW(LoadFromStream(book, stream, binaryFormat()), ESpreadSheetReaderError) << length;
+        ASSERT_EQ(snapshot(book), before) << "a failed load changed the workbook at length " << length;
+    }
+    for (size_t at = 12; at < good.size(); at += 13) {
+        std::string bad = good;
+        bad[at] = static_cast<char>(bad[at] ^ 0xFF);
+        ByteStream stream{bad, 0};
+        Workbook scratch;
+        scratch.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
+        try {
+            LoadFromStream(scratch, stream, binaryFormat());
+        } catch (const ESpreadSheetReaderError&) {
+            ASSERT_EQ(snapshot(scratch), before) << "a failed load changed the workbook, byte " << at;
+        }
+    }
+}
+
+TEST(WorkbookFiles, ContentChoosesTheFormatAndUnknownContentIsRefused) {
+    TempDir dir;
+    Workbook source;
+    fill(source);
+    dir.write("native.xls", snapshot(source));       // the extension is overruled by the content
+    dir.write("notes.txt", "just some text\n");
+    dir.write("noextension", snapshot(source));
+
+    Workbook book;
+    LoadFromFile(book, dir.file("native.xls"));
+    EXPECT_EQ(book.sheetCount(), 2);
+    LoadFromFile(book, dir.file("noextension"));
+    EXPECT_EQ(book.sheetCount(), 2);
+
+    book.activeSheet()->getCell(3, 3).setText(u"changed", 0);
+    const std::string before = snapshot(book);
+    try {
+        LoadFromFile(book, dir.file("notes.txt"));
+        FAIL() << "plain text is no workbook";
+    } catch (const ESpreadSheetFormatError& e) {
+        EXPECT_STREQ(e.what(), "Unsupported document format");
+    }
+    EXPECT_EQ(snapshot(book), before);
+    EXPECT_THROW(LoadFromFile(book, dir.file("missing.xlsx")), EFileError);
+    EXPECT_EQ(snapshot(book), before);
+}
+
+TEST(WorkbookFiles, SavingNeedsAKnownExtensionAndAWriter) {
+    TempDir dir;
+    Workbook book;
+    book.activeSheet()->createCell(0, 0).setText(u"x", 0);
+    ASSERT_TRUE(book.modified);
+    EXPECT_THROW(SaveToFile(book, dir.file("label")), ESpreadSheetFormatError);
+    EXPECT_FALSE(fs::exists(dir.path("label")));
+    EXPECT_THROW(SaveToFile(book, dir.file("label.ods")), ESpreadSheetFormatError);
+    ASSERT_TRUE(fs::exists(dir.path("label.ods")));
+    EXPECT_EQ(fs::file_size(dir.path("label.ods")), 0u);
+    SaveToFile(book, dir.file("label.bin"));
+    EXPECT_TRUE(book.modified) << "saving leaves the modified flag";
+    LoadFromFile(book, dir.file("label.bin"));
+    EXPECT_FALSE(book.modified);
+    EXPECT_EQ(book.activeSheet()->getCell(0, 0).displayText(), u"x");
+}
+
+TEST(CsvFormat, ReadsUtf8Gbk16AndQuotedFields) {
+    struct Case { std::string bytes; std::vector<std::vector<std::u16string>> cells; };
+    const Case cases[] = {
+        {"\xEF\xBB\xBF\xE5\x93\x81\xE5\x90\x8D,qty\r\n\xE8\x9E\xBA\xE4\xB8\x9D,12\r\n",
+         {{u"\u54C1\u540D", u"qty"}, {u"\u87BA\u4E1D", u"12"}}},
+        {"\xC6\xB7\xC3\xFB,\"a,b\"\n\"line1\nline2\",\"say \"\"hi\"\"\"\n",   // GBK without a byte order mark
+         {{u"\u54C1\u540D", u"a,b"}, {u"line1\nline2", u"say \"hi\""}}},
+        {std::string("\xFF\xFE" "a\0,\0" "1\0", 8), {{u"a", u"1"}}},
+        {"007,2026-11-22\n", {{u"7", u"2026/11/22"}}},
+    };
+    TempDir dir;
+    for (const Case& c : cases) {
+        dir.write("in.csv", c.bytes);
+        Workbook book;
+        LoadFromFile(book, dir.file("in.csv"));
+        SheetTable& sheet = *book.activeSheet();
+        for (size_t r = 0; r < c.cells.size(); ++r) {
+            for (size_t col = 0; col < c.cells[r].size(); ++col) {
+                const CellRef cell = sheet.getCell(int32_t(r), int32_t(col));
+                EXPECT_EQ(cell ? cell.displayText() : u"", c.cells[r][col]) << r << "," << col;
+            }
+        }
+    }
+}
+
+TEST(CsvFormat, WritesUtf8WithQuotesWhereNeeded) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    sheet.createCell(0, 0).setText(u"\u54C1\u540D", 0);
+    sheet.createCell(0, 2).setText(u"a,b", 0);
+    sheet.createCell(2, 1).setText(u"say \"hi\"", 0);
+    std::string out;
+    SaveToStream(book, out, SpreadSheetFormatsRepository::instance().Find(u"x.csv"));
+    EXPECT_EQ(out, "\xEF\xBB\xBF\xE5\x93\x81\xE5\x90\x8D,,\"a,b\"\r\n\r\n,\"say \"\"hi\"\"\"\r\n");
+}
+
+}  // namespace
+}  // namespace kes
