@@ -19,6 +19,10 @@ public:
     Guid newGuid() override { return {++counter, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}}; }
     std::u16string clipboardText() override { return {}; }
     void closeForm() override {}
+    std::optional<std::u16string> chooseFileToOpen(const std::u16string&, int) override { return std::nullopt; }
+    std::optional<std::u16string> chooseFileToSave(const std::u16string&, int, const std::u16string&) override {
+        return std::nullopt;
+    }
 
     size_t bytes = 0;
     uint32_t counter = 0;

@@ -4,6 +4,7 @@
 // portable; only these calls reach the operating system.
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace kes {
@@ -37,6 +38,12 @@ public:
 
     // The clipboard's plain text, empty when it holds none.
     virtual std::u16string clipboardText() = 0;
+
+    // The common file dialogs: the chosen file's name, or none when the user cancels. A filter
+    // is "description|patterns|description|patterns...", its index counted from 1.
+    virtual std::optional<std::u16string> chooseFileToOpen(const std::u16string& filter, int filterIndex) = 0;
+    virtual std::optional<std::u16string> chooseFileToSave(const std::u16string& filter, int filterIndex,
+                                                           const std::u16string& defaultExtension) = 0;
 
     // Closes the form window, ending the modal session.
     virtual void closeForm() = 0;

@@ -2,6 +2,7 @@
 
 #include "form/text_helpers.h"
 #include "text/utf8.h"
+#include "workbook/workbook_files.h"
 
 namespace kes {
 namespace {
@@ -155,6 +156,18 @@ void TFrmLabelTool::btnPrintOneClick() {
 void TFrmLabelTool::btnSendMesClick() {
     if (IsEmptyStr(Memo1.text())) abortWithMessage(kNothingToPrint);
     SendToHost(MyHandle, WM_COPYDATA_MESSAGE, Memo1.text(), 0);
+}
+
+void TFrmLabelTool::btnInportClick() {
+    if (auto file = platform_.chooseFileToOpen(u"Microsoft Excel (*.xls, *.xlsx)|*.xls;*.xlsx", 1)) {
+        LoadFromFile(SpreadBook, *file);
+    }
+}
+
+void TFrmLabelTool::btnOutPutClick() {
+    if (auto file = platform_.chooseFileToSave(u"Microsoft Excel (*.xlsx)|*.xlsx|Microsoft Excel (*.xls)|*.xls", 1, u"xlsx")) {
+        SaveToFile(SpreadBook, *file);
+    }
 }
 
 void TFrmLabelTool::Button1Click() {

@@ -52,6 +52,8 @@ public:
     void btnPrintOneClick();
     void btnSendMesClick();
     void btnCloseClick() { platform_.closeForm(); }
+    void btnInportClick();
+    void btnOutPutClick();
     void Button1Click();
 
     bool SendToHost(HostWindow target, uint16_t message, const std::u16string& text, uint16_t wordParam);

@@ -1,5 +1,6 @@
 #include "ui/label_tool_window_win32.h"
 
+#include <commdlg.h>
 #include <objbase.h>
 
 #include <algorithm>
@@ -177,6 +178,12 @@ void LabelToolWindow::command(int id) {
     case idBtnPrintOne: grid_->commitEdit(); run([&] { form_->btnPrintOneClick(); }); break;
     case idBtnSendMes: run([&] { form_->btnSendMesClick(); }); break;
     case idBtnClose: run([&] { form_->btnCloseClick(); }); break;
+    case idBtnInport:
+        run([&] { form_->btnInportClick(); });
+        grid_->showCell(form_->SpreadBook.activeSheet()->selection().focusedRow(),
+                        form_->SpreadBook.activeSheet()->selection().focusedColumn());
+        break;
+    case idBtnOutPut: run([&] { form_->btnOutPutClick(); }); break;
     case idButton1: run([&] { form_->Button1Click(); }); break;
     default: return;
     }
@@ -292,5 +299,47 @@ std::u16string LabelToolWindow::clipboardText() {
 }
 
 void LabelToolWindow::closeForm() { PostMessageW(window_, WM_CLOSE, 0, 0); }
+
+namespace {
+
+// "description|patterns|..." as the dialogs want it: parts ended by zeros, the list by two.
+std::wstring dialogFilter(const std::u16string& filter) {
+    std::wstring parts(filter.begin(), filter.end());
+    for (wchar_t& c : parts) {
+        if (c == L'|') c = L'\0';
+    }
+    parts.push_back(L'\0');
+    parts.push_back(L'\0');
+    return parts;
+}
+
+std::optional<std::u16string> runFileDialog(HWND owner, const std::u16string& filter, int filterIndex,
+                                            const std::u16string* defaultExtension) {
+    const std::wstring filters = dialogFilter(filter);
+    std::wstring extension = defaultExtension ? std::wstring(defaultExtension->begin(), defaultExtension->end()) : L"";
+    wchar_t file[MAX_PATH * 4] = {};
+    OPENFILENAMEW dialog{sizeof dialog};
+    dialog.hwndOwner = owner;
+    dialog.lpstrFilter = filters.c_str();
+    dialog.nFilterIndex = static_cast<DWORD>(filterIndex);
+    dialog.lpstrFile = file;
+    dialog.nMaxFile = static_cast<DWORD>(std::size(file));
+    dialog.Flags = OFN_HIDEREADONLY | OFN_ENABLESIZING | OFN_EXPLORER;   // no overwrite prompt, as designed
+    if (defaultExtension) dialog.lpstrDefExt = extension.c_str();
+    const BOOL chosen = defaultExtension ? GetSaveFileNameW(&dialog) : GetOpenFileNameW(&dialog);
+    if (!chosen) return std::nullopt;
+    return fromWide(file);
+}
+
+}  // namespace
+
+std::optional<std::u16string> LabelToolWindow::chooseFileToOpen(const std::u16string& filter, int filterIndex) {
+    return runFileDialog(window_, filter, filterIndex, nullptr);
+}
+
+std::optional<std::u16string> LabelToolWindow::chooseFileToSave(const std::u16string& filter, int filterIndex,
+                                                                const std::u16string& defaultExtension) {
+    return runFileDialog(window_, filter, filterIndex, &defaultExtension);
+}
 
 }  // namespace kes

@@ -31,6 +31,9 @@ public:
     void sendPlain(HostWindow target, uint16_t message, uintptr_t wordParam) override;
     Guid newGuid() override;
     std::u16string clipboardText() override;
+    std::optional<std::u16string> chooseFileToOpen(const std::u16string& filter, int filterIndex) override;
+    std::optional<std::u16string> chooseFileToSave(const std::u16string& filter, int filterIndex,
+                                                   const std::u16string& defaultExtension) override;
     void closeForm() override;
 
 private:

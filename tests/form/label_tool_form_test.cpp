@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 #include "text/utf8.h"
+#include "workbook/workbook_errors.h"
 
 namespace kes {
 namespace {
@@ -17,6 +21,16 @@ public:
     Guid newGuid() override { return {0x1234ABCDu + counter++, 0xBEEF, 0x0042, {1, 2, 3, 4, 5, 6, 7, 8}}; }
     std::u16string clipboardText() override { return clipboard; }
     void closeForm() override { closed = true; }
+    std::optional<std::u16string> chooseFileToOpen(const std::u16string& filter, int index) override {
+        dialogs.push_back(filter + u"#" + char16_t(u'0' + index));
+        return chosenFile;
+    }
+    std::optional<std::u16string> chooseFileToSave(const std::u16string& filter, int index, const std::u16string& ext) override {
+        dialogs.push_back(filter + u"#" + char16_t(u'0' + index) + u"#" + ext);
+        return chosenFile;
+    }
+    std::vector<std::u16string> dialogs;
+    std::optional<std::u16string> chosenFile;
 
     struct Sent {
         HostWindow target;
@@ -174,6 +188,44 @@ TEST_F(LabelForm, PasteCommandPutsClipboardBeforeTheMemoText) {
     form.Memo2.clear();
     form.Button1Click();
     EXPECT_EQ(form.SpreadBook.activeSheet()->getCell(3, 2).dataType(), cdtFloat);
+}
+
+}  // namespace
+}  // namespace kes
+
+namespace kes {
+namespace {
+
+TEST_F(LabelForm, ImportReplacesTheHeaderRowAndKeepsTheColumnCount) {
+    show(u"[\"a\",\"b\"]");
+    const auto dir = std::filesystem::temp_directory_path() / ("kes-form-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    const std::string csv = (dir / "labels.csv").string();
+    std::ofstream(csv, std::ios::binary) << "code,name,extra\nA1,x,1\n";
+
+    platform.chosenFile.reset();
+    form.btnInportClick();   // cancelled: nothing happens
+    EXPECT_EQ(form.cellText(0, 0), u"a");
+
+    platform.chosenFile = std::u16string(csv.begin(), csv.end());
+    form.btnInportClick();
+    EXPECT_EQ(form.cellText(0, 0), u"code");
+    EXPECT_EQ(form.FieldCount, 2);
+    form.btnPrintAllClick();
+    EXPECT_EQ(lastPayload(), "[{\"code\":\"A1\",\"name\":\"x\"}]");
+    EXPECT_EQ(platform.dialogs.front(), u"Microsoft Excel (*.xls, *.xlsx)|*.xls;*.xlsx#1");
+
+    const std::string bin = (dir / "labels.bin").string();
+    platform.chosenFile = std::u16string(bin.begin(), bin.end());
+    form.btnOutPutClick();
+    EXPECT_EQ(platform.dialogs.back(), u"Microsoft Excel (*.xlsx)|*.xlsx|Microsoft Excel (*.xls)|*.xls#1#xlsx");
+    EXPECT_TRUE(std::filesystem::exists(bin));
+
+    std::ofstream(csv + ".txt", std::ios::binary) << "not a workbook";
+    platform.chosenFile = std::u16string(csv.begin(), csv.end()) + u".txt";
+    EXPECT_THROW(form.btnInportClick(), ESpreadSheetFormatError);
+    EXPECT_EQ(form.cellText(0, 0), u"code") << "a failed import leaves the grid as it was";
+    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
