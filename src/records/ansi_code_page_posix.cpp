@@ -1,6 +1,7 @@
 #include <iconv.h>
 
 #include <array>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -39,10 +40,13 @@ public:
     }
 
     void encodeAppend(std::u16string_view text, std::string& out) const override {
-        const size_t start = out.size();
-        out.resize(start + text.size() * 2);
-        char* p = out.data() + start;
+        char buffer[2048];
+        char* p = buffer;
         for (size_t i = 0; i < text.size(); ++i) {
+            if (p > std::end(buffer) - 2) {
+                out.append(buffer, p);
+                p = buffer;
+            }
             const char16_t c = text[i];
             if (c < 0x80) {
                 *p++ = static_cast<char>(c);
@@ -54,17 +58,22 @@ public:
                 if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) ++i;
             }
         }
-        out.resize(static_cast<size_t>(p - out.data()));
+        out.append(buffer, p);
     }
 
     void decodeAppend(std::string_view bytes, std::u16string& out) const override {
-        const size_t start = out.size();
-        out.resize(start + bytes.size());
-        char16_t* p = out.data() + start;
+        // Decoded through a small buffer and appended, so that the output is written once
+        // rather than zero-filled first.
+        char16_t buffer[1024];
+        char16_t* p = buffer;
         for (size_t i = 0; i < bytes.size(); ++i) {
+            if (p == std::end(buffer)) {
+                out.append(buffer, p);
+                p = buffer;
+            }
             const auto lead = static_cast<unsigned char>(bytes[i]);
             if (lead < 0x80) {
-                *p++ = lead;
+                *p++ = static_cast<char16_t>(lead);
                 continue;
             }
             const char16_t unit = i + 1 < bytes.size()
@@ -73,7 +82,7 @@ public:
             if (unit) ++i;
             *p++ = unit ? unit : u'?';
         }
-        out.resize(static_cast<size_t>(p - out.data()));
+        out.append(buffer, p);
     }
 
 private:

@@ -8,7 +8,7 @@ namespace kes {
 
 RecordTable::RecordTable(RecordTable&& other) noexcept
     : codePage_(other.codePage_), fields_(std::move(other.fields_)), values_(std::move(other.values_)),
-      store_(std::move(other.store_)),
+      blocks_(std::move(other.blocks_)), blockUsed_(other.blockUsed_), storedBytes_(other.storedBytes_),
       pending_(std::move(other.pending_)), pendingIsCurrent_(other.pendingIsCurrent_), pendingModified_(other.pendingModified_), appending_(other.appending_),
       state_(other.state_), current_(other.current_), eof_(other.eof_), recordCounter_(other.recordCounter_) {
     for (StringField& field : fields_) field.table_ = this;
@@ -20,7 +20,9 @@ void RecordTable::addStringField(std::u16string name, uint32_t size) {
 
 void RecordTable::Close() {
     values_.clear();
-    store_.clear();
+    blocks_.clear();
+    blockUsed_ = 0;
+    storedBytes_ = 0;
     pending_.clear();
     state_ = State::Inactive;
     current_ = 0;
@@ -126,17 +128,30 @@ const RecordTable::Value* RecordTable::readableValue(size_t field) const {
     return &values_[current];
 }
 
+namespace {
+constexpr size_t kBlockSize = 1 << 20;   // larger than any field, so a value never spans two blocks
+}
+
+const char* RecordTable::store(std::string_view bytes) {
+    if (blocks_.empty() || blockUsed_ + bytes.size() > kBlockSize) {
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(kBlockSize));
+        blockUsed_ = 0;
+    }
+    char* at = blocks_.back().get() + blockUsed_;
+    std::copy(bytes.begin(), bytes.end(), at);
+    blockUsed_ += bytes.size();
+    storedBytes_ += bytes.size();
+    return at;
+}
+
 void StringField::SetAsString(std::u16string_view text) {
     RecordTable::Value& value = table_->writableValue(index_);
-    std::string& store = table_->store_;
-    const size_t start = store.size();
-    if (start + size_t(size_) > UINT32_MAX) throw EDatabaseError("Records exceed the 4 GB the table can hold");
-    table_->codePage_->encodeAppend(text, store);
-    size_t length = std::min<size_t>(store.size() - start, size_);   // cut silently, on a byte count
-    if (const size_t zero = std::string_view(store).substr(start, length).find('\0'); zero != std::string_view::npos)
-        length = zero;
-    store.resize(start + length);
-    value = {static_cast<uint32_t>(start), static_cast<uint32_t>(length), true};
+    std::string& bytes = table_->scratch_;
+    bytes.clear();
+    table_->codePage_->encodeAppend(text, bytes);
+    std::string_view kept = std::string_view(bytes).substr(0, size_);   // cut silently, on a byte count
+    kept = kept.substr(0, kept.find('\0'));
+    value = {table_->store(kept), static_cast<uint32_t>(kept.size()), true};
 }
 
 void StringField::SetAsInteger(int64_t value) {
@@ -152,7 +167,7 @@ std::u16string StringField::AsString() const {
 
 void StringField::AppendAsString(std::u16string& out) const {
     const RecordTable::Value* value = table_->readableValue(index_);
-    if (value && value->assigned) table_->codePage_->decodeAppend(table_->bytesOf(*value), out);
+    if (value && value->assigned) table_->codePage_->decodeAppend(std::string_view(value->bytes, value->length), out);
 }
 
 RecordTable makeTempPrintTable() {

@@ -3,6 +3,7 @@
 // ANSI code page: the print records of the quick print form live here between a print command
 // and its message to the host.
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -67,13 +68,13 @@ public:
     State state() const { return state_; }
     size_t recordCount() const { return fields_.empty() ? 0 : values_.size() / fields_.size(); }
     // The bytes the table holds for its records: a bound on the length of their texts.
-    size_t storedBytes() const { return store_.size(); }
+    size_t storedBytes() const { return storedBytes_; }
 
 private:
     friend class StringField;
     // A field's bytes in the table's store: at most the field's size, no zero byte inside.
     struct Value {
-        uint32_t offset = 0;
+        const char* bytes = nullptr;
         uint32_t length = 0;
         bool assigned = false;
     };
@@ -81,15 +82,19 @@ private:
     void finishPending();
     Value& writableValue(size_t field);
     const Value* readableValue(size_t field) const;
-    std::string_view bytesOf(const Value& value) const { return std::string_view(store_).substr(value.offset, value.length); }
+    const char* store(std::string_view bytes);
 
     const AnsiCodePage* codePage_;
     std::vector<StringField> fields_;
-    // Every record's values, record after record, and one store for all their bytes: a print
-    // of 100,000 rows makes a few large blocks instead of half a million small ones. The store
-    // only grows until the table is closed; a rewritten or dropped value leaves its old bytes.
+    // Every record's values, record after record, and blocks that hold all their bytes: a print
+    // of 100,000 rows makes a few dozen blocks instead of half a million small strings, and a
+    // block never moves. The store only grows until the table is closed; a rewritten or
+    // dropped value leaves its old bytes behind.
     std::vector<Value> values_;
-    std::string store_;
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    size_t blockUsed_ = 0;
+    size_t storedBytes_ = 0;
+    std::string scratch_;
     std::vector<Value> pending_;
     bool pendingIsCurrent_ = false;   // an edit that has written nothing yet reads the current record
     bool pendingModified_ = false;

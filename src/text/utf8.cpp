@@ -1,6 +1,7 @@
 #include "text/utf8.h"
 
 #include <cstdint>
+#include <iterator>
 
 namespace kes {
 namespace {
@@ -59,11 +60,17 @@ size_t utf8Length(std::u16string_view text) {
 }  // namespace
 
 void appendUtf8(std::string& out, std::u16string_view text) {
-    const size_t start = out.size();
-    out.resize(start + utf8Length(text));
-    char* p = out.data() + start;
+    out.reserve(out.size() + utf8Length(text));
+    // Encoded through a small buffer and appended, so that the output is written once rather
+    // than zero-filled first.
+    char buffer[4096];
+    char* p = buffer;
     const auto put = [&](uint32_t byte) { *p++ = static_cast<char>(byte); };
     for (size_t i = 0; i < text.size(); ++i) {
+        if (p > std::end(buffer) - 4) {
+            out.append(buffer, p);
+            p = buffer;
+        }
         char32_t u = text[i];
         if (u < 0x80) {
             put(u);
@@ -86,6 +93,7 @@ void appendUtf8(std::string& out, std::u16string_view text) {
         }
         put(0x80 | (u & 0x3F));
     }
+    out.append(buffer, p);
 }
 
 std::string toUtf8(std::u16string_view text) {
