@@ -2,6 +2,7 @@
 
 #include "workbook/binary_format.h"
 #include "workbook/csv_format.h"
+#include "workbook/xlsx_reader.h"
 
 namespace kes {
 namespace {
@@ -25,9 +26,11 @@ SpreadSheetFormat::WriterFactory BinaryFormat::GetWriter() const {
     return [] { return std::unique_ptr<SpreadSheetWriter>(new NativeWriter()); };
 }
 
-// The workbook part of a package is looked for by the xlsx reader, which this build does not
-// carry yet; until then no package is taken for a workbook.
-bool XLSXFormat::CanReadFromStream(ByteStream&) const { return false; }
+bool XLSXFormat::CanReadFromStream(ByteStream& stream) const { return xlsxWorkbookPart(stream.rest()).has_value(); }
+
+SpreadSheetFormat::ReaderFactory XLSXFormat::GetReader() const {
+    return [] { return std::unique_ptr<SpreadSheetReader>(new XlsxReader()); };
+}
 
 bool XLSFormat::CanReadFromStream(ByteStream& stream) const {
     return stream.size() > 1024 && stream.data.compare(0, kCompoundFileSignature.size(), kCompoundFileSignature) == 0;

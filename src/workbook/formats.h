@@ -17,6 +17,7 @@ public:
 class XLSXFormat : public SpreadSheetFormat {
 public:
     bool CanReadFromStream(ByteStream& stream) const override;
+    ReaderFactory GetReader() const override;
     std::optional<FormatSettings> CreateFormatSettings() const override { return FormatSettings{}; }
     std::u16string_view GetDescription() const override { return u"Excel Workbook"; }
     std::u16string_view GetExt() const override { return u".xlsx"; }

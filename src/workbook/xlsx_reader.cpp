@@ -1,0 +1,438 @@
+#include "workbook/xlsx_reader.h"
+
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <unordered_map>
+
+#include "sheet/cell_formula.h"
+#include "sheet/format/number_format.h"
+#include "sheet/sheet_bounds.h"
+#include "text/utf8.h"
+#include "workbook/workbook_errors.h"
+#include "workbook/xml/xml_reader.h"
+#include "workbook/zip/zip_reader.h"
+
+namespace kes {
+namespace {
+
+using Token = XmlReader::Token;
+
+bool endsWith(std::string_view s, std::string_view tail) { return s.size() >= tail.size() && s.substr(s.size() - tail.size()) == tail; }
+
+// A target of a relationship, resolved against the folder of the part that has it.
+std::string resolve(std::string_view folder, std::string_view target) {
+    if (!target.empty() && target.front() == '/') return std::string(target.substr(1));
+    std::string path(folder);
+    while (target.starts_with("../")) {
+        target.remove_prefix(3);
+        const size_t slash = path.find_last_of('/', path.empty() ? 0 : path.size() - 2);
+        path = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+    }
+    return path + std::string(target);
+}
+
+std::string folderOf(std::string_view part) {
+    const size_t slash = part.rfind('/');
+    return slash == std::string_view::npos ? "" : std::string(part.substr(0, slash + 1));
+}
+
+std::string relsOf(std::string_view part) {
+    return folderOf(part) + "_rels/" + std::string(part.substr(part.rfind('/') == std::string_view::npos ? 0 : part.rfind('/') + 1)) + ".rels";
+}
+
+struct Relationship {
+    std::string type;
+    std::string target;
+};
+
+// Id -> relationship of a .rels part; empty when the part is missing.
+std::map<std::string, Relationship> readRelationships(const ZipReader& zip, const std::string& relsPart, std::string_view folder) {
+    std::map<std::string, Relationship> out;
+    const ZipEntry* entry = zip.find(relsPart);
+    if (!entry) return out;
+    const std::string xml = zip.extract(*entry);
+    XmlReader reader(xml);
+    for (Token t; (t = reader.next()) != Token::End;) {
+        if (t != Token::StartElement || reader.name() != "Relationship") continue;
+        std::string_view id, type, target, mode;
+        reader.attribute("Id", id);
+        reader.attribute("Type", type);
+        const std::string typeText(type);
+        reader.attribute("Target", target);
+        const std::string targetText(target);
+        if (reader.attribute("TargetMode", mode) && mode == "External") continue;
+        out[std::string(id)] = {typeText, resolve(folder, targetText)};
+    }
+    return out;
+}
+
+std::optional<std::string> workbookPartOf(const ZipReader& zip) {
+    std::optional<std::string> part;
+    for (const auto& [id, rel] : readRelationships(zip, "_rels/.rels", "")) {
+        if (endsWith(rel.type, "/officeDocument")) {
+            part = rel.target;
+            break;
+        }
+    }
+    if (!part) return std::nullopt;
+    std::string contentType;
+    if (const ZipEntry* types = zip.find("[Content_Types].xml")) {
+        const std::string xml = zip.extract(*types);
+        XmlReader reader(xml);
+        for (Token t; (t = reader.next()) != Token::End;) {
+            std::string_view name, type;
+            if (t == Token::StartElement && reader.name() == "Override" && reader.attribute("PartName", name) &&
+                (name == "/" + *part || name == *part) && reader.attribute("ContentType", type)) {
+                contentType = type;
+            }
+        }
+    }
+    if (!contentType.empty() && contentType.find("spreadsheetml.sheet.main") == std::string::npos &&
+        contentType.find("spreadsheetml.template.main") == std::string::npos)
+        return std::nullopt;
+    return part;
+}
+
+// The text of a string item (<si> or <is>): plain <t>, or rich runs, without phonetic runs.
+// A plain text without xml:space="preserve" loses its surrounding white space, as in Excel.
+std::u16string readStringItem(XmlReader& reader) {
+    std::string text;
+    bool rich = false;
+    const int depth = reader.depth();
+    while (reader.depth() >= depth) {
+        const Token t = reader.next();
+        if (t == Token::End) break;
+        if (t != Token::StartElement) continue;
+        if (reader.name() == "rPh") {
+            reader.skipElement();
+        } else if (reader.name() == "r") {
+            rich = true;
+        } else if (reader.name() == "t") {
+            std::string_view space;
+            const bool preserve = reader.attribute("space", space) && space == "preserve";
+            const bool inRun = reader.depth() > depth + 1;
+            std::string part = reader.elementText();
+            if (!preserve && !inRun) {
+                const size_t first = part.find_first_not_of(" \t\r\n");
+                part = first == std::string::npos ? "" : part.substr(first, part.find_last_not_of(" \t\r\n") - first + 1);
+            }
+            text += part;
+        }
+    }
+    (void)rich;
+    // _xHHHH_ stands for the character HHHH; _x005F_ escapes the underscore of such an escape.
+    std::string decoded;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '_' && i + 6 < text.size() && text[i + 1] == 'x' && text[i + 6] == '_') {
+            uint32_t cp = 0;
+            auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
+            if (ec == std::errc() && end == text.data() + i + 6) {
+                std::u16string unit(1, char16_t(cp));
+                decoded += toUtf8(unit);
+                i += 6;
+                continue;
+            }
+        }
+        decoded.push_back(text[i]);
+    }
+    return fromUtf8(decoded);
+}
+
+int32_t columnOfReference(std::string_view ref, bool& ok) {
+    int64_t column = 0;
+    size_t i = 0;
+    while (i < ref.size() && ((ref[i] >= 'A' && ref[i] <= 'Z') || (ref[i] >= 'a' && ref[i] <= 'z'))) {
+        column = column * 26 + ((ref[i] | 0x20) - 'a' + 1);
+        if (column > kMaxColumn + 1) break;
+        ++i;
+    }
+    ok = i > 0 && column >= 1 && column <= kMaxColumn + 1;
+    return ok ? int32_t(column - 1) : 0;
+}
+
+std::optional<double> invariantNumber(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ')) text.remove_suffix(1);
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    double value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || ec != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
+
+struct DeferredFormula {
+    SheetTable* sheet;
+    int32_t row;
+    int32_t column;
+    std::u16string text;
+};
+
+struct SharedFormula {
+    int32_t row;
+    int32_t column;
+    std::u16string text;
+};
+
+class PackageReader {
+public:
+    PackageReader(Workbook& book, std::string_view bytes) : book_(book), zip_(bytes) {}
+
+    void read() {
+        const std::optional<std::string> workbookPart = workbookPartOf(zip_);
+        if (!workbookPart) throw ESpreadSheetReaderError("Unsupported document type");
+        const ZipEntry* entry = zip_.find(*workbookPart);
+        if (!entry) throw ESpreadSheetReaderError("Unsupported document type");
+        const auto rels = readRelationships(zip_, relsOf(*workbookPart), folderOf(*workbookPart));
+        for (const auto& [id, rel] : rels) {
+            if (endsWith(rel.type, "/sharedStrings")) readSharedStrings(rel.target);
+            else if (endsWith(rel.type, "/styles")) readStyles(rel.target);
+        }
+        const std::string xml = zip_.extract(*entry);
+        XmlReader reader(xml);
+        int32_t activeTab = 0;
+        for (Token t; (t = reader.next()) != Token::End;) {
+            if (t != Token::StartElement) continue;
+            std::string_view value;
+            if (reader.name() == "workbookPr" && reader.attribute("date1904", value)) {
+                FormatSettings settings = book_.settings();
+                settings.date1904 = value == "1" || value == "true";
+                book_.setSettings(settings);
+            } else if (reader.name() == "workbookView" && reader.attribute("activeTab", value)) {
+                std::from_chars(value.data(), value.data() + value.size(), activeTab);
+            } else if (reader.name() == "sheet") {
+                std::string_view name, id;
+                reader.attribute("name", name);
+                const std::u16string sheetName = fromUtf8(name);
+                reader.attribute("id", id);
+                const auto rel = rels.find(std::string(id));
+                SheetTable& sheet = book_.addSheet(sheetName);
+                if (rel != rels.end() && endsWith(rel->second.type, "/worksheet")) readWorksheet(sheet, rel->second.target);
+            }
+        }
+        for (DeferredFormula& f : deferred_) {
+            CellRef cell = f.sheet->createCell(f.row, f.column);
+            if (!cell.setFormula(u"=" + f.text)) cell.setString(u"=" + f.text);
+        }
+        if (activeTab >= 0 && activeTab < book_.sheetCount()) book_.setActiveSheetIndex(activeTab);
+    }
+
+private:
+    [[noreturn]] void report(const std::string& message) { throw ESpreadSheetReaderError(message); }
+
+    void readSharedStrings(const std::string& part) {
+        const ZipEntry* entry = zip_.find(part);
+        if (!entry) return;
+        const std::string xml = zip_.extract(*entry);
+        XmlReader reader(xml);
+        for (Token t; (t = reader.next()) != Token::End;) {
+            if (t == Token::StartElement && reader.name() == "si") strings_.push_back(readStringItem(reader));
+        }
+    }
+
+    void readStyles(const std::string& part) {
+        const ZipEntry* entry = zip_.find(part);
+        if (!entry) return;
+        const std::string xml = zip_.extract(*entry);
+        XmlReader reader(xml);
+        std::unordered_map<int, std::u16string> custom;
+        bool inCellXfs = false;
+        for (Token t; (t = reader.next()) != Token::End;) {
+            if (t == Token::EndElement && reader.name() == "cellXfs") inCellXfs = false;
+            if (t != Token::StartElement) continue;
+            std::string_view id, code;
+            if (reader.name() == "numFmt" && reader.attribute("numFmtId", id)) {
+                int number = 0;
+                std::from_chars(id.data(), id.data() + id.size(), number);
+                reader.attribute("formatCode", code);
+                custom[number] = fromUtf8(code);
+            } else if (reader.name() == "cellXfs") {
+                inCellXfs = true;
+            } else if (inCellXfs && reader.name() == "xf") {
+                int number = 0;
+                if (reader.attribute("numFmtId", id)) std::from_chars(id.data(), id.data() + id.size(), number);
+                std::u16string formatCode;
+                if (auto it = custom.find(number); it != custom.end()) formatCode = it->second;
+                else formatCode = std::u16string(builtinFormatCode(number));
+                if (formatCode == u"General") formatCode.clear();
+                styles_.push_back(book_.styles().add(CellStyle{formatCode}));
+            }
+        }
+    }
+
+    void readWorksheet(SheetTable& sheet, const std::string& part) {
+        const ZipEntry* entry = zip_.find(part);
+        if (!entry) return;
+        const std::string xml = zip_.extract(*entry);
+        XmlReader reader(xml);
+        int32_t lastRow = -1;
+        std::unordered_map<std::string, SharedFormula> shared;
+        for (Token t; (t = reader.next()) != Token::End;) {
+            if (t != Token::StartElement) continue;
+            std::string_view value;
+            if (reader.name() == "col") {
+                std::string_view min, max, width;
+                if (reader.attribute("width", width) && reader.attribute("min", min) && reader.attribute("max", max)) {
+                    int first = 0, last = 0;
+                    std::from_chars(min.data(), min.data() + min.size(), first);
+                    std::from_chars(max.data(), max.data() + max.size(), last);
+                    const auto characters = invariantNumber(width);
+                    if (characters && first >= 1 && last >= first && *characters > 0) {
+                        const int pixels = static_cast<int>(std::lround(*characters * 7 + 5));
+                        for (int c = first; c <= std::min(last, kMaxColumn + 1) && c - first < 256; ++c) sheet.setColumnWidth(c - 1, pixels);
+                    }
+                }
+            } else if (reader.name() == "row") {
+                int32_t index = -1;
+                if (reader.attribute("r", value)) {
+                    int32_t r = 0;
+                    std::from_chars(value.data(), value.data() + value.size(), r);
+                    index = r - 1;
+                }
+                if (index < 0) index = lastRow + 1;
+                if (index > kMaxRow) report("The row index " + std::to_string(index + 1) + " is invalid");
+                lastRow = index;
+                readRow(reader, sheet, *sheet.createRow(index), shared);
+            }
+        }
+    }
+
+    void readRow(XmlReader& reader, SheetTable& sheet, SheetRow& row, std::unordered_map<std::string, SharedFormula>& shared) {
+        const int depth = reader.depth();
+        int32_t nextColumn = 0;
+        while (reader.depth() >= depth) {
+            const Token t = reader.next();
+            if (t == Token::End) break;
+            if (t == Token::StartElement && reader.name() == "c") nextColumn = readCell(reader, sheet, row, nextColumn, shared) + 1;
+        }
+    }
+
+    int32_t readCell(XmlReader& reader, SheetTable& sheet, SheetRow& row, int32_t nextColumn,
+                     std::unordered_map<std::string, SharedFormula>& shared) {
+        std::string_view value;
+        int32_t column = nextColumn;
+        if (reader.attribute("r", value)) {
+            bool ok = false;
+            column = columnOfReference(value, ok);
+            if (!ok) report("The \"" + std::string(value) + "\" column index is invalid");
+        }
+        if (column > kMaxColumn) report("The \"" + std::to_string(column) + "\" column index is invalid");
+        CellRef cell = sheet.createCell(row, column);
+        if (reader.attribute("s", value) && !value.empty()) {
+            long style = -1;
+            std::from_chars(value.data(), value.data() + value.size(), style);
+            if (style < 0 || size_t(style) >= std::max<size_t>(styles_.size(), 1)) report("The \"" + std::to_string(style) + "\" style index is invalid");
+            if (!styles_.empty()) cell.setStyle(styles_[size_t(style)]);
+        }
+        std::string type = reader.attribute("t", value) ? std::string(value) : std::string();
+        std::string v, formula, sharedIndex, sharedRef;
+        bool hasV = false, hasF = false, isShared = false;
+        std::u16string inlineText;
+        bool hasInline = false;
+        const int depth = reader.depth();
+        while (reader.depth() >= depth) {
+            const Token t = reader.next();
+            if (t == Token::End) break;
+            if (t != Token::StartElement) continue;
+            if (reader.name() == "v") {
+                hasV = true;
+                v = reader.elementText();
+            } else if (reader.name() == "f") {
+                hasF = true;
+                std::string_view ft, si, ref;
+                isShared = reader.attribute("t", ft) && ft == "shared";
+                if (reader.attribute("si", si)) sharedIndex = si;
+                if (reader.attribute("ref", ref)) sharedRef = ref;
+                formula = reader.elementText();
+            } else if (reader.name() == "is") {
+                hasInline = true;
+                inlineText = readStringItem(reader);
+            }
+        }
+        if (hasF) {
+            std::u16string text = fromUtf8(formula);
+            if (isShared) {
+                if (!text.empty()) {
+                    shared[sharedIndex] = {row.index, column, text};
+                } else if (auto it = shared.find(sharedIndex); it != shared.end()) {
+                    if (auto master = formula::parseFormula(u"=" + it->second.text)) {
+                        formula::offsetReferences(*master, row.index - it->second.row, column - it->second.column);
+                        text = formula::formulaText(*master).substr(1);
+                    }
+                }
+            }
+            if (!text.empty()) deferred_.push_back({&sheet, row.index, column, std::move(text)});
+            return column;
+        }
+        static const char* const kTypes[] = {"?", "b", "e", "n", "str", "s", "", "inlineStr"};
+        int kind = 0;
+        for (int i = 0; i < 8; ++i) {
+            if (type == kTypes[i]) kind = i;
+        }
+        if (kind == 7) {
+            if (hasInline) cell.setString(inlineText);
+            return column;
+        }
+        if (!hasV) return column;
+        switch (kind) {
+        case 1: {
+            int64_t number = 0;
+            auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), number);
+            const bool truth = (ec == std::errc() && end == v.data() + v.size()) ? number != 0 : (v.size() == 4 && (v[0] | 0x20) == 't' && (v[1] | 0x20) == 'r' && (v[2] | 0x20) == 'u' && (v[3] | 0x20) == 'e');
+            cell.assign(CellValue::makeBoolean(truth));
+            break;
+        }
+        case 2: cell.setText(fromUtf8(v), 0); break;
+        case 3: {
+            const auto number = invariantNumber(v);
+            if (!number) report("\"" + v + "\" is not a valid floating point value");
+            cell.assign(CellValue::makeFloat(*number));
+            break;
+        }
+        case 5: {
+            long index = -1;
+            auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), index);
+            if (ec != std::errc() || end != v.data() + v.size()) index = -1;
+            if (index < 0 || size_t(index) >= strings_.size()) report("The \"" + std::to_string(index) + "\" shared string index is invalid");
+            cell.setString(strings_[size_t(index)]);
+            break;
+        }
+        case 6:
+            if (const auto number = invariantNumber(v)) cell.assign(CellValue::makeFloat(*number));
+            else cell.setText(fromUtf8(v), 0);
+            break;
+        default: break;
+        }
+        return column;
+    }
+
+    Workbook& book_;
+    ZipReader zip_;
+    std::vector<std::u16string> strings_;
+    std::vector<uint16_t> styles_;
+    std::vector<DeferredFormula> deferred_;
+};
+
+}  // namespace
+
+std::optional<std::string> xlsxWorkbookPart(std::string_view bytes) {
+    if (!ZipReader::looksLikeZip(bytes)) return std::nullopt;
+    try {
+        const ZipReader zip(bytes);
+        return workbookPartOf(zip);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+void XlsxReader::Read(Workbook& book, ByteStream& stream) {
+    try {
+        PackageReader(book, stream.rest()).read();
+    } catch (const EZipError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    } catch (const EXmlError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    }
+}
+
+}  // namespace kes

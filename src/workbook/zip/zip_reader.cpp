@@ -1,0 +1,159 @@
+#include "workbook/zip/zip_reader.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace kes {
+namespace {
+
+constexpr uint32_t kLocalHeader = 0x04034b50, kCentralHeader = 0x02014b50, kEndOfDirectory = 0x06054b50;
+constexpr uint32_t kZip64Locator = 0x07064b50, kZip64End = 0x06064b50;
+
+template <class T>
+T readAt(std::string_view data, uint64_t at, const char* what) {
+    if (at > data.size() || data.size() - at < sizeof(T)) throw EZipError(std::string("zip: ") + what + " lies beyond the end of the file");
+    T value;
+    std::memcpy(&value, data.data() + at, sizeof(T));
+    return value;
+}
+
+char folded(char c) { return (c >= 'A' && c <= 'Z') ? char(c + 32) : c; }
+
+bool sameName(std::string_view a, std::string_view b) {
+    if (!a.empty() && a.front() == '/') a.remove_prefix(1);
+    if (!b.empty() && b.front() == '/') b.remove_prefix(1);
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return folded(x) == folded(y); });
+}
+
+// Replaces the 32-bit fields that are all ones by their 64-bit values from the ZIP64 extra field.
+void applyZip64(std::string_view extra, ZipEntry& entry, bool sizeMarked, bool compressedMarked, bool offsetMarked) {
+    for (size_t at = 0; at + 4 <= extra.size();) {
+        const uint16_t id = readAt<uint16_t>(extra, at, "extra field");
+        const uint16_t length = readAt<uint16_t>(extra, at + 2, "extra field");
+        if (at + 4 + length > extra.size()) throw EZipError("zip: extra field of " + entry.name + " runs past its end");
+        if (id == 0x0001) {
+            const std::string_view field = extra.substr(at + 4, length);
+            size_t p = 0;
+            if (sizeMarked) entry.size = readAt<uint64_t>(field, (p += 8) - 8, "zip64 size");
+            if (compressedMarked) entry.compressedSize = readAt<uint64_t>(field, (p += 8) - 8, "zip64 size");
+            if (offsetMarked) entry.localHeaderOffset = readAt<uint64_t>(field, (p += 8) - 8, "zip64 offset");
+            return;
+        }
+        at += 4 + size_t(length);
+    }
+}
+
+}  // namespace
+
+bool ZipReader::looksLikeZip(std::string_view bytes) {
+    return bytes.size() >= 4 && readAt<uint32_t>(bytes, 0, "signature") == kLocalHeader;
+}
+
+ZipReader::ZipReader(std::string_view archive) : data_(archive) {
+    if (data_.size() < 22) throw EZipError("zip: the file is too short for an archive");
+    // The end record is found backwards, within the 65,535 bytes a comment may take.
+    const uint64_t lowest = data_.size() >= 22 + 65535 ? data_.size() - 22 - 65535 : 0;
+    uint64_t end = data_.size() - 22;
+    while (readAt<uint32_t>(data_, end, "end of directory") != kEndOfDirectory) {
+        if (end == lowest) throw EZipError("zip: no end of central directory record");
+        --end;
+    }
+    uint64_t count = readAt<uint16_t>(data_, end + 10, "entry count");
+    uint64_t directorySize = readAt<uint32_t>(data_, end + 12, "directory size");
+    uint64_t directoryOffset = readAt<uint32_t>(data_, end + 16, "directory offset");
+    if (count == 0xFFFF || directorySize == 0xFFFFFFFF || directoryOffset == 0xFFFFFFFF) {
+        if (end < 20 || readAt<uint32_t>(data_, end - 20, "zip64 locator") != kZip64Locator)
+            throw EZipError("zip: a zip64 archive without its locator");
+        const uint64_t record = readAt<uint64_t>(data_, end - 12, "zip64 end record");
+        if (readAt<uint32_t>(data_, record, "zip64 end record") != kZip64End) throw EZipError("zip: bad zip64 end record");
+        count = readAt<uint64_t>(data_, record + 32, "zip64 entry count");
+        directorySize = readAt<uint64_t>(data_, record + 40, "zip64 directory size");
+        directoryOffset = readAt<uint64_t>(data_, record + 48, "zip64 directory offset");
+    }
+    if (directoryOffset > end || directorySize > end - directoryOffset)
+        throw EZipError("zip: the central directory (offset " + std::to_string(directoryOffset) + ", size " +
+                        std::to_string(directorySize) + ") does not fit before its end record at " + std::to_string(end));
+    if (count > kMaxEntries || count * 46 > directorySize) throw EZipError("zip: " + std::to_string(count) + " entries do not fit the directory");
+    entries_.reserve(count);
+    uint64_t at = directoryOffset;
+    for (uint64_t i = 0; i < count; ++i) {
+        if (readAt<uint32_t>(data_, at, "central header") != kCentralHeader)
+            throw EZipError("zip: entry " + std::to_string(i) + " of the central directory is damaged");
+        ZipEntry entry;
+        entry.flags = readAt<uint16_t>(data_, at + 8, "central header");
+        entry.method = readAt<uint16_t>(data_, at + 10, "central header");
+        entry.crc = readAt<uint32_t>(data_, at + 16, "central header");
+        entry.compressedSize = readAt<uint32_t>(data_, at + 20, "central header");
+        entry.size = readAt<uint32_t>(data_, at + 24, "central header");
+        const uint16_t nameLength = readAt<uint16_t>(data_, at + 28, "central header");
+        const uint16_t extraLength = readAt<uint16_t>(data_, at + 30, "central header");
+        const uint16_t commentLength = readAt<uint16_t>(data_, at + 32, "central header");
+        entry.localHeaderOffset = readAt<uint32_t>(data_, at + 42, "central header");
+        if (at + 46 + nameLength + extraLength > directoryOffset + directorySize) throw EZipError("zip: a central header runs past the directory");
+        entry.name.assign(data_.substr(at + 46, nameLength));
+        std::replace(entry.name.begin(), entry.name.end(), '\\', '/');   // some writers separate with backslashes
+        applyZip64(data_.substr(at + 46 + nameLength, extraLength), entry, entry.size == 0xFFFFFFFF,
+                   entry.compressedSize == 0xFFFFFFFF, entry.localHeaderOffset == 0xFFFFFFFF);
+        entries_.push_back(std::move(entry));
+        at += 46 + uint64_t(nameLength) + extraLength + commentLength;
+    }
+}
+
+const ZipEntry* ZipReader::find(std::string_view name) const {
+    for (const ZipEntry& entry : entries_) {
+        if (sameName(entry.name, name)) return &entry;
+    }
+    return nullptr;
+}
+
+std::string ZipReader::extract(const ZipEntry& entry) const {
+    if (entry.flags & 1) throw EZipError("zip: " + entry.name + " is encrypted");
+    if (readAt<uint32_t>(data_, entry.localHeaderOffset, "local header") != kLocalHeader)
+        throw EZipError("zip: the local header of " + entry.name + " is missing at offset " + std::to_string(entry.localHeaderOffset));
+    const uint64_t start = entry.localHeaderOffset + 30 + readAt<uint16_t>(data_, entry.localHeaderOffset + 26, "local header") +
+                           readAt<uint16_t>(data_, entry.localHeaderOffset + 28, "local header");
+    if (start > data_.size() || entry.compressedSize > data_.size() - start)
+        throw EZipError("zip: the data of " + entry.name + " (" + std::to_string(entry.compressedSize) + " bytes at " +
+                        std::to_string(start) + ") runs past the end of the file");
+    if (entry.size > kMaxEntrySize || entry.size > kMaxTotalSize - inflated_)
+        throw EZipError("zip: " + entry.name + " would inflate to " + std::to_string(entry.size) + " bytes, beyond the limit");
+    const std::string_view packed = data_.substr(start, entry.compressedSize);
+    std::string out;
+    if (entry.method == 0) {
+        if (entry.compressedSize != entry.size) throw EZipError("zip: stored entry " + entry.name + " has two different sizes");
+        out.assign(packed);
+    } else if (entry.method == 8) {
+        out.resize(entry.size);
+        z_stream z{};
+        if (inflateInit2(&z, -MAX_WBITS) != Z_OK) throw EZipError("zip: the inflater cannot start");
+        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
+        z.avail_in = static_cast<uInt>(std::min<uint64_t>(packed.size(), UINT32_MAX));
+        z.next_out = reinterpret_cast<Bytef*>(out.data());
+        z.avail_out = static_cast<uInt>(out.size());
+        int status = inflate(&z, Z_FINISH);
+        // One byte more room tells an entry that inflates beyond its declared size from one that fits.
+        unsigned char probe;
+        if (status == Z_BUF_ERROR && z.avail_out == 0) {
+            z.next_out = &probe;
+            z.avail_out = 1;
+            status = inflate(&z, Z_FINISH);
+            inflateEnd(&z);
+            throw EZipError("zip: " + entry.name + " inflates beyond its declared " + std::to_string(entry.size) + " bytes");
+        }
+        const uint64_t produced = z.total_out;
+        inflateEnd(&z);
+        if (status != Z_STREAM_END || produced != entry.size)
+            throw EZipError("zip: " + entry.name + " is damaged (inflated " + std::to_string(produced) + " of " +
+                            std::to_string(entry.size) + " bytes)");
+    } else {
+        throw EZipError("zip: " + entry.name + " uses compression method " + std::to_string(entry.method));
+    }
+    if (crc32(0, reinterpret_cast<const Bytef*>(out.data()), static_cast<uInt>(out.size())) != entry.crc)
+        throw EZipError("zip: " + entry.name + " fails its CRC check");
+    inflated_ += out.size();
+    return out;
+}
+
+}  // namespace kes

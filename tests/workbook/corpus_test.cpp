@@ -1,0 +1,127 @@
+// Real workbooks from other projects' test suites, with ground truth made by other readers:
+// every xlsx with truth must load cell-exact (kind and value); every file without truth must
+// fail with a clear error, never crash or hang.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "json_value.h"
+#include "text/utf8.h"
+#include "workbook/workbook_errors.h"
+#include "workbook/workbook_files.h"
+
+namespace kes {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kCorpus = fs::path(KES_SOURCE_DIR) / ".." / "shared" / "corpus";
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::u16string wide(const fs::path& p) { return fromUtf8(p.string()); }
+
+// Where the reading rules of the product differ from other readers' on purpose: a cell type
+// outside the type table ("d") and a formula string ("str") without its formula store no value,
+// and a package whose main part is a macro workbook is not taken for a workbook.
+bool storesNoValueByDesign(const std::string& file, const std::string& sheet, const test::Json& cell) {
+    const int32_t row = int32_t(cell.array[0].number), column = int32_t(cell.array[1].number);
+    if (cell.array.size() > 4 && !cell.array[4]["iso"].isNull()) return true;   // t="d", truth from its ISO text
+    return file == "sheetjs_formula_stress_test.xlsx" && sheet == "Lookup" && row == 25 && (column == 2 || column == 3);   // t="str" spill
+}
+const char* const kRefusedByDesign[] = {"sheetjs_BlankSheetTypes.xlsm"};
+
+// What our cell holds, compared with one truth cell; empty when they agree.
+std::string compare(const CellRef& cell, const test::Json& truth) {
+    const std::string& kind = truth.array[2].string;
+    const test::Json& value = truth.array[3];
+    const bool formula = truth.array.size() > 4 && truth.array[4]["formula"].boolean;
+    if (!cell) return "missing";
+    if (kind == "formula" || formula) return cell.dataType() == cdtFormula ? "" : "not a formula";
+    if (kind == "string") {
+        if (cell.dataType() != cdtString) return "not a string";
+        return toUtf8(cell.asString()) == value.string ? "" : "text " + toUtf8(cell.asString()) + " for " + value.string;
+    }
+    if (kind == "number" || kind == "date") {
+        if (!cell.isNumeric()) return "not a number";
+        const double expected = std::strtod(value.string.c_str(), nullptr);
+        return cell.asFloat() == expected ? "" : "number " + std::to_string(cell.asFloat()) + " for " + value.string;
+    }
+    if (kind == "bool") {
+        if (cell.dataType() != cdtBoolean) return "not a boolean";
+        return (cell.asFloat() != 0) == value.boolean ? "" : "wrong boolean";
+    }
+    if (kind == "error") {
+        if (cell.dataType() != cdtError) return "not an error";
+        return toUtf8(cell.displayText()) == value.string ? "" : "error " + toUtf8(cell.displayText());
+    }
+    return "unknown kind " + kind;
+}
+
+TEST(Corpus, XlsxWorkbooksLoadCellExactAndBrokenOnesFailCleanly) {
+    if (!fs::exists(kCorpus / "MANIFEST.tsv")) GTEST_SKIP() << "no corpus beside the project";
+    std::ifstream manifest(kCorpus / "MANIFEST.tsv");
+    std::string line;
+    std::getline(manifest, line);
+    int checked = 0, refused = 0;
+    while (std::getline(manifest, line)) {
+        const std::string name = line.substr(0, line.find('\t'));
+        if (!name.ends_with(".xlsx") && !name.ends_with(".xlsm")) continue;
+        const fs::path truthFile = kCorpus / "truth" / (name + ".json");
+        const test::Json truth = test::JsonParser(readFile(truthFile)).parse();
+        Workbook book;
+        const bool noTruth = truth["sheets"].isNull();
+        try {
+            LoadFromFile(book, wide(kCorpus / "files" / name));
+        } catch (const std::exception& e) {
+            if (noTruth || std::find(std::begin(kRefusedByDesign), std::end(kRefusedByDesign), name) != std::end(kRefusedByDesign)) {
+                ++refused;
+                continue;
+            }
+            ADD_FAILURE() << name << ": " << e.what();
+            continue;
+        }
+        if (noTruth) {
+            ADD_FAILURE() << name << " has no truth (every other reader fails) but loaded";
+            continue;
+        }
+        for (const test::Json& sheetTruth : truth["sheets"].array) {
+            if (sheetTruth["type"].string != "worksheet") continue;
+            SheetTable* sheet = nullptr;
+            for (int32_t i = 0; i < book.sheetCount(); ++i) {
+                if (toUtf8(book.sheet(i).name()) == sheetTruth["name"].string) sheet = &book.sheet(i);
+            }
+            if (!sheet) {
+                ADD_FAILURE() << name << ": no sheet " << sheetTruth["name"].string;
+                continue;
+            }
+            int mismatches = 0;
+            for (const test::Json& cell : sheetTruth["cells"].array) {
+                const int32_t row = int32_t(cell.array[0].number), column = int32_t(cell.array[1].number);
+                if (storesNoValueByDesign(name, sheetTruth["name"].string, cell)) {
+                    const CellRef ours = sheet->getCell(row, column);
+                    EXPECT_TRUE(!ours || ours.dataType() == cdtBlank) << name << " (" << row << "," << column << ")";
+                    continue;
+                }
+                const std::string difference = compare(sheet->getCell(row, column), cell);
+                if (!difference.empty() && ++mismatches <= 3)
+                    ADD_FAILURE() << name << " " << sheetTruth["name"].string << " (" << row << "," << column << "): " << difference;
+                ++checked;
+            }
+        }
+    }
+    EXPECT_GT(checked, 100);
+    EXPECT_GT(refused, 0);
+}
+
+}  // namespace
+}  // namespace kes
