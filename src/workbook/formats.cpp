@@ -3,6 +3,7 @@
 #include "workbook/binary_format.h"
 #include "workbook/csv_format.h"
 #include "workbook/xlsx_reader.h"
+#include "workbook/xlsx_writer.h"
 
 namespace kes {
 namespace {
@@ -30,6 +31,14 @@ bool XLSXFormat::CanReadFromStream(ByteStream& stream) const { return xlsxWorkbo
 
 SpreadSheetFormat::ReaderFactory XLSXFormat::GetReader() const {
     return [] { return std::unique_ptr<SpreadSheetReader>(new XlsxReader()); };
+}
+
+SpreadSheetFormat::WriterFactory XLSXFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new XlsxWriter()); };
+}
+
+SpreadSheetFormat::WriterFactory XLTXFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new XlsxWriter(true)); };
 }
 
 bool XLSFormat::CanReadFromStream(ByteStream& stream) const {

@@ -18,6 +18,7 @@ class XLSXFormat : public SpreadSheetFormat {
 public:
     bool CanReadFromStream(ByteStream& stream) const override;
     ReaderFactory GetReader() const override;
+    WriterFactory GetWriter() const override;
     std::optional<FormatSettings> CreateFormatSettings() const override { return FormatSettings{}; }
     std::u16string_view GetDescription() const override { return u"Excel Workbook"; }
     std::u16string_view GetExt() const override { return u".xlsx"; }
@@ -27,6 +28,7 @@ class XLTXFormat final : public XLSXFormat {
 public:
     std::u16string_view GetDescription() const override { return u"Excel Template"; }
     std::u16string_view GetExt() const override { return u".xltx"; }
+    WriterFactory GetWriter() const override;
 };
 
 class XLSFormat : public SpreadSheetFormat {

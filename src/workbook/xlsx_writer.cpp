@@ -1,0 +1,194 @@
+#include "workbook/xlsx_writer.h"
+
+#include <charconv>
+#include <unordered_map>
+
+#include "sheet/cell_formula.h"
+#include "sheet/format/number_format.h"
+#include "sheet/shared_strings.h"
+#include "text/utf8.h"
+#include "workbook/xml/xml_writer.h"
+#include "workbook/zip/zip_writer.h"
+
+namespace kes {
+namespace {
+
+constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
+constexpr const char* kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+constexpr const char* kRelationships = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+constexpr const char* kPackageRelationships = "http://schemas.openxmlformats.org/package/2006/relationships";
+
+std::string cellReference(int32_t row, int32_t column) {
+    std::string letters;
+    for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) letters.insert(letters.begin(), char('A' + (c - 1) % 26));
+    return letters + std::to_string(row + 1);
+}
+
+// A number in the general format with at most 15 significant digits, "." as its separator.
+std::string numberText(double value) {
+    char buffer[40];
+    auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 15);
+    return std::string(buffer, end);
+}
+
+std::string xmlText(std::u16string_view text, bool attribute = false) {
+    std::string out;
+    appendXmlText(out, text, attribute);
+    return out;
+}
+
+class SharedStringList {
+public:
+    size_t indexOf(std::u16string_view text) {
+        auto [it, added] = index_.emplace(std::u16string(text), texts_.size());
+        if (added) texts_.push_back(&it->first);
+        return it->second;
+    }
+    std::string part() const {
+        std::string xml = kDeclaration;
+        xml += "<sst xmlns=\"" + std::string(kMain) + "\" uniqueCount=\"" + std::to_string(texts_.size()) + "\">";
+        for (const std::u16string* text : texts_) {
+            const bool spaces = !text->empty() && (text->front() == u' ' || text->back() == u' ' || text->front() == u'\n' ||
+                                                   text->back() == u'\n' || text->front() == u'\t' || text->back() == u'\t');
+            xml += spaces ? "<si><t xml:space=\"preserve\">" : "<si><t>";
+            appendXmlText(xml, *text);
+            xml += "</t></si>";
+        }
+        return xml + "</sst>";
+    }
+
+private:
+    std::unordered_map<std::u16string, size_t> index_;
+    std::vector<const std::u16string*> texts_;
+};
+
+std::string stylesPart(const CellStyles& styles) {
+    std::string formats, xfs;
+    int customFormats = 0;
+    for (size_t i = 0; i < styles.size(); ++i) {
+        const std::u16string& code = styles[static_cast<uint16_t>(i)].numberFormat;
+        int id = 0;
+        if (!code.empty()) {
+            id = -1;
+            for (int builtin = 1; builtin <= 49 && id < 0; ++builtin) {
+                if (builtinFormatCode(builtin) == code) id = builtin;
+            }
+            if (id < 0) {
+                id = 164 + customFormats++;
+                formats += "<numFmt numFmtId=\"" + std::to_string(id) + "\" formatCode=\"" + xmlText(code, true) + "\"/>";
+            }
+        }
+        xfs += "<xf numFmtId=\"" + std::to_string(id) + "\" fontId=\"0\" fillId=\"0\" borderId=\"0\" xfId=\"0\"" +
+               (id ? " applyNumberFormat=\"1\"" : "") + "/>";
+    }
+    std::string xml = kDeclaration;
+    xml += "<styleSheet xmlns=\"" + std::string(kMain) + "\">";
+    if (customFormats) xml += "<numFmts count=\"" + std::to_string(customFormats) + "\">" + formats + "</numFmts>";
+    xml += "<fonts count=\"1\"><font><sz val=\"11\"/><name val=\"Calibri\"/><family val=\"2\"/></font></fonts>"
+           "<fills count=\"2\"><fill><patternFill patternType=\"none\"/></fill><fill><patternFill patternType=\"gray125\"/></fill></fills>"
+           "<borders count=\"1\"><border><left/><right/><top/><bottom/><diagonal/></border></borders>"
+           "<cellStyleXfs count=\"1\"><xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\"/></cellStyleXfs>";
+    xml += "<cellXfs count=\"" + std::to_string(styles.size()) + "\">" + xfs + "</cellXfs>";
+    xml += "<cellStyles count=\"1\"><cellStyle name=\"Normal\" xfId=\"0\" builtinId=\"0\"/></cellStyles></styleSheet>";
+    return xml;
+}
+
+void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& cell, SharedStringList& strings) {
+    xml += "<c r=\"" + cellReference(row.index, cell.index) + "\" s=\"" + std::to_string(cell.style) + "\"";
+    switch (cell.type) {
+    case cdtBlank: xml += "/>"; return;
+    case cdtBoolean: xml += std::string(" t=\"b\"><v>") + (cell.boolean ? "true" : "false") + "</v></c>"; return;
+    case cdtError: xml += " t=\"e\"><v>" + xmlText(errorText(cell.error)) + "</v></c>"; return;
+    case cdtString: xml += " t=\"s\"><v>" + std::to_string(strings.indexOf(cell.string->text())) + "</v></c>"; return;
+    case cdtFormula: {
+        std::u16string_view text = cell.formula->text;
+        if (!text.empty() && text.front() == u'=') text.remove_prefix(1);
+        xml += " t=\"str\"><f>" + xmlText(text) + "</f></c>";
+        return;
+    }
+    default:
+        xml += " t=\"n\"><v>" + numberText(CellRef(&sheet, &row, &cell).asFloat()) + "</v></c>";
+        return;
+    }
+}
+
+std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& strings) {
+    std::string xml = kDeclaration;
+    xml += "<worksheet xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + kRelationships + "\">";
+    xml += std::string("<sheetViews><sheetView") + (selected ? " tabSelected=\"1\"" : "") + " workbookViewId=\"0\"/></sheetViews>";
+    std::string columns;
+    for (SheetColumn* c = sheet.columns().first(); c; c = c->next) {
+        if (c->width <= 0) continue;
+        const double characters = std::max(0.0, (c->width - 5) / 7.0);
+        columns += "<col min=\"" + std::to_string(c->index + 1) + "\" max=\"" + std::to_string(c->index + 1) + "\" width=\"" +
+                   numberText(characters) + "\" customWidth=\"1\"/>";
+    }
+    if (!columns.empty()) xml += "<cols>" + columns + "</cols>";
+    xml += "<sheetData>";
+    for (SheetRow* row = sheet.rows().first(); row; row = row->next) {
+        xml += "<row r=\"" + std::to_string(row->index + 1) + "\">";
+        for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) writeCell(xml, sheet, *row, *cell, strings);
+        xml += "</row>";
+    }
+    return xml + "</sheetData></worksheet>";
+}
+
+}  // namespace
+
+void XlsxWriter::Write(Workbook& book, std::string& out) {
+    ZipWriter zip;
+    SharedStringList strings;
+    std::vector<std::string> sheets;
+    for (int32_t i = 0; i < book.sheetCount(); ++i) sheets.push_back(worksheetPart(book.sheet(i), i == book.activeSheetIndex(), strings));
+
+    const char* mainType = asTemplate_ ? "application/vnd.openxmlformats-officedocument.spreadsheetml.template.main+xml"
+                                       : "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml";
+    std::string types = kDeclaration;
+    types += "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+             "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
+             "<Default Extension=\"xml\" ContentType=\"application/xml\"/>";
+    types += "<Override PartName=\"/xl/workbook.xml\" ContentType=\"" + std::string(mainType) + "\"/>";
+    for (size_t i = 0; i < sheets.size(); ++i)
+        types += "<Override PartName=\"/xl/worksheets/sheet" + std::to_string(i + 1) +
+                 ".xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml\"/>";
+    types += "<Override PartName=\"/xl/styles.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml\"/>"
+             "<Override PartName=\"/xl/sharedStrings.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml\"/>"
+             "<Override PartName=\"/docProps/app.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.extended-properties+xml\"/>"
+             "</Types>";
+    zip.add("[Content_Types].xml", types);
+
+    zip.add("_rels/.rels", std::string(kDeclaration) + "<Relationships xmlns=\"" + kPackageRelationships + "\">" +
+                               "<Relationship Id=\"rId1\" Type=\"" + kRelationships + "/officeDocument\" Target=\"xl/workbook.xml\"/>" +
+                               "<Relationship Id=\"rId2\" Type=\"" + kRelationships +
+                               "/extended-properties\" Target=\"docProps/app.xml\"/></Relationships>");
+    zip.add("docProps/app.xml", std::string(kDeclaration) +
+                                    "<Properties xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/extended-properties\">"
+                                    "<Application>KesDataPrint</Application></Properties>");
+
+    std::string workbook = kDeclaration;
+    workbook += "<workbook xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + kRelationships + "\">";
+    if (book.settings().date1904) workbook += "<workbookPr date1904=\"1\"/>";
+    workbook += "<bookViews><workbookView activeTab=\"" + std::to_string(std::max(0, book.activeSheetIndex())) + "\"/></bookViews><sheets>";
+    std::string workbookRels = std::string(kDeclaration) + "<Relationships xmlns=\"" + kPackageRelationships + "\">";
+    for (size_t i = 0; i < sheets.size(); ++i) {
+        const std::string id = "rId" + std::to_string(i + 1);
+        std::u16string name = book.sheet(int32_t(i)).name();
+        if (name.empty()) name = u"Sheet" + fromUtf8(std::to_string(i + 1));
+        workbook += "<sheet name=\"" + xmlText(name, true) + "\" sheetId=\"" + std::to_string(i + 1) + "\" r:id=\"" + id + "\"/>";
+        workbookRels += "<Relationship Id=\"" + id + "\" Type=\"" + kRelationships + "/worksheet\" Target=\"worksheets/sheet" +
+                        std::to_string(i + 1) + ".xml\"/>";
+    }
+    workbook += "</sheets></workbook>";
+    const size_t n = sheets.size();
+    workbookRels += "<Relationship Id=\"rId" + std::to_string(n + 1) + "\" Type=\"" + kRelationships + "/styles\" Target=\"styles.xml\"/>";
+    workbookRels += "<Relationship Id=\"rId" + std::to_string(n + 2) + "\" Type=\"" + kRelationships +
+                    "/sharedStrings\" Target=\"sharedStrings.xml\"/></Relationships>";
+    zip.add("xl/workbook.xml", workbook);
+    zip.add("xl/_rels/workbook.xml.rels", workbookRels);
+    zip.add("xl/styles.xml", stylesPart(book.styles()));
+    zip.add("xl/sharedStrings.xml", strings.part());
+    for (size_t i = 0; i < sheets.size(); ++i) zip.add("xl/worksheets/sheet" + std::to_string(i + 1) + ".xml", sheets[i]);
+    out += zip.finish();
+}
+
+}  // namespace kes
