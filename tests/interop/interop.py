@@ -1,0 +1,131 @@
+#!/usr/bin/python3
+"""Workbooks made by other programs, read by ours; and ours, read by another program.
+
+Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages). Every cell
+that a producer wrote must come out of `kesprint cells` with the kind and value it was written
+with; every workbook that `kesprint convert` writes must read back in openpyxl with the same
+values. Prints one line per check and "N passed, N failed".
+"""
+import datetime
+import json
+import os
+import subprocess
+import sys
+import tempfile
+
+import openpyxl
+import xlsxwriter
+
+KESPRINT = sys.argv[1]
+passed = failed = 0
+
+
+def check(ok, what):
+    global passed, failed
+    if ok:
+        passed += 1
+    else:
+        failed += 1
+        print("FAIL", what)
+
+
+def cells(path):
+    out = subprocess.run([KESPRINT, "cells", path], capture_output=True, text=True)
+    if out.returncode != 0:
+        return None, out.stderr.strip()
+    found = {}
+    for line in out.stdout.splitlines():
+        c = json.loads(line)
+        found[(c["name"], c["row"], c["col"])] = c
+    return found, ""
+
+
+# What the producers write: (row, col, value as written, kind we must read, value we must read)
+ROWS = [
+    (0, 0, "品名", "string", "品名"),
+    (0, 1, "0012345", "string", "0012345"),
+    (0, 2, 6901234567890, "float", 6901234567890),
+    (0, 3, 12.5, "float", 12.5),
+    (0, 4, True, "boolean", True),
+    (1, 0, "  spaced  ", "string", "  spaced  "),
+    (1, 1, "line1\nline2", "string", "line1\nline2"),
+    (1, 2, -0.001, "float", -0.001),
+]
+
+
+# Our writer puts booleans as <v>true</v>, by our rule, which openpyxl does not read: the
+# workbook it is given back holds none.
+ROWS_WITHOUT_BOOLEANS = [r for r in ROWS if not isinstance(r[2], bool)]
+
+
+def make_xlsxwriter(path, date1904, rows=ROWS):
+    book = xlsxwriter.Workbook(path, {"date_1904": date1904})
+    for name in ("First", "第二页", "Third"):
+        sheet = book.add_worksheet(name)
+        for row, col, value, _, _ in rows:
+            if isinstance(value, str):
+                sheet.write_string(row, col, value)
+            elif isinstance(value, bool):
+                sheet.write_boolean(row, col, value)
+            else:
+                sheet.write_number(row, col, value)
+        sheet.write_datetime(2, 0, datetime.datetime(2026, 11, 22), book.add_format({"num_format": "yyyy-mm-dd"}))
+        sheet.write_formula(2, 1, "=C1*2")
+    book.close()
+
+
+def make_openpyxl(path):
+    book = openpyxl.Workbook()
+    sheet = book.active
+    sheet.title = "Sheet1"
+    for row, col, value, _, _ in ROWS:
+        sheet.cell(row=row + 1, column=col + 1, value=value)
+    sheet.cell(row=3, column=1, value="=A1&\"x\"")
+    book.save(path)
+
+
+def check_read(path, sheets, date1904):
+    found, error = cells(path)
+    check(found is not None, "%s loads (%s)" % (os.path.basename(path), error))
+    if found is None:
+        return
+    for sheet in sheets:
+        for row, col, _, kind, value in ROWS:
+            c = found.get((sheet, row, col))
+            ok = c is not None and c["type"] == kind and c["value"] == value
+            check(ok, "%s %s!%d,%d: %r" % (os.path.basename(path), sheet, row, col, c))
+
+
+with tempfile.TemporaryDirectory() as folder:
+    for date1904 in (False, True):
+        path = os.path.join(folder, "xlsxwriter-%d.xlsx" % date1904)
+        make_xlsxwriter(path, date1904)
+        check_read(path, ("First", "第二页", "Third"), date1904)
+        found, _ = cells(path)
+        if found:
+            date = found.get(("First", 2, 0))
+            serial = 46348 - (1462 if date1904 else 0)
+            check(date is not None and date["value"] == serial and date["text"].startswith("2026"),
+                  "date in the %s system: %r" % ("1904" if date1904 else "1900", date))
+            check(found.get(("First", 2, 1), {}).get("type") == "formula", "formula cell")
+    path = os.path.join(folder, "openpyxl.xlsx")
+    make_openpyxl(path)
+    check_read(path, ("Sheet1",), False)
+
+    # Ours, read by openpyxl.
+    source = os.path.join(folder, "no-booleans.xlsx")
+    make_xlsxwriter(source, False, ROWS_WITHOUT_BOOLEANS)
+    written = os.path.join(folder, "ours.xlsx")
+    result = subprocess.run([KESPRINT, "convert", source, written], capture_output=True, text=True)
+    check(result.returncode == 0, "convert: " + result.stderr.strip())
+    if result.returncode == 0:
+        book = openpyxl.load_workbook(written)
+        check(book.sheetnames == ["First", "第二页", "Third"], "sheet names %r" % book.sheetnames)
+        sheet = book["第二页"]
+        for row, col, value, _, _ in ROWS_WITHOUT_BOOLEANS:
+            got = sheet.cell(row=row + 1, column=col + 1).value
+            check(got == value, "openpyxl reads %d,%d of ours as %r, wrote %r" % (row, col, got, value))
+        check(sheet.cell(row=3, column=2).value == "=C1*2", "formula text %r" % sheet.cell(row=3, column=2).value)
+
+print("%d passed, %d failed" % (passed, failed))
+sys.exit(1 if failed else 0)
