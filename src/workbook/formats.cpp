@@ -4,6 +4,7 @@
 #include "workbook/csv_format.h"
 #include "workbook/xlsx_reader.h"
 #include "workbook/xlsx_writer.h"
+#include "workbook/xls/biff_reader.h"
 
 namespace kes {
 namespace {
@@ -43,6 +44,10 @@ SpreadSheetFormat::WriterFactory XLTXFormat::GetWriter() const {
 
 bool XLSFormat::CanReadFromStream(ByteStream& stream) const {
     return stream.size() > 1024 && stream.data.compare(0, kCompoundFileSignature.size(), kCompoundFileSignature) == 0;
+}
+
+SpreadSheetFormat::ReaderFactory XLSFormat::GetReader() const {
+    return [] { return std::unique_ptr<SpreadSheetReader>(new BiffReader()); };
 }
 
 SpreadSheetFormat::ReaderFactory CSVFormat::GetReader() const {

@@ -34,6 +34,7 @@ public:
 class XLSFormat : public SpreadSheetFormat {
 public:
     bool CanReadFromStream(ByteStream& stream) const override;
+    ReaderFactory GetReader() const override;
     std::u16string_view GetDescription() const override { return u"Excel 97-2003 Workbook"; }
     std::u16string_view GetExt() const override { return u".xls"; }
 };

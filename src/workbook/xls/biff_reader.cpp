@@ -1,0 +1,318 @@
+#include "workbook/xls/biff_reader.h"
+
+#include <cstring>
+#include <unordered_map>
+
+#include "records/ansi_code_page.h"
+#include "sheet/format/number_format.h"
+#include "sheet/sheet_bounds.h"
+#include "workbook/workbook_errors.h"
+#include "workbook/xls/compound_file.h"
+
+namespace kes {
+namespace {
+
+// Record ids of the file format documentation ([MS-XLS] 2.3).
+enum : uint16_t {
+    kFormula = 0x0006, kEof = 0x000A, kDateMode = 0x0022, kFilePass = 0x002F, kContinue = 0x003C, kBoundSheet = 0x0085,
+    kMulRk = 0x00BD, kXf = 0x00E0, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203, kLabel = 0x0204,
+    kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
+};
+
+struct Record {
+    uint16_t id;
+    std::string_view data;
+    std::vector<std::string_view> continues;   // the CONTINUE records that follow
+};
+
+[[noreturn]] void fail(const std::string& what) { throw ESpreadSheetReaderError("xls: " + what); }
+
+template <class T>
+T get(std::string_view data, size_t at, const char* record) {
+    if (at > data.size() || data.size() - at < sizeof(T))
+        fail(std::string(record) + " record is too short (" + std::to_string(data.size()) + " bytes)");
+    T value;
+    std::memcpy(&value, data.data() + at, sizeof(T));
+    return value;
+}
+
+class RecordStream {
+public:
+    explicit RecordStream(std::string_view stream, size_t position = 0) : stream_(stream), position_(position) {}
+
+    bool next(Record& r) {
+        if (position_ + 4 > stream_.size()) return false;
+        r.id = get<uint16_t>(stream_, position_, "record header");
+        const uint16_t length = get<uint16_t>(stream_, position_ + 2, "record header");
+        if (position_ + 4 + length > stream_.size()) fail("record " + std::to_string(r.id) + " runs past the end of the stream");
+        r.data = stream_.substr(position_ + 4, length);
+        position_ += 4 + size_t(length);
+        r.continues.clear();
+        while (position_ + 4 <= stream_.size() && get<uint16_t>(stream_, position_, "record header") == kContinue) {
+            const uint16_t more = get<uint16_t>(stream_, position_ + 2, "record header");
+            if (position_ + 4 + more > stream_.size()) fail("CONTINUE runs past the end of the stream");
+            r.continues.push_back(stream_.substr(position_ + 4, more));
+            position_ += 4 + size_t(more);
+        }
+        return true;
+    }
+
+private:
+    std::string_view stream_;
+    size_t position_;
+};
+
+// Reads the strings of an SST record and its CONTINUE records; a string's characters may go on
+// in the next record, which then starts with a new flags byte.
+class SegmentReader {
+public:
+    explicit SegmentReader(const Record& r) : segments_{r.data} { segments_.insert(segments_.end(), r.continues.begin(), r.continues.end()); }
+
+    bool atEnd() { return segment_ >= segments_.size() || (segment_ == segments_.size() - 1 && at_ >= segments_[segment_].size()); }
+    uint8_t byte() { ensure(1); return static_cast<uint8_t>(segments_[segment_][at_++]); }
+    uint16_t word() { const uint16_t lo = byte(); return uint16_t(lo | byte() << 8); }
+    uint32_t dword() { const uint32_t lo = word(); return lo | uint32_t(word()) << 16; }
+    void skip(size_t n) {
+        while (n > 0) {
+            ensure(1);
+            const size_t take = std::min(n, segments_[segment_].size() - at_);
+            at_ += take;
+            n -= take;
+        }
+    }
+    std::u16string string() {
+        const uint16_t count = word();
+        uint8_t flags = byte();
+        uint16_t runs = 0;
+        uint32_t phonetic = 0;
+        if (flags & 0x08) runs = word();
+        if (flags & 0x04) phonetic = dword();
+        std::u16string out;
+        out.reserve(count);
+        while (out.size() < count) {
+            if (at_ >= segments_[segment_].size()) {   // the characters go on in the next record
+                if (++segment_ >= segments_.size()) fail("SST string runs past its records");
+                at_ = 0;
+                flags = byte();
+            }
+            if (flags & 0x01) {
+                if (at_ + 2 > segments_[segment_].size()) fail("SST character split across records");
+                out.push_back(char16_t(uint8_t(segments_[segment_][at_]) | uint8_t(segments_[segment_][at_ + 1]) << 8));
+                at_ += 2;
+            } else {
+                out.push_back(char16_t(uint8_t(segments_[segment_][at_++])));
+            }
+        }
+        skip(size_t(runs) * 4 + phonetic);
+        return out;
+    }
+
+private:
+    void ensure(size_t n) {
+        while (segment_ < segments_.size() && at_ + n > segments_[segment_].size()) {
+            if (at_ < segments_[segment_].size()) fail("SST field split across records");
+            ++segment_;
+            at_ = 0;
+        }
+        if (segment_ >= segments_.size()) fail("SST ends early");
+    }
+
+    std::vector<std::string_view> segments_;
+    size_t segment_ = 0;
+    size_t at_ = 0;
+};
+
+// XLUnicodeString: a 16-bit count, a flags byte, the characters (BIFF8).
+std::u16string unicodeString(std::string_view data, size_t at, bool shortCount, const char* record) {
+    const uint16_t count = shortCount ? get<uint8_t>(data, at, record) : get<uint16_t>(data, at, record);
+    at += shortCount ? 1 : 2;
+    const uint8_t flags = get<uint8_t>(data, at++, record);
+    std::u16string out;
+    for (uint16_t i = 0; i < count; ++i) {
+        if (flags & 1) out.push_back(get<char16_t>(data, at + 2 * size_t(i), record));
+        else out.push_back(char16_t(get<uint8_t>(data, at + i, record)));
+    }
+    return out;
+}
+
+double rkValue(uint32_t rk) {
+    double value;
+    if (rk & 2) {
+        value = double(int32_t(rk) >> 2);
+    } else {
+        const uint64_t bits = uint64_t(rk & 0xFFFFFFFC) << 32;
+        std::memcpy(&value, &bits, sizeof value);
+    }
+    return (rk & 1) ? value / 100 : value;
+}
+
+struct Sheet {
+    std::u16string name;
+    uint32_t position;
+    uint8_t type;
+};
+
+class WorkbookReader {
+public:
+    WorkbookReader(Workbook& book, std::string_view stream) : book_(book), stream_(stream) {}
+
+    void read() {
+        RecordStream records(stream_);
+        Record r;
+        if (!records.next(r) || r.id != kBof) fail("the workbook stream does not start with BOF");
+        const uint16_t version = get<uint16_t>(r.data, 0, "BOF");
+        if (version != 0x0600)
+            fail("Excel 5.0/95 and older workbooks are not read; save the file as Excel 97-2003 (.xls) or .xlsx");
+        std::unordered_map<uint16_t, std::u16string> formats;
+        std::vector<uint16_t> xfFormats;
+        std::vector<Sheet> sheets;
+        while (records.next(r) && r.id != kEof) {
+            switch (r.id) {
+            case kFilePass: fail("the workbook is protected with a password");
+            case kDateMode: {
+                FormatSettings settings = book_.settings();
+                settings.date1904 = get<uint16_t>(r.data, 0, "DATEMODE") == 1;
+                book_.setSettings(settings);
+                break;
+            }
+            case kFormat: formats[get<uint16_t>(r.data, 0, "FORMAT")] = unicodeString(r.data, 2, false, "FORMAT"); break;
+            case kXf: xfFormats.push_back(get<uint16_t>(r.data, 2, "XF")); break;
+            case kBoundSheet:
+                sheets.push_back({unicodeString(r.data, 6, true, "BOUNDSHEET"), get<uint32_t>(r.data, 0, "BOUNDSHEET"),
+                                  get<uint8_t>(r.data, 5, "BOUNDSHEET")});
+                break;
+            case kSst: {
+                SegmentReader in(r);
+                in.dword();
+                const uint32_t unique = in.dword();
+                for (uint32_t i = 0; i < unique && !in.atEnd(); ++i) strings_.push_back(in.string());
+                break;
+            }
+            default: break;
+            }
+        }
+        for (uint16_t format : xfFormats) {
+            std::u16string code;
+            if (auto it = formats.find(format); it != formats.end()) code = it->second;
+            else code = std::u16string(builtinFormatCode(format));
+            if (code == u"General") code.clear();
+            styles_.push_back(book_.styles().add(CellStyle{code}));
+        }
+        for (const Sheet& s : sheets) {
+            if (s.type != 0) continue;   // charts, macro and dialog sheets hold no cells for us
+            readSheet(book_.addSheet(s.name), s.position);
+        }
+    }
+
+private:
+    uint16_t style(uint16_t xf) const { return xf < styles_.size() ? styles_[xf] : 0; }
+
+    CellRef cell(SheetTable& sheet, std::string_view data, const char* record) {
+        const uint16_t row = get<uint16_t>(data, 0, record), column = get<uint16_t>(data, 2, record);
+        if (column > kMaxColumn) fail(std::string(record) + " column " + std::to_string(column) + " outside the sheet");
+        CellRef c = sheet.createCell(row, column);
+        c.setStyle(style(get<uint16_t>(data, 4, record)));
+        return c;
+    }
+
+    void readSheet(SheetTable& sheet, uint32_t position) {
+        if (position >= stream_.size()) fail("a sheet starts beyond the end of the stream");
+        RecordStream records(stream_, position);
+        Record r;
+        if (!records.next(r) || r.id != kBof) fail("a sheet does not start with BOF");
+        CellRef pendingString;   // a formula whose text result follows in a STRING record
+        while (records.next(r) && r.id != kEof) {
+            switch (r.id) {
+            case kLabelSst: {
+                CellRef c = cell(sheet, r.data, "LABELSST");
+                const uint32_t index = get<uint32_t>(r.data, 6, "LABELSST");
+                if (index >= strings_.size()) fail("LABELSST index " + std::to_string(index) + " beyond the shared strings");
+                c.setString(strings_[index]);
+                break;
+            }
+            case kLabel: cell(sheet, r.data, "LABEL").setString(unicodeString(r.data, 6, false, "LABEL")); break;
+            case kNumber: cell(sheet, r.data, "NUMBER").assign(CellValue::makeFloat(get<double>(r.data, 6, "NUMBER"))); break;
+            case kRk: cell(sheet, r.data, "RK").assign(CellValue::makeFloat(rkValue(get<uint32_t>(r.data, 6, "RK")))); break;
+            case kMulRk: {
+                const uint16_t row = get<uint16_t>(r.data, 0, "MULRK");
+                const uint16_t first = get<uint16_t>(r.data, 2, "MULRK");
+                const size_t count = r.data.size() >= 6 ? (r.data.size() - 6) / 6 : 0;
+                for (size_t i = 0; i < count; ++i) {
+                    const size_t at = 4 + i * 6;
+                    if (first + i > size_t(kMaxColumn)) fail("MULRK runs past the last column");
+                    CellRef c = sheet.createCell(row, int32_t(first + i));
+                    c.setStyle(style(get<uint16_t>(r.data, at, "MULRK")));
+                    c.assign(CellValue::makeFloat(rkValue(get<uint32_t>(r.data, at + 2, "MULRK"))));
+                }
+                break;
+            }
+            case kBoolErr: {
+                CellRef c = cell(sheet, r.data, "BOOLERR");
+                const uint8_t value = get<uint8_t>(r.data, 6, "BOOLERR");
+                if (get<uint8_t>(r.data, 7, "BOOLERR") == 0) c.assign(CellValue::makeBoolean(value != 0));
+                else c.assign(CellValue::makeError(errorOf(value)));
+                break;
+            }
+            case kFormula: {
+                CellRef c = cell(sheet, r.data, "FORMULA");
+                // The formula's tokens are not read; its last result is kept as the cell's value.
+                const std::string_view result = r.data.substr(6, std::min<size_t>(8, r.data.size() > 6 ? r.data.size() - 6 : 0));
+                if (result.size() < 8) fail("FORMULA record is too short");
+                if (get<uint16_t>(result, 6, "FORMULA") != 0xFFFF) {
+                    c.assign(CellValue::makeFloat(get<double>(result, 0, "FORMULA")));
+                } else {
+                    switch (get<uint8_t>(result, 0, "FORMULA")) {
+                    case 0: pendingString = c; break;
+                    case 1: c.assign(CellValue::makeBoolean(get<uint8_t>(result, 2, "FORMULA") != 0)); break;
+                    case 2: c.assign(CellValue::makeError(errorOf(get<uint8_t>(result, 2, "FORMULA")))); break;
+                    case 3: c.setString(u""); break;
+                    default: break;
+                    }
+                }
+                break;
+            }
+            case kString:
+                if (pendingString) pendingString.setString(unicodeString(r.data, 0, false, "STRING"));
+                pendingString = CellRef();
+                break;
+            default: break;
+            }
+        }
+    }
+
+    static FormulaErrorCode errorOf(uint8_t code) {
+        switch (code) {
+        case 0x00: return ecNull;
+        case 0x07: return ecDivByZero;
+        case 0x0F: return ecValue;
+        case 0x17: return ecRefErr;
+        case 0x1D: return ecName;
+        case 0x24: return ecNUM;
+        default: return ecNA;
+        }
+    }
+
+    Workbook& book_;
+    std::string_view stream_;
+    std::vector<std::u16string> strings_;
+    std::vector<uint16_t> styles_;
+};
+
+}  // namespace
+
+void BiffReader::Read(Workbook& book, ByteStream& stream) {
+    try {
+        const CompoundFile file(stream.rest());
+        std::optional<std::string> workbook = file.stream(u"Workbook");
+        if (!workbook) workbook = file.stream(u"Book");
+        if (!workbook) {
+            if (file.hasStream(u"EncryptionInfo")) fail("the workbook is protected with a password");
+            fail("the compound file holds no workbook stream");
+        }
+        WorkbookReader(book, *workbook).read();
+    } catch (const ECompoundFileError& e) {
+        throw ESpreadSheetReaderError(std::string("xls: ") + e.what());
+    }
+}
+
+}  // namespace kes
