@@ -31,9 +31,10 @@ std::string_view CompoundFile::sector(uint32_t index) const {
 std::string CompoundFile::chain(const std::vector<uint32_t>& table, uint32_t start, size_t sectorSize, std::string_view area,
                                 uint64_t limit, const char* what) const {
     std::string out;
-    // A chain can have no more links than the table has entries: more means a cycle.
-    for (uint32_t s = start, steps = 0; s != kEndOfChain; ++steps) {
-        if (steps > table.size() || s >= table.size()) throw ECompoundFileError(std::string("compound file: the chain of ") + what + " is broken or cyclic");
+    std::vector<bool> visited(table.size(), false);   // a sector met twice means a cycle
+    for (uint32_t s = start; s != kEndOfChain;) {
+        if (s >= table.size() || visited[s]) throw ECompoundFileError(std::string("compound file: the chain of ") + what + " is broken or cyclic");
+        visited[s] = true;
         if (area.empty()) {
             out += sector(s);
         } else {
