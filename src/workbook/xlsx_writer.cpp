@@ -18,10 +18,20 @@ constexpr const char* kMain = "http://schemas.openxmlformats.org/spreadsheetml/2
 constexpr const char* kRelationships = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 constexpr const char* kPackageRelationships = "http://schemas.openxmlformats.org/package/2006/relationships";
 
-std::string cellReference(int32_t row, int32_t column) {
-    std::string letters;
-    for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) letters.insert(letters.begin(), char('A' + (c - 1) % 26));
-    return letters + std::to_string(row + 1);
+void appendCellReference(std::string& out, int32_t row, int32_t column) {
+    char letters[4];
+    int n = 0;
+    for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) letters[n++] = char('A' + (c - 1) % 26);
+    while (n > 0) out += letters[--n];
+    char digits[12];
+    auto [end, ec] = std::to_chars(digits, digits + sizeof digits, row + 1);
+    out.append(digits, end);
+}
+
+void appendNumber(std::string& out, uint64_t value) {
+    char digits[24];
+    auto [end, ec] = std::to_chars(digits, digits + sizeof digits, value);
+    out.append(digits, end);
 }
 
 // A number in the general format with at most 15 significant digits, "." as its separator.
@@ -39,27 +49,29 @@ std::string xmlText(std::u16string_view text, bool attribute = false) {
 
 class SharedStringList {
 public:
-    size_t indexOf(std::u16string_view text) {
-        auto [it, added] = index_.emplace(std::u16string(text), texts_.size());
-        if (added) texts_.push_back(&it->first);
+    // Shared strings are the workbook's own interned entries: one lookup by address.
+    size_t indexOf(const SharedString* entry) {
+        auto [it, added] = index_.emplace(entry, texts_.size());
+        if (added) texts_.push_back(entry);
         return it->second;
     }
     std::string part() const {
         std::string xml = kDeclaration;
         xml += "<sst xmlns=\"" + std::string(kMain) + "\" uniqueCount=\"" + std::to_string(texts_.size()) + "\">";
-        for (const std::u16string* text : texts_) {
-            const bool spaces = !text->empty() && (text->front() == u' ' || text->back() == u' ' || text->front() == u'\n' ||
-                                                   text->back() == u'\n' || text->front() == u'\t' || text->back() == u'\t');
+        for (const SharedString* entry : texts_) {
+            const std::u16string_view text = entry->text();
+            const bool spaces = !text.empty() && (text.front() == u' ' || text.back() == u' ' || text.front() == u'\n' ||
+                                                  text.back() == u'\n' || text.front() == u'\t' || text.back() == u'\t');
             xml += spaces ? "<si><t xml:space=\"preserve\">" : "<si><t>";
-            appendXmlText(xml, *text);
+            appendXmlText(xml, text);
             xml += "</t></si>";
         }
         return xml + "</sst>";
     }
 
 private:
-    std::unordered_map<std::u16string, size_t> index_;
-    std::vector<const std::u16string*> texts_;
+    std::unordered_map<const SharedString*, size_t> index_;
+    std::vector<const SharedString*> texts_;
 };
 
 std::string stylesPart(const CellStyles& styles) {
@@ -94,20 +106,36 @@ std::string stylesPart(const CellStyles& styles) {
 }
 
 void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& cell, SharedStringList& strings) {
-    xml += "<c r=\"" + cellReference(row.index, cell.index) + "\" s=\"" + std::to_string(cell.style) + "\"";
+    xml += "<c r=\"";
+    appendCellReference(xml, row.index, cell.index);
+    xml += "\" s=\"";
+    appendNumber(xml, cell.style);
+    xml += '"';
     switch (cell.type) {
     case cdtBlank: xml += "/>"; return;
-    case cdtBoolean: xml += std::string(" t=\"b\"><v>") + (cell.boolean ? "true" : "false") + "</v></c>"; return;
-    case cdtError: xml += " t=\"e\"><v>" + xmlText(errorText(cell.error)) + "</v></c>"; return;
-    case cdtString: xml += " t=\"s\"><v>" + std::to_string(strings.indexOf(cell.string->text())) + "</v></c>"; return;
+    case cdtBoolean: xml += cell.boolean ? " t=\"b\"><v>true</v></c>" : " t=\"b\"><v>false</v></c>"; return;
+    case cdtError:
+        xml += " t=\"e\"><v>";
+        appendXmlText(xml, errorText(cell.error));
+        xml += "</v></c>";
+        return;
+    case cdtString:
+        xml += " t=\"s\"><v>";
+        appendNumber(xml, strings.indexOf(cell.string));
+        xml += "</v></c>";
+        return;
     case cdtFormula: {
         std::u16string_view text = cell.formula->text;
         if (!text.empty() && text.front() == u'=') text.remove_prefix(1);
-        xml += " t=\"str\"><f>" + xmlText(text) + "</f></c>";
+        xml += " t=\"str\"><f>";
+        appendXmlText(xml, text);
+        xml += "</f></c>";
         return;
     }
     default:
-        xml += " t=\"n\"><v>" + numberText(CellRef(&sheet, &row, &cell).asFloat()) + "</v></c>";
+        xml += " t=\"n\"><v>";
+        xml += numberText(CellRef(&sheet, &row, &cell).asFloat());
+        xml += "</v></c>";
         return;
     }
 }
@@ -126,7 +154,9 @@ std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& st
     if (!columns.empty()) xml += "<cols>" + columns + "</cols>";
     xml += "<sheetData>";
     for (SheetRow* row = sheet.rows().first(); row; row = row->next) {
-        xml += "<row r=\"" + std::to_string(row->index + 1) + "\">";
+        xml += "<row r=\"";
+        appendNumber(xml, uint64_t(row->index) + 1);
+        xml += "\">";
         for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) writeCell(xml, sheet, *row, *cell, strings);
         xml += "</row>";
     }

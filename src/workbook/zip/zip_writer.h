@@ -10,7 +10,7 @@ namespace kes {
 
 class ZipWriter {
 public:
-    explicit ZipWriter(int level = 6) : level_(level) {}
+    explicit ZipWriter(int level = 5) : level_(level) {}
 
     void add(std::string_view name, std::string_view data);
     // The archive's bytes; the writer is spent afterwards.

@@ -1,0 +1,53 @@
+// Loads and saves the label workbook that bench/make_label_workbook.py writes (100,000 rows x
+// 12 columns): xlsx load (with the rollback snapshot), xlsx save, native snapshot save and load.
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "bench_util.h"
+#include "text/utf8.h"
+#include "workbook/workbook_files.h"
+
+using namespace kes;
+
+namespace {
+
+template <class F>
+double seconds(F&& f) {
+    const auto start = std::chrono::steady_clock::now();
+    f();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: bench_workbook_files WORKBOOK.xlsx\n");
+        return 2;
+    }
+    const std::u16string input = fromUtf8(argv[1]);
+    const std::u16string output = input + u".saved.xlsx";
+    const long before = bench::residentKiB();
+    Workbook book;
+    const double load = seconds([&] { LoadFromFile(book, input); });
+    const long peak = bench::peakResidentKiB();
+    const double save = seconds([&] { SaveToFile(book, output); });
+    std::string snapshot;
+    const double snapshotSave = seconds([&] { SaveToStream(book, snapshot); });
+    Workbook restored;
+    ByteStream stream{snapshot, 0};
+    const double snapshotLoad = seconds([&] { LoadFromStream(restored, stream); });
+
+    const auto inputSize = std::filesystem::file_size(argv[1]);
+    const auto outputSize = std::filesystem::file_size(std::filesystem::path(argv[1]).string() + ".saved.xlsx");
+    std::printf("workbook files: %s, %.1f MB packed; ours saved %.1f MB\n", argv[1], inputSize / 1e6, outputSize / 1e6);
+    bench::report("xlsx load (LoadFromFile, snapshot included)", load, "s", 0.6);
+    bench::report("peak memory during the load", (peak - before) / 1024.0, "MB", 250);
+    bench::report("xlsx save (SaveToFile)", save, "s", 1.5);
+    bench::report("native snapshot save", snapshotSave, "s", 0.15);
+    bench::report("native snapshot load", snapshotLoad, "s", 0.15);
+    std::filesystem::remove(std::filesystem::path(argv[1]).string() + ".saved.xlsx");
+    return 0;
+}
