@@ -46,8 +46,8 @@ int main(int argc, char** argv) {
     bench::report("xlsx load (LoadFromFile, snapshot included)", load, "s", 0.6);
     bench::report("peak memory during the load", (peak - before) / 1024.0, "MB", 250);
     bench::report("xlsx save (SaveToFile)", save, "s", 1.5);
-    bench::report("native snapshot save", snapshotSave, "s", 0.15);
-    bench::report("native snapshot load", snapshotLoad, "s", 0.15);
+    bench::report("native snapshot save", snapshotSave * 1000, "ms", 150);
+    bench::report("native snapshot load", snapshotLoad * 1000, "ms", 150);
     std::filesystem::remove(std::filesystem::path(argv[1]).string() + ".saved.xlsx");
     return 0;
 }
