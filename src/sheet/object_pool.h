@@ -51,7 +51,7 @@ private:
             return slot->storage;
         }
         if (used_ == kBlockSize) {
-            blocks_.push_back(std::make_unique<Slot[]>(kBlockSize));
+            blocks_.push_back(std::make_unique_for_overwrite<Slot[]>(kBlockSize));
             used_ = 0;
         }
         return blocks_.back()[used_++].storage;
