@@ -21,6 +21,20 @@ constexpr uint16_t kDosTime = 0, kDosDate = (2026 - 1980) << 9 | 1 << 5 | 1;   /
 
 }  // namespace
 
+// From "version needed" to "extra field length": the same in the local and the central header.
+void ZipWriter::putCommonFields(const Written& w) {
+    put<uint16_t>(out_, 20);
+    put<uint16_t>(out_, kUtf8Names);
+    put<uint16_t>(out_, w.method);
+    put<uint16_t>(out_, kDosTime);
+    put<uint16_t>(out_, kDosDate);
+    put<uint32_t>(out_, w.crc);
+    put<uint32_t>(out_, w.compressedSize);
+    put<uint32_t>(out_, w.size);
+    put<uint16_t>(out_, static_cast<uint16_t>(w.name.size()));
+    put<uint16_t>(out_, 0);
+}
+
 void ZipWriter::add(std::string_view name, std::string_view data) {
     if (data.size() > UINT32_MAX / 2 || out_.size() > UINT32_MAX / 2) throw EZipError("zip: a part or the archive is too large");
     std::string packed(compressBound(static_cast<uLong>(data.size())) + 16, '\0');
@@ -40,16 +54,7 @@ void ZipWriter::add(std::string_view name, std::string_view data) {
               static_cast<uint32_t>(body.size()), static_cast<uint32_t>(data.size()), static_cast<uint32_t>(out_.size()),
               static_cast<uint16_t>(store ? 0 : 8)};
     put<uint32_t>(out_, 0x04034b50);
-    put<uint16_t>(out_, 20);
-    put<uint16_t>(out_, kUtf8Names);
-    put<uint16_t>(out_, w.method);
-    put<uint16_t>(out_, kDosTime);
-    put<uint16_t>(out_, kDosDate);
-    put<uint32_t>(out_, w.crc);
-    put<uint32_t>(out_, w.compressedSize);
-    put<uint32_t>(out_, w.size);
-    put<uint16_t>(out_, static_cast<uint16_t>(w.name.size()));
-    put<uint16_t>(out_, 0);
+    putCommonFields(w);
     out_ += w.name;
     out_ += body;
     entries_.push_back(std::move(w));
@@ -59,17 +64,8 @@ std::string ZipWriter::finish() {
     const uint32_t directoryOffset = static_cast<uint32_t>(out_.size());
     for (const Written& w : entries_) {
         put<uint32_t>(out_, 0x02014b50);
-        put<uint16_t>(out_, 20);
-        put<uint16_t>(out_, 20);
-        put<uint16_t>(out_, kUtf8Names);
-        put<uint16_t>(out_, w.method);
-        put<uint16_t>(out_, kDosTime);
-        put<uint16_t>(out_, kDosDate);
-        put<uint32_t>(out_, w.crc);
-        put<uint32_t>(out_, w.compressedSize);
-        put<uint32_t>(out_, w.size);
-        put<uint16_t>(out_, static_cast<uint16_t>(w.name.size()));
-        put<uint16_t>(out_, 0);
+        put<uint16_t>(out_, 20);   // made by
+        putCommonFields(w);
         put<uint16_t>(out_, 0);
         put<uint16_t>(out_, 0);
         put<uint16_t>(out_, 0);

@@ -25,6 +25,8 @@ private:
         uint32_t offset;
         uint16_t method;
     };
+    void putCommonFields(const Written& w);
+
     int level_;
     std::string out_;
     std::vector<Written> entries_;
