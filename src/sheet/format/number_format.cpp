@@ -1,5 +1,7 @@
 #include "sheet/format/number_format.h"
 
+#include "sheet/format/format_code.h"
+
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -52,9 +54,6 @@ Digits significantDigits(double value) {
     return d;
 }
 
-struct Date {
-    int year, month, day;
-};
 
 Date civilFromDays(int64_t z) {
     z += 719468;
@@ -70,12 +69,16 @@ Date civilFromDays(int64_t z) {
 
 constexpr int64_t kDaysTo18991230 = -25569;   // 1899-12-30 counted from 1970-01-01
 
+}  // namespace
+
 // The calendar date of a 1900-system serial day, with the spreadsheet's 29 February 1900.
 Date dateOfSerial(int64_t days) {
     if (days == 60) return {1900, 2, 29};
     if (days == 0) return {1900, 1, 0};
     return civilFromDays(kDaysTo18991230 + days + (days < 60 ? 1 : 0));
 }
+
+namespace {
 
 std::u16string number(int value, int width) {
     std::string s = std::to_string(value);
@@ -193,11 +196,14 @@ FormattedText formatNumber(double value, std::u16string_view code, const FormatS
         }
         return {formatGeneral(value, settings), {}};
     }
-    if (isDateTimeFormat(code)) return {dateTimeText(value, settings), {}};
+    if (auto formatted = formatWithCode(value, code, settings)) return *formatted;
     return {formatGeneral(value, settings), {}};
 }
 
-FormattedText formatText(std::u16string_view text, std::u16string_view) { return {std::u16string(text), {}}; }
+FormattedText formatText(std::u16string_view text, std::u16string_view code) {
+    if (isGeneral(code)) return {std::u16string(text), {}};
+    return formatTextWithCode(text, code);
+}
 
 bool isTextFormat(std::u16string_view code) { return code == u"@"; }
 

@@ -1,0 +1,23 @@
+#pragma once
+// Format codes other than General, as Excel reads them: sections, literals, digit placeholders,
+// percent, thousands, dates and times. Used by the number-format engine only.
+#include <optional>
+#include <string_view>
+
+#include "sheet/format/number_format.h"
+
+namespace kes {
+
+struct Date {
+    int year, month, day;
+};
+
+// The calendar date of a 1900-system serial day (1 is 1900-01-01; 60 is 1900-02-29).
+Date dateOfSerial(int64_t days);
+
+// None when the code uses what this engine does not read (scientific, fractions), so that the
+// caller shows the value in General instead.
+std::optional<FormattedText> formatWithCode(double value, std::u16string_view code, const FormatSettings& settings);
+FormattedText formatTextWithCode(std::u16string_view text, std::u16string_view code);
+
+}  // namespace kes
