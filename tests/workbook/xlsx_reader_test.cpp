@@ -1,0 +1,96 @@
+#include "workbook/xlsx_reader.h"
+
+#include <gtest/gtest.h>
+
+#include "workbook/workbook_errors.h"
+#include "workbook/workbook_files.h"
+#include "workbook/zip/zip_writer.h"
+
+namespace kes {
+namespace {
+
+// A package around one worksheet's sheetData, with two shared strings and two cell styles.
+std::string package(const std::string& sheetData, const std::string& contentType =
+                        "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml") {
+    ZipWriter zip;
+    zip.add("[Content_Types].xml",
+            "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+            "<Override PartName=\"/xl/workbook.xml\" ContentType=\"" + contentType + "\"/></Types>");
+    zip.add("_rels/.rels",
+            "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+            "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument\" "
+            "Target=\"xl/workbook.xml\"/></Relationships>");
+    zip.add("xl/workbook.xml",
+            "<workbook xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\">"
+            "<sheets><sheet name=\"S\" sheetId=\"1\" r:id=\"rId1\"/></sheets></workbook>");
+    zip.add("xl/_rels/workbook.xml.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"x/worksheet\" Target=\"worksheets/sheet1.xml\"/>"
+            "<Relationship Id=\"rId2\" Type=\"x/sharedStrings\" Target=\"sharedStrings.xml\"/>"
+            "<Relationship Id=\"rId3\" Type=\"x/styles\" Target=\"styles.xml\"/></Relationships>");
+    zip.add("xl/sharedStrings.xml", "<sst><si><t>first</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si></sst>");
+    zip.add("xl/styles.xml", "<styleSheet><numFmts><numFmt numFmtId=\"164\" formatCode=\"0000\"/></numFmts>"
+                             "<cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"164\"/></cellXfs></styleSheet>");
+    zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData></worksheet>");
+    return zip.finish();
+}
+
+std::u16string shown(Workbook& book, int32_t row, int32_t column) {
+    const CellRef cell = book.activeSheet()->getCell(row, column);
+    return cell ? cell.displayText() : u"(none)";
+}
+
+TEST(XlsxReader, ReadsCellsByTheTypeTable) {
+    const std::string bytes = package(
+        "<row r=\"1\"><c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"B1\" t=\"s\"><v>1</v></c><c r=\"C1\"><v>1.5</v></c>"
+        "<c r=\"D1\"><v>abc</v></c><c r=\"E1\" t=\"b\"><v>1</v></c><c r=\"F1\" t=\"b\"><v>TRUE</v></c>"
+        "<c r=\"G1\" t=\"e\"><v>#N/A</v></c><c r=\"H1\" s=\"1\"><v>42</v></c></row>"
+        "<row r=\"2\"><c r=\"A2\" t=\"str\"><f>1+1</f><v>2</v></c><c r=\"B2\" t=\"str\"><v>cached</v></c>"
+        "<c r=\"C2\" t=\"N\"><v>5</v></c><c r=\"D2\" t=\"inlineStr\"><is><t>inline</t></is></c><c r=\"E2\" t=\"n\"/></row>"
+        "<row><c r=\"C3\"><v>7</v></c><c><v>8</v></c></row>");
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream);
+    EXPECT_EQ(shown(book, 0, 0), u"first");
+    EXPECT_EQ(shown(book, 0, 1), u"rich");
+    EXPECT_EQ(book.activeSheet()->getCell(0, 2).dataType(), cdtFloat);
+    EXPECT_EQ(book.activeSheet()->getCell(0, 3).dataType(), cdtString);
+    EXPECT_EQ(shown(book, 0, 4), u"TRUE");
+    EXPECT_EQ(shown(book, 0, 5), u"TRUE");
+    EXPECT_EQ(shown(book, 0, 6), u"#N/A");
+    EXPECT_EQ(shown(book, 0, 7), u"0042") << "the style's number format";
+    EXPECT_EQ(book.activeSheet()->getCell(1, 0).formulaText(), u"=1+1") << "only the formula is kept";
+    EXPECT_EQ(book.activeSheet()->getCell(1, 1).dataType(), cdtBlank) << "str without a formula keeps no value";
+    EXPECT_EQ(book.activeSheet()->getCell(1, 2).dataType(), cdtBlank) << "type names are case-sensitive";
+    EXPECT_EQ(shown(book, 1, 3), u"inline");
+    EXPECT_EQ(book.activeSheet()->getCell(1, 4).dataType(), cdtBlank);
+    EXPECT_EQ(shown(book, 2, 2), u"7") << "a row without r follows the previous one";
+    EXPECT_EQ(shown(book, 2, 3), u"8") << "a cell without r follows the previous cell";
+}
+
+TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
+    struct Case { std::string bytes; const char* error; };
+    const Case cases[] = {
+        {package("<row r=\"1\"><c r=\"A1\" t=\"s\"><v>9</v></c></row>"), "The \"9\" shared string index is invalid"},
+        {package("<row r=\"1\"><c r=\"A1\" s=\"5\"><v>1</v></c></row>"), "The \"5\" style index is invalid"},
+        {package("<row r=\"1\"><c r=\"1A\"><v>1</v></c></row>"), "The \"1A\" column index is invalid"},
+        {package("<row r=\"1\"><c r=\"A1\" t=\"n\"><v>x1</v></c></row>"), "is not a valid floating point value"},
+        {package("<row r=\"1\"><c r=\"A1\"><v>1</v></c>"), "xml:"},
+    };
+    for (const Case& c : cases) {
+        Workbook book;
+        book.activeSheet()->createCell(0, 0).setText(u"kept", 0);
+        ByteStream stream{c.bytes, 0};
+        try {
+            LoadFromStream(book, stream, *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx"));
+            ADD_FAILURE() << c.error << ": loaded";
+        } catch (const ESpreadSheetReaderError& e) {
+            EXPECT_NE(std::string(e.what()).find(c.error), std::string::npos) << e.what();
+        }
+        EXPECT_EQ(shown(book, 0, 0), u"kept");
+    }
+    EXPECT_FALSE(xlsxWorkbookPart(package("", "application/vnd.ms-word.document.main+xml")));
+    EXPECT_TRUE(xlsxWorkbookPart(package("", "application/vnd.openxmlformats-officedocument.spreadsheetml.template.main+xml")));
+}
+
+}  // namespace
+}  // namespace kes
