@@ -1,14 +1,14 @@
 #include "sheet/cell_ref.h"
 
 #include "sheet/cell_formula.h"
+#include "sheet/formula_eval.h"
 #include "sheet/sheet_table.h"
 #include "sheet/workbook.h"
 
 namespace kes {
 
 bool CellRef::isNumeric() const {
-    if (cell_->type == cdtFormula) return isNumericType(cell_->formula->result.type);
-    return isNumericType(cell_->type);
+    return isNumericType(cell_->type == cdtFormula ? formulaResult().type : cell_->type);
 }
 
 CellValue CellRef::value() const {
@@ -28,7 +28,7 @@ CellValue CellRef::value() const {
 }
 
 CellValue CellRef::formulaResult() const {
-    return cell_->type == cdtFormula ? cell_->formula->result : value();
+    return cell_->type == cdtFormula ? evaluateFormula(*sheet_, row(), column(), *cell_->formula) : value();
 }
 
 const std::u16string& CellRef::formulaText() const {

@@ -120,7 +120,7 @@ void CellRef::setText(std::u16string_view text, uint8_t flag) {
 std::u16string CellRef::asString() const {
     if (cell_->type == cdtFormula) {
         if (showsFormula()) return cell_->formula->text;
-        return plainText(cell_->formula->result, false, sheet_->workbook().settings());
+        return plainText(formulaResult(), false, sheet_->workbook().settings());
     }
     const bool dateFormat = cell_->type == cdtFloat && isDateTimeFormat(numberFormat());
     return plainText(value(), dateFormat, sheet_->workbook().settings());
@@ -135,7 +135,7 @@ std::u16string CellRef::displayText() const {
     }
     if (cell_->type == cdtFormula) {
         if (showsFormula()) return cell_->formula->text;
-        const CellValue& result = cell_->formula->result;
+        const CellValue result = formulaResult();
         switch (result.type) {
         case cdtBlank: return {};
         case cdtBoolean: return std::u16string(booleanText(result.boolean));

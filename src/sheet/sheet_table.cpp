@@ -35,8 +35,13 @@ CellRef SheetTable::createCell(SheetRow& row, int32_t column) {
     return CellRef(this, &row, cell);
 }
 
-SheetCell* SheetTable::makeCell(int32_t column) {
+void SheetTable::changed() {
     ++version_;
+    workbook_.contentChanged();
+}
+
+SheetCell* SheetTable::makeCell(int32_t column) {
+    changed();
     return cellPool_.make(column);
 }
 
@@ -45,7 +50,7 @@ void SheetTable::deleteCell(int32_t row, int32_t column) {
     if (!ref) return;
     workbook_.history().record(*this, row, column, cellState(row, column));
     ref.row_->cells.deleteItem(ref.cell_, [&](SheetCell* cell) { disposeCell(*ref.row_, cell); });
-    ++version_;
+    changed();
 }
 
 void SheetTable::disposeCell(SheetRow& row, SheetCell* cell) {
@@ -63,7 +68,7 @@ void SheetTable::clearCells() {
     columns_.clear([](SheetColumn* column) { delete column; });
     cellPool_.reset();
     rowPool_.reset();
-    ++version_;
+    changed();
 }
 
 bool SheetTable::showsZeroValues() const {
@@ -78,7 +83,7 @@ int32_t SheetTable::columnWidth(int32_t column) {
 void SheetTable::setColumnWidth(int32_t column, int32_t pixels) {
     SheetColumn* c = columns_.createItem(column, [](int32_t index) { return new SheetColumn(index); }, [](SheetColumn*) {});
     c->width = pixels;
-    ++version_;
+    changed();
 }
 
 CellState SheetTable::cellState(int32_t row, int32_t column) {

@@ -58,7 +58,7 @@ public:
 
     // Counts every change of the sheet's content, so that views know when to repaint.
     uint64_t version() const { return version_; }
-    void changed() { ++version_; }
+    void changed();
 
     // The state of a cell for the undo history, and putting such a state back.
     CellState cellState(int32_t row, int32_t column);

@@ -44,6 +44,10 @@ public:
     // Changes whenever the settings do, so that cached display texts are made anew.
     uint32_t settingsGeneration() const { return settingsGeneration_; }
 
+    // Counts every change of any cell, so that formula results know when they are stale.
+    uint64_t contentVersion() const { return contentVersion_; }
+    void contentChanged() { ++contentVersion_; }
+
     // The grid-wide default of the sheets' ZeroValues setting.
     bool zeroValues = true;
     // While set, a cell of an array formula may be written (readers, undo).
@@ -59,6 +63,7 @@ private:
     DisplayCache displayCache_;
     FormatSettings settings_;
     uint32_t settingsGeneration_ = 0;
+    uint64_t contentVersion_ = 0;
 };
 
 }  // namespace kes

@@ -1,0 +1,456 @@
+#include "sheet/formula_eval.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "sheet/cell_formula.h"
+#include "sheet/format/number_format.h"
+#include "sheet/sheet_bounds.h"
+#include "sheet/text_to_value.h"
+#include "sheet/workbook.h"
+
+namespace kes {
+namespace {
+
+using formula::Expression;
+using formula::Node;
+using formula::NodeKind;
+using formula::Operator;
+
+// A value during evaluation: a single value, or a rectangle of cells of one sheet.
+struct Value {
+    CellValue single;
+    SheetTable* sheet = nullptr;
+    CellRect area{};
+    bool isRange = false;
+};
+
+Value error(FormulaErrorCode code) { return {CellValue::makeError(code)}; }
+Value number(double d) { return {std::isfinite(d) ? CellValue::makeFloat(d) : CellValue::makeError(ecNUM)}; }
+Value text(std::u16string s) { return {CellValue::makeString(s)}; }
+Value boolean(bool b) { return {CellValue::makeBoolean(b)}; }
+
+std::u16string upper(std::u16string_view s) {
+    std::u16string out(s);
+    for (char16_t& c : out) {
+        if (c >= u'a' && c <= u'z') c -= 32;
+    }
+    return out;
+}
+
+class Evaluator {
+public:
+    Evaluator(SheetTable& sheet, int32_t row, int32_t column, const Expression& expression)
+        : sheet_(sheet), row_(row), column_(column), e_(expression) {}
+
+    CellValue run() {
+        Value v = evaluate(e_.rootIndex());
+        if (v.isRange) v = {cellValue(*v.sheet, v.area.top, v.area.left)};
+        if (v.single.type == cdtBlank) return CellValue::makeFloat(0);   // a formula that points at nothing shows 0
+        return v.single;
+    }
+
+private:
+    std::vector<uint32_t> children(uint32_t index) const {
+        const Node& node = e_.nodes()[index];
+        std::vector<uint32_t> out(Expression::childCount(node));
+        uint32_t child = index - 1;
+        for (size_t k = out.size(); k-- > 0;) {
+            out[k] = child;
+            if (k > 0) child = e_.previousSibling(child);
+        }
+        return out;
+    }
+
+    SheetTable* sheetNamed(std::u16string_view name) {
+        if (name.empty()) return &sheet_;
+        Workbook& book = sheet_.workbook();
+        for (int32_t i = 0; i < book.sheetCount(); ++i) {
+            if (upper(book.sheet(i).name()) == upper(name)) return &book.sheet(i);
+        }
+        return nullptr;
+    }
+
+    static CellValue cellValue(SheetTable& sheet, int32_t row, int32_t column) {
+        CellRef cell = sheet.getCell(row, column);
+        return cell ? cell.formulaResult() : CellValue{};
+    }
+
+    // A single value from a range by implicit intersection with the formula's row or column.
+    Value single(const Value& v) {
+        if (!v.isRange) return v;
+        const CellRect& a = v.area;
+        if (a.top == a.bottom && a.left == a.right) return {cellValue(*v.sheet, a.top, a.left)};
+        if (a.left == a.right && row_ >= a.top && row_ <= a.bottom) return {cellValue(*v.sheet, row_, a.left)};
+        if (a.top == a.bottom && column_ >= a.left && column_ <= a.right) return {cellValue(*v.sheet, a.top, column_)};
+        return error(ecValue);
+    }
+
+    static bool toNumber(const CellValue& v, double& out, FormulaErrorCode& failure) {
+        switch (v.type) {
+        case cdtBlank: out = 0; return true;
+        case cdtError: failure = v.error; return false;
+        case cdtString: {
+            if (v.text.empty()) { out = 0; return true; }
+            auto parsed = textToValue(v.text, FormatSettings{});
+            if (parsed && isNumericType(parsed->type)) { out = parsed->asFloat(); return true; }
+            failure = ecValue;
+            return false;
+        }
+        default: out = v.asFloat(); return true;
+        }
+    }
+
+    static std::u16string toText(const CellValue& v) {
+        switch (v.type) {
+        case cdtBlank: return u"";
+        case cdtBoolean: return std::u16string(booleanText(v.boolean));
+        case cdtString: return v.text;
+        case cdtError: return std::u16string(errorText(v.error));
+        default: return formatGeneral(v.asFloat(), FormatSettings{});
+        }
+    }
+
+    // Every value a range or a single argument holds, for SUM and its kind.
+    void each(const Value& v, const std::function<void(const CellValue&, bool fromRange)>& visit) {
+        if (!v.isRange) {
+            visit(v.single, false);
+            return;
+        }
+        SheetTable& sheet = *v.sheet;
+        sheet.rows().forEach(v.area.top, v.area.bottom, true, [&](SheetRow* row) {
+            row->cells.forEach(v.area.left, v.area.right, true,
+                               [&](SheetCell* cell) { visit(CellRef(&sheet, row, cell).formulaResult(), true); });
+        });
+    }
+
+    Value reference(const Node& node) {
+        SheetTable* sheet = sheetNamed(e_.text(node.sheet));
+        if (!sheet || node.shape == formula::ReferenceShape::Invalid) return error(ecRefErr);
+        CellRect area{node.first.column, node.first.row, node.last.column, node.last.row};
+        if (node.shape == formula::ReferenceShape::Columns) area.top = 0, area.bottom = kMaxRow;
+        if (node.shape == formula::ReferenceShape::Rows) area.left = 0, area.right = kMaxColumn;
+        return {CellValue{}, sheet, area, true};
+    }
+
+    Value binary(Operator op, Value left, Value right) {
+        if (op == Operator::Range) {
+            if (!left.isRange || !right.isRange || left.sheet != right.sheet) return error(ecValue);
+            CellRect a{std::min(left.area.left, right.area.left), std::min(left.area.top, right.area.top),
+                       std::max(left.area.right, right.area.right), std::max(left.area.bottom, right.area.bottom)};
+            return {CellValue{}, left.sheet, a, true};
+        }
+        const CellValue a = single(left).single, b = single(right).single;
+        if (op == Operator::Concat) {
+            if (a.type == cdtError) return {a};
+            if (b.type == cdtError) return {b};
+            return text(toText(a) + toText(b));
+        }
+        if (op >= Operator::Equal && op <= Operator::GreaterEqual) {
+            if (a.type == cdtError) return {a};
+            if (b.type == cdtError) return {b};
+            const int order = compare(a, b);
+            switch (op) {
+            case Operator::Equal: return boolean(order == 0);
+            case Operator::NotEqual: return boolean(order != 0);
+            case Operator::Less: return boolean(order < 0);
+            case Operator::LessEqual: return boolean(order <= 0);
+            case Operator::Greater: return boolean(order > 0);
+            default: return boolean(order >= 0);
+            }
+        }
+        double x, y;
+        FormulaErrorCode failure = ecValue;
+        if (!toNumber(a, x, failure) || !toNumber(b, y, failure)) return error(failure);
+        switch (op) {
+        case Operator::Add: return number(x + y);
+        case Operator::Subtract: return number(x - y);
+        case Operator::Multiply: return number(x * y);
+        case Operator::Divide: return y == 0 ? error(ecDivByZero) : number(x / y);
+        case Operator::Power: return number(std::pow(x, y));
+        default: return error(ecValue);
+        }
+    }
+
+    // Excel's order for comparisons: numbers < texts < booleans; texts without case.
+    static int compare(const CellValue& a, const CellValue& b) {
+        const auto rank = [](const CellValue& v) { return v.type == cdtString ? 1 : v.type == cdtBoolean ? 2 : 0; };
+        CellValue x = a, y = b;
+        if (x.type == cdtBlank) x = y.type == cdtString ? CellValue::makeString(u"") : y.type == cdtBoolean ? CellValue::makeBoolean(false) : CellValue::makeFloat(0);
+        if (y.type == cdtBlank) y = x.type == cdtString ? CellValue::makeString(u"") : x.type == cdtBoolean ? CellValue::makeBoolean(false) : CellValue::makeFloat(0);
+        if (rank(x) != rank(y)) return rank(x) < rank(y) ? -1 : 1;
+        if (rank(x) == 1) {
+            const std::u16string p = upper(x.text), q = upper(y.text);
+            return p < q ? -1 : p > q ? 1 : 0;
+        }
+        const double p = x.asFloat(), q = y.asFloat();
+        return p < q ? -1 : p > q ? 1 : 0;
+    }
+
+    Value function(const Node& node, uint32_t index) {
+        const std::u16string name = upper(e_.text(node.text));
+        const std::u16string_view bare = std::u16string_view(name).starts_with(u"_XLFN.") ? std::u16string_view(name).substr(6) : std::u16string_view(name);
+        const std::vector<uint32_t> args = children(index);
+        const auto arg = [&](size_t i) { return evaluate(args[i]); };
+        const auto numberArg = [&](size_t i, double& out) -> std::optional<Value> {
+            FormulaErrorCode failure = ecValue;
+            if (!toNumber(single(arg(i)).single, out, failure)) return error(failure);
+            return std::nullopt;
+        };
+        const size_t n = args.size();
+
+        if (bare == u"IF") {
+            if (n < 2 || n > 3) return error(ecValue);
+            const CellValue condition = single(arg(0)).single;
+            double truth;
+            FormulaErrorCode failure = ecValue;
+            if (!toNumber(condition.type == cdtBoolean ? CellValue::makeFloat(condition.boolean) : condition, truth, failure)) return error(failure);
+            if (truth != 0) return single(arg(1));
+            return n == 3 ? single(arg(2)) : boolean(false);
+        }
+        if (bare == u"IFERROR") {
+            if (n != 2) return error(ecValue);
+            const Value v = single(arg(0));
+            return v.single.type == cdtError ? single(arg(1)) : v;
+        }
+        if (bare == u"SUM" || bare == u"AVERAGE" || bare == u"MIN" || bare == u"MAX" || bare == u"COUNT" || bare == u"COUNTA") {
+            double sum = 0, low = INFINITY, high = -INFINITY;
+            size_t count = 0, filled = 0;
+            std::optional<FormulaErrorCode> failure;
+            for (size_t i = 0; i < n; ++i) {
+                each(arg(i), [&](const CellValue& v, bool fromRange) {
+                    if (v.type != cdtBlank) ++filled;
+                    if (v.type == cdtError) {
+                        if (!failure && bare != u"COUNT" && bare != u"COUNTA") failure = v.error;
+                        return;
+                    }
+                    double x;
+                    if (isNumericType(v.type)) x = v.asFloat();
+                    else if (!fromRange && v.type == cdtBoolean) x = v.boolean;
+                    else if (!fromRange && v.type == cdtString && bare != u"COUNT") {
+                        FormulaErrorCode f = ecValue;
+                        if (!toNumber(v, x, f)) {
+                            if (!failure) failure = f;
+                            return;
+                        }
+                    } else {
+                        return;
+                    }
+                    sum += x;
+                    low = std::min(low, x);
+                    high = std::max(high, x);
+                    ++count;
+                });
+            }
+            if (bare == u"COUNTA") return number(double(filled));
+            if (bare == u"COUNT") return number(double(count));
+            if (failure) return error(*failure);
+            if (bare == u"SUM") return number(sum);
+            if (bare == u"AVERAGE") return count ? number(sum / double(count)) : error(ecDivByZero);
+            if (bare == u"MIN") return number(count ? low : 0);
+            return number(count ? high : 0);
+        }
+        if (bare == u"AND" || bare == u"OR") {
+            bool all = true, any = false;
+            for (size_t i = 0; i < n; ++i) {
+                const CellValue v = single(arg(i)).single;
+                if (v.type == cdtError) return {v};
+                const bool truth = v.asFloat() != 0;
+                all = all && truth;
+                any = any || truth;
+            }
+            return boolean(bare == u"AND" ? all : any);
+        }
+        if (bare == u"NOT" && n == 1) return boolean(single(arg(0)).single.asFloat() == 0);
+        if (bare == u"CONCATENATE" || bare == u"CONCAT") {
+            std::u16string out;
+            for (size_t i = 0; i < n; ++i) {
+                std::optional<CellValue> failure;
+                each(arg(i), [&](const CellValue& v, bool) {
+                    if (v.type == cdtError && !failure) failure = v;
+                    out += toText(v);
+                });
+                if (failure) return {*failure};
+            }
+            return text(out);
+        }
+        if ((bare == u"ROUND" || bare == u"ROUNDUP" || bare == u"ROUNDDOWN") && n == 2) {
+            double x, digits;
+            if (auto e = numberArg(0, x)) return *e;
+            if (auto e = numberArg(1, digits)) return *e;
+            const double scale = std::pow(10.0, std::trunc(digits));
+            const double scaled = std::stod(std::to_string(x * scale));   // the decimal value, not its binary neighbour
+            double r = bare == u"ROUND" ? std::round(scaled) : bare == u"ROUNDUP" ? (x < 0 ? std::floor(scaled) : std::ceil(scaled)) : std::trunc(scaled);
+            return number(r / scale);
+        }
+        if ((bare == u"INT" || bare == u"ABS") && n == 1) {
+            double x;
+            if (auto e = numberArg(0, x)) return *e;
+            return number(bare == u"INT" ? std::floor(x) : std::fabs(x));
+        }
+        if (bare == u"MOD" && n == 2) {
+            double x, y;
+            if (auto e = numberArg(0, x)) return *e;
+            if (auto e = numberArg(1, y)) return *e;
+            if (y == 0) return error(ecDivByZero);
+            return number(x - y * std::floor(x / y));
+        }
+        if ((bare == u"LEFT" || bare == u"RIGHT") && (n == 1 || n == 2)) {
+            const CellValue v = single(arg(0)).single;
+            if (v.type == cdtError) return {v};
+            double count = 1;
+            if (n == 2) {
+                if (auto e = numberArg(1, count)) return *e;
+            }
+            if (count < 0) return error(ecValue);
+            const std::u16string s = toText(v);
+            const size_t take = std::min(s.size(), size_t(count));
+            return text(bare == u"LEFT" ? s.substr(0, take) : s.substr(s.size() - take));
+        }
+        if (bare == u"MID" && n == 3) {
+            const CellValue v = single(arg(0)).single;
+            if (v.type == cdtError) return {v};
+            double start, count;
+            if (auto e = numberArg(1, start)) return *e;
+            if (auto e = numberArg(2, count)) return *e;
+            if (start < 1 || count < 0) return error(ecValue);
+            const std::u16string s = toText(v);
+            return text(size_t(start) - 1 < s.size() ? s.substr(size_t(start) - 1, size_t(count)) : u"");
+        }
+        if ((bare == u"LEN" || bare == u"TRIM" || bare == u"UPPER" || bare == u"LOWER") && n == 1) {
+            const CellValue v = single(arg(0)).single;
+            if (v.type == cdtError) return {v};
+            std::u16string s = toText(v);
+            if (bare == u"LEN") return number(double(s.size()));
+            if (bare == u"UPPER") return text(upper(s));
+            if (bare == u"LOWER") {
+                for (char16_t& c : s) {
+                    if (c >= u'A' && c <= u'Z') c += 32;
+                }
+                return text(s);
+            }
+            std::u16string trimmed;
+            for (char16_t c : s) {
+                if (c == u' ' && (trimmed.empty() || trimmed.back() == u' ')) continue;
+                trimmed += c;
+            }
+            if (!trimmed.empty() && trimmed.back() == u' ') trimmed.pop_back();
+            return text(trimmed);
+        }
+        if (bare == u"TEXT" && n == 2) {
+            const CellValue v = single(arg(0)).single;
+            const CellValue code = single(arg(1)).single;
+            if (v.type == cdtError) return {v};
+            if (code.type == cdtError) return {code};
+            double x;
+            FormulaErrorCode failure = ecValue;
+            if (!toNumber(v, x, failure)) return text(formatText(toText(v), toText(code)).text);
+            return text(formatNumber(x, toText(code), sheet_.workbook().settings()).text);
+        }
+        if (bare == u"VALUE" && n == 1) {
+            double x;
+            if (auto e = numberArg(0, x)) return *e;
+            return number(x);
+        }
+        if ((bare == u"ISBLANK" || bare == u"ISNUMBER" || bare == u"ISTEXT" || bare == u"ISERROR") && n == 1) {
+            const CellValue v = single(arg(0)).single;
+            if (bare == u"ISBLANK") return boolean(v.type == cdtBlank);
+            if (bare == u"ISNUMBER") return boolean(isNumericType(v.type));
+            if (bare == u"ISTEXT") return boolean(v.type == cdtString);
+            return boolean(v.type == cdtError);
+        }
+        if (bare == u"NA" && n == 0) return error(ecNA);
+        if ((bare == u"ROW" || bare == u"COLUMN") && n <= 1) {
+            if (n == 0) return number(double(bare == u"ROW" ? row_ : column_) + 1);
+            const Value r = arg(0);
+            if (!r.isRange) return error(ecValue);
+            return number(double(bare == u"ROW" ? r.area.top : r.area.left) + 1);
+        }
+        if ((bare == u"TODAY" || bare == u"NOW") && n == 0) {
+            const auto now = std::chrono::system_clock::now();
+            const double days = std::chrono::duration<double>(now.time_since_epoch()).count() / 86400.0 + 25569.0;
+            return {CellValue::makeDateTime(bare == u"TODAY" ? std::floor(days) : days)};
+        }
+        if (bare == u"DATE" && n == 3) {
+            double y, m, d;
+            if (auto e = numberArg(0, y)) return *e;
+            if (auto e = numberArg(1, m)) return *e;
+            if (auto e = numberArg(2, d)) return *e;
+            // Months and days beyond their range carry over, as in Excel.
+            int year = int(y) + int(std::floor((m - 1) / 12));
+            const int month = int(m - 1 - 12 * std::floor((m - 1) / 12)) + 1;
+            auto first = dateSerial(year < 100 ? year + 1900 : year, month, 1);
+            if (!first) return error(ecNUM);
+            return {CellValue::makeDateTime(*first + std::floor(d) - 1)};
+        }
+        return error(ecName);
+    }
+
+    Value evaluate(uint32_t index) {
+        const Node& node = e_.nodes()[index];
+        switch (node.kind) {
+        case NodeKind::Number: return number(node.number);
+        case NodeKind::String: return text(std::u16string(e_.text(node.text)));
+        case NodeKind::Boolean: return boolean(node.boolean);
+        case NodeKind::Error: return error(static_cast<FormulaErrorCode>(node.error));
+        case NodeKind::Missing: return {CellValue{}};
+        case NodeKind::Reference: return reference(node);
+        case NodeKind::Name: return error(ecName);
+        case NodeKind::Paren: return evaluate(index - 1);
+        case NodeKind::Function: return function(node, index);
+        case NodeKind::Array: return evaluate(children(index).front());
+        case NodeKind::Unary: {
+            const CellValue v = single(evaluate(index - 1)).single;
+            double x;
+            FormulaErrorCode failure = ecValue;
+            if (!toNumber(v, x, failure)) return error(failure);
+            if (node.op == Operator::Negate) return number(-x);
+            if (node.op == Operator::Percent) return number(x / 100);
+            return {v};
+        }
+        case NodeKind::Binary: {
+            const std::vector<uint32_t> operands = children(index);
+            return binary(node.op, evaluate(operands[0]), evaluate(operands[1]));
+        }
+        }
+        return error(ecValue);
+    }
+
+    SheetTable& sheet_;
+    int32_t row_;
+    int32_t column_;
+    const Expression& e_;
+};
+
+}  // namespace
+
+CellValue evaluateFormula(SheetTable& sheet, int32_t row, int32_t column, CellFormula& formula) {
+    Workbook& book = sheet.workbook();
+    if (formula.evaluatedAt == book.contentVersion()) return formula.result;
+    if (formula.evaluating) return CellValue::makeError(ecRefErr);   // a circular reference
+    // Formulas that refer to formulas are evaluated on the stack; a chain deeper than this
+    // shows an error instead of overflowing it.
+    static thread_local int depth = 0;
+    if (depth >= 400) return CellValue::makeError(ecValue);
+    ++depth;
+    formula.evaluating = true;
+    CellValue result;
+    try {
+        result = Evaluator(sheet, row, column, *formula.expression).run();
+    } catch (...) {
+        formula.evaluating = false;
+        --depth;
+        throw;
+    }
+    formula.evaluating = false;
+    --depth;
+    formula.result = result;
+    formula.evaluatedAt = book.contentVersion();
+    return result;
+}
+
+}  // namespace kes

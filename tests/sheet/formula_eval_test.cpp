@@ -1,0 +1,96 @@
+#include "sheet/formula_eval.h"
+
+#include <gtest/gtest.h>
+
+#include "sheet/workbook.h"
+
+namespace kes {
+namespace {
+
+class FormulaEval : public ::testing::Test {
+protected:
+    FormulaEval() {
+        const char16_t* const rows[][3] = {
+            {u"\u87BA\u4E1D", u"12", u"2.5"},
+            {u"\u87BA\u6BCD", u"8", u"0.5"},
+            {u"", u"abc", u"TRUE"},
+        };
+        for (int32_t r = 0; r < 3; ++r) {
+            for (int32_t c = 0; c < 3; ++c) sheet.createCell(r, c).setText(rows[r][c], 1);
+        }
+        book.addSheet(u"Other Sheet").createCell(0, 0).setText(u"100", 1);
+    }
+    std::u16string shown(std::u16string_view formula) {
+        CellRef cell = sheet.createCell(10, 5);
+        cell.setText(formula, 1);
+        return cell.displayText();
+    }
+
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+};
+
+TEST_F(FormulaEval, ComputesWhatLabelSheetsUse) {
+    struct Case { std::u16string formula; std::u16string shown; };
+    const Case cases[] = {
+        {u"=1+2*3", u"7"},
+        {u"=-2^2", u"4"},
+        {u"=(1+2)*3", u"9"},
+        {u"=B1*C1", u"30"},
+        {u"=SUM(B1:B3)", u"20"},
+        {u"=SUM(B1:C2)", u"23"},
+        {u"=AVERAGE(B1:B2)", u"10"},
+        {u"=MAX(B:B)", u"12"},
+        {u"=COUNT(A1:C3)", u"4"},
+        {u"=COUNTA(A1:C3)", u"8"},
+        {u"=A1&\"-\"&B1", u"\u87BA\u4E1D-12"},
+        {u"=CONCATENATE(A1,\" \",B2)", u"\u87BA\u4E1D 8"},
+        {u"=IF(B1>10,\"big\",\"small\")", u"big"},
+        {u"=IF(B2>10,\"big\")", u"FALSE"},
+        {u"=ROUND(2.345,2)", u"2.35"},
+        {u"=ROUND(1.005,2)", u"1.01"},
+        {u"=TEXT(C1,\"0.00\")", u"2.50"},
+        {u"=TEXT(46348,\"yyyy-mm-dd\")", u"2026-11-22"},
+        {u"=LEFT(\"SKU-000123\",3)&MID(\"SKU-000123\",5,6)", u"SKU000123"},
+        {u"=LEN(A1)", u"2"},
+        {u"='Other Sheet'!A1+1", u"101"},
+        {u"=1/0", u"#DIV/0!"},
+        {u"=B3+1", u"#VALUE!"},
+        {u"=SUM(B1:B3,1/0)", u"#DIV/0!"},
+        {u"=IFERROR(1/0,\"n/a\")", u"n/a"},
+        {u"=NOSUCHFUNCTION(1)", u"#NAME?"},
+        {u"=Missing!A1", u"#REF!"},
+        {u"=A3", u"0"},
+        {u"=B1=12", u"TRUE"},
+        {u"=\"a\"<\"B\"", u"TRUE"},
+        {u"=50%", u"0.5"},
+        {u"=ROW()", u"11"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(shown(c.formula), c.shown) << std::string(c.formula.begin(), c.formula.end());
+    }
+}
+
+TEST_F(FormulaEval, ResultsFollowChangesAndCyclesEndInAnError) {
+    CellRef total = sheet.createCell(5, 0);
+    total.setText(u"=B1+B2", 1);
+    EXPECT_EQ(total.displayText(), u"20");
+    sheet.getCell(0, 1).setText(u"100", 1);
+    EXPECT_EQ(total.displayText(), u"108");
+
+    CellRef a = sheet.createCell(6, 0), b = sheet.createCell(6, 1);
+    a.setText(u"=B7+1", 1);
+    b.setText(u"=A7+1", 1);
+    EXPECT_EQ(a.displayText().front(), u'#') << "a circular reference shows an error, it does not hang";
+
+    // A long chain of formulas ends in an error rather than overflowing the stack.
+    sheet.createCell(100, 0).setText(u"1", 1);
+    for (int32_t r = 101; r < 1200; ++r) {
+        const std::string above = "=A" + std::to_string(r) + "+1";   // row r, counted from 1, is the cell above
+        sheet.createCell(r, 0).setText(std::u16string(above.begin(), above.end()), 1);
+    }
+    EXPECT_FALSE(sheet.getCell(1199, 0).displayText().empty());
+}
+
+}  // namespace
+}  // namespace kes
