@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sheet/cell_formula.h"
+#include "sheet/format/format_code.h"
 #include "sheet/format/number_format.h"
 #include "sheet/sheet_bounds.h"
 #include "sheet/text_to_value.h"
@@ -387,7 +388,201 @@ private:
             if (!first) return error(ecNUM);
             return {CellValue::makeDateTime(*first + std::floor(d) - 1)};
         }
+        if ((bare == u"YEAR" || bare == u"MONTH" || bare == u"DAY" || bare == u"HOUR" || bare == u"MINUTE" || bare == u"SECOND" ||
+             bare == u"WEEKDAY") && (n == 1 || (bare == u"WEEKDAY" && n == 2))) {
+            double serial;
+            if (auto e = numberArg(0, serial)) return *e;
+            if (serial < 0) return error(ecNUM);
+            const int64_t seconds = std::llround(serial * 86400.0);
+            const int64_t days = seconds / 86400;
+            if (bare == u"HOUR") return number(double(seconds % 86400 / 3600));
+            if (bare == u"MINUTE") return number(double(seconds % 3600 / 60));
+            if (bare == u"SECOND") return number(double(seconds % 60));
+            if (bare == u"WEEKDAY") return number(double((days + 6) % 7 + 1));   // 1 for Sunday
+            const Date date = dateOfSerial(days);
+            return number(bare == u"YEAR" ? date.year : bare == u"MONTH" ? date.month : date.day);
+        }
+        if ((bare == u"EDATE" || bare == u"EOMONTH") && n == 2) {
+            double serial, months;
+            if (auto e = numberArg(0, serial)) return *e;
+            if (auto e = numberArg(1, months)) return *e;
+            const Date date = dateOfSerial(int64_t(std::floor(serial)));
+            const int total = date.year * 12 + (date.month - 1) + int(std::trunc(months));
+            const int year = total / 12, month = total % 12 + 1;
+            static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+            const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+            const int last = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+            const auto result = dateSerial(year, month, bare == u"EOMONTH" ? last : std::min(date.day, last));
+            return result ? number(*result) : error(ecNUM);
+        }
+        if (bare == u"CHOOSE" && n >= 2) {
+            double pick;
+            if (auto e = numberArg(0, pick)) return *e;
+            if (pick < 1 || pick >= double(n)) return error(ecValue);
+            return single(arg(size_t(pick)));
+        }
+        if (bare == u"IFS" && n >= 2 && n % 2 == 0) {
+            for (size_t i = 0; i + 1 < n; i += 2) {
+                const CellValue condition = single(arg(i)).single;
+                if (condition.type == cdtError) return {condition};
+                if (condition.asFloat() != 0) return single(arg(i + 1));
+            }
+            return error(ecNA);
+        }
+        if ((bare == u"FIND" || bare == u"SEARCH") && (n == 2 || n == 3)) {
+            const CellValue needle = single(arg(0)).single, haystack = single(arg(1)).single;
+            if (needle.type == cdtError) return {needle};
+            if (haystack.type == cdtError) return {haystack};
+            double start = 1;
+            if (n == 3) {
+                if (auto e = numberArg(2, start)) return *e;
+            }
+            std::u16string what = toText(needle), where = toText(haystack);
+            if (bare == u"SEARCH") {
+                what = upper(what);
+                where = upper(where);
+            }
+            if (start < 1 || size_t(start) > where.size() + 1) return error(ecValue);
+            const size_t at = where.find(what, size_t(start) - 1);
+            return at == std::u16string::npos ? error(ecValue) : number(double(at) + 1);
+        }
+        if ((bare == u"SUBSTITUTE" && (n == 3 || n == 4)) || (bare == u"REPLACE" && n == 4) || (bare == u"REPT" && n == 2)) {
+            const CellValue first = single(arg(0)).single;
+            if (first.type == cdtError) return {first};
+            std::u16string subject = toText(first);
+            if (bare == u"REPT") {
+                double times;
+                if (auto e = numberArg(1, times)) return *e;
+                if (times < 0 || subject.size() * size_t(times) > 32767) return error(ecValue);
+                std::u16string out;
+                for (size_t i = 0; i < size_t(times); ++i) out += subject;
+                return text(out);
+            }
+            if (bare == u"REPLACE") {
+                double start, count;
+                if (auto e = numberArg(1, start)) return *e;
+                if (auto e = numberArg(2, count)) return *e;
+                if (start < 1 || count < 0) return error(ecValue);
+                const size_t from = std::min(subject.size(), size_t(start) - 1);
+                return text(subject.replace(from, size_t(count), toText(single(arg(3)).single)));
+            }
+            const std::u16string old = toText(single(arg(1)).single), replacement = toText(single(arg(2)).single);
+            double instance = 0;
+            if (n == 4) {
+                if (auto e = numberArg(3, instance)) return *e;
+            }
+            if (old.empty()) return text(subject);
+            std::u16string out;
+            size_t at = 0, seen = 0;
+            for (size_t found; (found = subject.find(old, at)) != std::u16string::npos; at = found + old.size()) {
+                ++seen;
+                out += subject.substr(at, found - at);
+                out += (instance == 0 || double(seen) == instance) ? replacement : old;
+            }
+            return text(out + subject.substr(at));
+        }
+        if ((bare == u"SUMIF" || bare == u"COUNTIF") && (n == 2 || (bare == u"SUMIF" && n == 3))) {
+            const Value range = arg(0);
+            if (!range.isRange) return error(ecValue);
+            const CellValue criterion = single(arg(1)).single;
+            const Value sumRange = n == 3 ? arg(2) : range;
+            if (!sumRange.isRange) return error(ecValue);
+            double total = 0;
+            for (int32_t r = range.area.top; r <= std::min(range.area.bottom, lastUsedRow(*range.sheet)); ++r) {
+                for (int32_t c = range.area.left; c <= range.area.right; ++c) {
+                    if (!matches(cellValue(*range.sheet, r, c), criterion)) continue;
+                    if (bare == u"COUNTIF") {
+                        total += 1;
+                        continue;
+                    }
+                    const CellValue v = cellValue(*sumRange.sheet, sumRange.area.top + (r - range.area.top), sumRange.area.left + (c - range.area.left));
+                    if (isNumericType(v.type)) total += v.asFloat();
+                }
+            }
+            return number(total);
+        }
+        if ((bare == u"VLOOKUP" || bare == u"HLOOKUP") && (n == 3 || n == 4)) {
+            const CellValue key = single(arg(0)).single;
+            if (key.type == cdtError) return {key};
+            const Value table = arg(1);
+            if (!table.isRange) return error(ecValue);
+            double index;
+            if (auto e = numberArg(2, index)) return *e;
+            const bool exact = n == 4 && single(arg(3)).single.asFloat() == 0;
+            const bool vertical = bare == u"VLOOKUP";
+            const int32_t count = vertical ? std::min(table.area.bottom, lastUsedRow(*table.sheet)) - table.area.top + 1
+                                           : table.area.right - table.area.left + 1;
+            const int32_t width = vertical ? table.area.right - table.area.left + 1 : table.area.bottom - table.area.top + 1;
+            if (index < 1 || index > width) return error(index < 1 ? ecValue : ecRefErr);
+            int32_t found = -1;
+            for (int32_t i = 0; i < count; ++i) {
+                const CellValue candidate = vertical ? cellValue(*table.sheet, table.area.top + i, table.area.left)
+                                                     : cellValue(*table.sheet, table.area.top, table.area.left + i);
+                const int order = compare(candidate, key);
+                if (order == 0) {
+                    found = i;
+                    break;
+                }
+                if (!exact && order < 0 && candidate.type == key.type) found = i;
+            }
+            if (found < 0) return error(ecNA);
+            const int32_t offset = int32_t(index) - 1;
+            return {vertical ? cellValue(*table.sheet, table.area.top + found, table.area.left + offset)
+                             : cellValue(*table.sheet, table.area.top + offset, table.area.left + found)};
+        }
+        if (bare == u"MATCH" && (n == 2 || n == 3)) {
+            const CellValue key = single(arg(0)).single;
+            const Value list = arg(1);
+            if (!list.isRange) return error(ecNA);
+            const bool column = list.area.left == list.area.right;
+            const int32_t count = column ? std::min(list.area.bottom, lastUsedRow(*list.sheet)) - list.area.top + 1 : list.area.right - list.area.left + 1;
+            for (int32_t i = 0; i < count; ++i) {
+                const CellValue v = column ? cellValue(*list.sheet, list.area.top + i, list.area.left) : cellValue(*list.sheet, list.area.top, list.area.left + i);
+                if (compare(v, key) == 0) return number(double(i) + 1);
+            }
+            return error(ecNA);
+        }
+        if (bare == u"INDEX" && (n == 2 || n == 3)) {
+            const Value table = arg(0);
+            if (!table.isRange) return error(ecValue);
+            double r, c = 1;
+            if (auto e = numberArg(1, r)) return *e;
+            if (n == 3) {
+                if (auto e = numberArg(2, c)) return *e;
+            }
+            if (table.area.top == table.area.bottom && n == 2) std::swap(r, c);   // a single row is indexed by column
+            if (r < 1 || c < 1 || table.area.top + r - 1 > table.area.bottom || table.area.left + c - 1 > table.area.right) return error(ecRefErr);
+            return {cellValue(*table.sheet, table.area.top + int32_t(r) - 1, table.area.left + int32_t(c) - 1)};
+        }
         return error(ecName);
+    }
+
+    static int32_t lastUsedRow(SheetTable& sheet) { return sheet.rows().last() ? sheet.rows().last()->index : 0; }
+
+    // SUMIF and COUNTIF criteria: a value, or a text starting with =, <>, <, <=, > or >=.
+    static bool matches(const CellValue& v, const CellValue& criterion) {
+        if (criterion.type != cdtString) return v.type != cdtBlank && compare(v, criterion) == 0;
+        std::u16string_view c = criterion.text;
+        int op = 0;   // 0 =, 1 <>, 2 <, 3 <=, 4 >, 5 >=
+        if (c.starts_with(u"<>")) op = 1, c.remove_prefix(2);
+        else if (c.starts_with(u"<=")) op = 3, c.remove_prefix(2);
+        else if (c.starts_with(u">=")) op = 5, c.remove_prefix(2);
+        else if (c.starts_with(u"=")) c.remove_prefix(1);
+        else if (c.starts_with(u"<")) op = 2, c.remove_prefix(1);
+        else if (c.starts_with(u">")) op = 4, c.remove_prefix(1);
+        CellValue target = CellValue::makeString(c);
+        if (auto parsed = textToValue(c, FormatSettings{}); parsed && parsed->type != cdtBlank) target = *parsed;
+        if (v.type == cdtBlank) return op == 1 ? !c.empty() : (op == 0 && c.empty());
+        if ((target.type == cdtString) != (v.type == cdtString) && op != 1) return false;
+        const int order = compare(v, target);
+        switch (op) {
+        case 1: return order != 0;
+        case 2: return order < 0;
+        case 3: return order <= 0;
+        case 4: return order > 0;
+        case 5: return order >= 0;
+        default: return order == 0;
+        }
     }
 
     Value evaluate(uint32_t index) {

@@ -71,6 +71,45 @@ TEST_F(FormulaEval, ComputesWhatLabelSheetsUse) {
     }
 }
 
+TEST_F(FormulaEval, LooksUpDatesTextsAndTables) {
+    // A price list in E1:F3 beside the label rows.
+    const char16_t* const prices[][2] = {{u"A-1", u"10"}, {u"B-2", u"20"}, {u"C-3", u"30"}};
+    for (int32_t r = 0; r < 3; ++r) {
+        sheet.createCell(r, 4).setText(prices[r][0], 1);
+        sheet.createCell(r, 5).setText(prices[r][1], 1);
+    }
+    struct Case { std::u16string formula; std::u16string shown; };
+    const Case cases[] = {
+        {u"=VLOOKUP(\"B-2\",E1:F3,2,FALSE)", u"20"},
+        {u"=VLOOKUP(\"b-2\",E1:F3,2,0)", u"20"},
+        {u"=VLOOKUP(\"Z-9\",E1:F3,2,FALSE)", u"#N/A"},
+        {u"=HLOOKUP(\"A-1\",E1:F2,2,FALSE)", u"B-2"},
+        {u"=HLOOKUP(\"A-1\",E1:F1,2,FALSE)", u"#REF!"},
+        {u"=INDEX(F1:F3,MATCH(\"C-3\",E1:E3,0))", u"30"},
+        {u"=INDEX(E1:F3,2,1)", u"B-2"},
+        {u"=SUMIF(E1:E3,\"<>B-2\",F1:F3)", u"40"},
+        {u"=SUMIF(F1:F3,\">15\")", u"50"},
+        {u"=COUNTIF(B1:B3,\">=8\")", u"2"},
+        {u"=COUNTIF(E1:E3,\"A-1\")", u"1"},
+        {u"=YEAR(46348)&\"/\"&MONTH(46348)&\"/\"&DAY(46348)", u"2026/11/22"},
+        {u"=WEEKDAY(46348)", u"1"},
+        {u"=HOUR(0.75)+MINUTE(0.75)", u"18"},
+        {u"=TEXT(EDATE(46348,3),\"yyyy-mm-dd\")", u"2027-02-22"},
+        {u"=TEXT(EOMONTH(46348,0),\"yyyy-mm-dd\")", u"2026-11-30"},
+        {u"=CHOOSE(2,\"a\",\"b\",\"c\")", u"b"},
+        {u"=IFS(B1>100,\"x\",B1>10,\"y\")", u"y"},
+        {u"=FIND(\"-\",\"SKU-1\")", u"4"},
+        {u"=SEARCH(\"sku\",\"a SKU\")", u"3"},
+        {u"=SUBSTITUTE(\"a-b-c\",\"-\",\"/\")", u"a/b/c"},
+        {u"=SUBSTITUTE(\"a-b-c\",\"-\",\"/\",2)", u"a-b/c"},
+        {u"=REPLACE(\"690123\",1,3,\"***\")", u"***123"},
+        {u"=REPT(\"*\",3)", u"***"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(shown(c.formula), c.shown) << std::string(c.formula.begin(), c.formula.end());
+    }
+}
+
 TEST_F(FormulaEval, ResultsFollowChangesAndCyclesEndInAnError) {
     CellRef total = sheet.createCell(5, 0);
     total.setText(u"=B1+B2", 1);

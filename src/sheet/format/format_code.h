@@ -1,6 +1,6 @@
 #pragma once
 // Format codes other than General, as Excel reads them: sections, literals, digit placeholders,
-// percent, thousands, dates and times. Used by the number-format engine only.
+// percent, thousands, dates and times; and the calendar of date serials, which formulas share.
 #include <optional>
 #include <string_view>
 
