@@ -409,9 +409,7 @@ private:
             const Date date = dateOfSerial(int64_t(std::floor(serial)));
             const int total = date.year * 12 + (date.month - 1) + int(std::trunc(months));
             const int year = total / 12, month = total % 12 + 1;
-            static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-            const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-            const int last = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+            const int last = daysInMonth(year, month);
             const auto result = dateSerial(year, month, bare == u"EOMONTH" ? last : std::min(date.day, last));
             return result ? number(*result) : error(ecNUM);
         }
@@ -554,7 +552,87 @@ private:
             if (r < 1 || c < 1 || table.area.top + r - 1 > table.area.bottom || table.area.left + c - 1 > table.area.right) return error(ecRefErr);
             return {cellValue(*table.sheet, table.area.top + int32_t(r) - 1, table.area.left + int32_t(c) - 1)};
         }
+        if (bare == u"PROPER" && n == 1) {
+            const CellValue v = single(arg(0)).single;
+            if (v.type == cdtError) return {v};
+            std::u16string s = toText(v);
+            bool wordStart = true;
+            for (char16_t& c : s) {
+                const bool letter = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+                if (letter) c = wordStart ? (c >= u'a' ? char16_t(c - 32) : c) : (c <= u'Z' ? char16_t(c + 32) : c);
+                wordStart = !letter;
+            }
+            return text(s);
+        }
+        if (bare == u"TEXTJOIN" && n >= 3) {
+            const std::u16string delimiter = toText(single(arg(0)).single);
+            const bool skipEmpty = single(arg(1)).single.asFloat() != 0;
+            std::u16string out;
+            bool first = true;
+            std::optional<CellValue> failure;
+            for (size_t i = 2; i < n; ++i) {
+                each(arg(i), [&](const CellValue& v, bool) {
+                    if (v.type == cdtError && !failure) failure = v;
+                    const std::u16string part = toText(v);
+                    if (skipEmpty && part.empty()) return;
+                    if (!first) out += delimiter;
+                    out += part;
+                    first = false;
+                });
+            }
+            if (failure) return {*failure};
+            return text(out);
+        }
+        if (bare == u"DATEDIF" && n == 3) {
+            double from, to;
+            if (auto e = numberArg(0, from)) return *e;
+            if (auto e = numberArg(1, to)) return *e;
+            if (from > to) return error(ecNUM);
+            const Date a = dateOfSerial(int64_t(std::floor(from))), b = dateOfSerial(int64_t(std::floor(to)));
+            const std::u16string unit = upper(toText(single(arg(2)).single));
+            int months = (b.year - a.year) * 12 + (b.month - a.month) - (b.day < a.day ? 1 : 0);
+            if (unit == u"Y") return number(months / 12);
+            if (unit == u"M") return number(months);
+            if (unit == u"D") return number(std::floor(to) - std::floor(from));
+            if (unit == u"YM") return number(months % 12);
+            if (unit == u"MD") return number(b.day >= a.day ? b.day - a.day : daysInMonth(b.year, b.month == 1 ? 0 : b.month - 1) - a.day + b.day);
+            if (unit == u"YD") {
+                // Days since the last anniversary of the start date, the day kept within its month.
+                int year = b.year;
+                auto anniversary = dateSerial(year, a.month, std::min(a.day, daysInMonth(year, a.month)));
+                if (anniversary && *anniversary > std::floor(to)) {
+                    --year;
+                    anniversary = dateSerial(year, a.month, std::min(a.day, daysInMonth(year, a.month)));
+                }
+                return anniversary ? number(std::floor(to) - *anniversary) : error(ecNUM);
+            }
+            return error(ecNUM);
+        }
+        if (bare == u"XLOOKUP" && (n == 3 || n == 4)) {
+            const CellValue key = single(arg(0)).single;
+            if (key.type == cdtError) return {key};
+            const Value keys = arg(1), results = arg(2);
+            if (!keys.isRange || !results.isRange) return error(ecValue);
+            const bool column = keys.area.left == keys.area.right;
+            const int32_t count = column ? std::min(keys.area.bottom, lastUsedRow(*keys.sheet)) - keys.area.top + 1
+                                         : keys.area.right - keys.area.left + 1;
+            for (int32_t i = 0; i < count; ++i) {
+                const CellValue v = column ? cellValue(*keys.sheet, keys.area.top + i, keys.area.left) : cellValue(*keys.sheet, keys.area.top, keys.area.left + i);
+                if (compare(v, key) != 0 || v.type == cdtBlank) continue;
+                return {column ? cellValue(*results.sheet, results.area.top + i, results.area.left)
+                               : cellValue(*results.sheet, results.area.top, results.area.left + i)};
+            }
+            return n == 4 ? single(arg(3)) : error(ecNA);
+        }
         return error(ecName);
+    }
+
+    // Days of a month; month 0 is December of the year before.
+    static int daysInMonth(int year, int month) {
+        if (month == 0) return 31;
+        static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+        return kDays[month - 1] + (month == 2 && leap ? 1 : 0);
     }
 
     static int32_t lastUsedRow(SheetTable& sheet) { return sheet.rows().last() ? sheet.rows().last()->index : 0; }

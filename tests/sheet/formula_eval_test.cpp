@@ -104,6 +104,16 @@ TEST_F(FormulaEval, LooksUpDatesTextsAndTables) {
         {u"=SUBSTITUTE(\"a-b-c\",\"-\",\"/\",2)", u"a-b/c"},
         {u"=REPLACE(\"690123\",1,3,\"***\")", u"***123"},
         {u"=REPT(\"*\",3)", u"***"},
+        {u"=PROPER(\"hex BOLT m6\")", u"Hex Bolt M6"},
+        {u"=TEXTJOIN(\",\",TRUE,E1:E3,\"\")", u"A-1,B-2,C-3"},
+        {u"=XLOOKUP(\"C-3\",E1:E3,F1:F3)", u"30"},
+        {u"=XLOOKUP(\"Q\",E1:E3,F1:F3,\"none\")", u"none"},
+        {u"=DATEDIF(DATE(2024,2,29),DATE(2026,11,22),\"Y\")", u"2"},
+        {u"=DATEDIF(DATE(2026,1,31),DATE(2026,3,1),\"M\")", u"1"},
+        {u"=DATEDIF(DATE(2026,1,1),DATE(2026,11,22),\"D\")", u"325"},
+        {u"=DATEDIF(DATE(2024,1,31),DATE(2026,3,2),\"YM\")", u"1"},
+        {u"=DATEDIF(DATE(2026,1,15),DATE(2026,3,10),\"MD\")", u"23"},
+        {u"=DATEDIF(DATE(2025,3,1),DATE(2026,11,22),\"YD\")", u"266"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(shown(c.formula), c.shown) << std::string(c.formula.begin(), c.formula.end());
