@@ -5,6 +5,8 @@
 #include <fstream>
 #include <string>
 
+#include <sys/resource.h>
+
 namespace kes::bench {
 
 inline long statusKiB(const char* field) {
@@ -14,6 +16,14 @@ inline long statusKiB(const char* field) {
         if (line.rfind(field, 0) == 0) return std::stol(line.substr(std::strlen(field)));
     }
     return 0;
+}
+
+// Page faults so far that the kernel served without I/O: each first touch of fresh memory is
+// one, and on some virtual machines each costs microseconds.
+inline long minorFaults() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
 }
 
 inline long residentKiB() { return statusKiB("VmRSS:"); }

@@ -30,7 +30,12 @@ public:
 
 std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
-double printPageMs(int32_t rows, size_t& payloadBytes) {
+struct PrintRun {
+    double ms;
+    long faults;
+};
+
+PrintRun printPage(int32_t rows, size_t& payloadBytes) {
     CountingPlatform platform;
     TFrmLabelTool form(platform);
     form.MyHandle = 1;
@@ -46,23 +51,36 @@ double printPageMs(int32_t rows, size_t& payloadBytes) {
                                           u"12.5", u"SKU-" + n, u"\u4E0A\u6D77\u5DE5\u5382", u"\u5907\u6CE8" + n};
         for (int32_t c = 0; c < 12; ++c) sheet.createCell(r, c).setText(texts[c], 1);
     }
+    const long faultsBefore = bench::minorFaults();
     const auto start = std::chrono::steady_clock::now();
     form.btnPrintAllClick();
     const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     payloadBytes = platform.bytes;
-    return ms;
+    return {ms, bench::minorFaults() - faultsBefore};
+}
+
+// The best of three fresh forms, so that a busy machine disturbs the figure less.
+PrintRun bestOfThree(int32_t rows, size_t& payloadBytes) {
+    PrintRun best{1e300, 0};
+    for (int i = 0; i < 3; ++i) {
+        const PrintRun run = printPage(rows, payloadBytes);
+        if (run.ms < best.ms) best = run;
+    }
+    return best;
 }
 
 }  // namespace
 
 int main() {
     size_t smallBytes = 0, largeBytes = 0;
-    const double small = printPageMs(10000, smallBytes);
-    const double large = printPageMs(100000, largeBytes);
+    const PrintRun smallRun = bestOfThree(10000, smallBytes);
+    const PrintRun largeRun = bestOfThree(100000, largeBytes);
+    const double small = smallRun.ms, large = largeRun.ms;
     std::printf("print page, 12 columns: payload %zu bytes for 10,000 rows, %zu bytes for 100,000 rows\n", smallBytes,
                 largeBytes);
     bench::report("print page, 10,000 rows", small, "ms", 0);
     bench::report("print page, 100,000 rows", large, "ms", 150);
     bench::report("growth from 10,000 to 100,000 rows", large / small, "x", 0);
+    bench::report("page faults during print, 100,000 rows", double(largeRun.faults), "", 0);
     return 0;
 }

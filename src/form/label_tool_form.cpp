@@ -1,6 +1,7 @@
 #include "form/label_tool_form.h"
 
 #include "form/text_helpers.h"
+#include "text/prefault.h"
 #include "text/utf8.h"
 #include "workbook/workbook_files.h"
 
@@ -75,25 +76,29 @@ std::vector<std::u16string> TFrmLabelTool::headerKeys() {
     return keys;
 }
 
-// The row's object {"key":"value",...}; counts the values that are empty or blank.
-std::u16string TFrmLabelTool::rowObject(const std::vector<std::u16string>& keys, int32_t row, int32_t& emptyCells) {
+// The row's object {"key":"value",...} into `object`; counts the values that are empty or blank.
+void TFrmLabelTool::rowObject(const std::vector<std::u16string>& keys, int32_t row, std::u16string& object,
+                              int32_t& emptyCells) {
     SheetTable& sheet = *SpreadBook.activeSheet();
     SheetRow* cells = sheet.getRow(row);
-    std::u16string object = u"{";
+    object.assign(1, u'{');
     emptyCells = 0;
     for (int32_t column = 0; column < FieldCount; ++column) {
         SheetCell* cell = cells ? cells->cells.getItem(column) : nullptr;
-        const std::u16string value = cell ? CellRef(&sheet, cells, cell).displayText() : std::u16string();
-        if (IsEmptyStr(value)) ++emptyCells;
         object += u'"';
         object += keys[static_cast<size_t>(column)];
         object += u"\":\"";
-        object += value;
+        if (cell) {
+            const size_t start = object.size();
+            object += CellRef(&sheet, cells, cell).displayText();
+            if (IsEmptyStr(std::u16string_view(object).substr(start))) ++emptyCells;
+        } else {
+            ++emptyCells;
+        }
         object += u"\",";
     }
     if (object.size() > 1) object.pop_back();   // the last comma
     object += u'}';
-    return object;
 }
 
 void TFrmLabelTool::appendPrintRecord(const std::u16string& object) {
@@ -107,20 +112,23 @@ void TFrmLabelTool::appendPrintRecord(const std::u16string& object) {
     tbTempPrint.Post();
 }
 
-// Joins the stored objects into the array text, puts it into both memos and sends it.
+// Joins the stored objects into the array text, puts it into both memos and sends it. The text
+// is made in UTF-8, the form the host receives, straight from the records.
 void TFrmLabelTool::sendStoredRecords() {
-    std::u16string text = u"[";
-    text.reserve(tbTempPrint.storedBytes() + tbTempPrint.recordCount() + 2);
+    std::string text = "[";
+    // A double-byte character takes three bytes in UTF-8: a close estimate for Chinese labels.
+    text.reserve(tbTempPrint.storedBytes() / 2 * 3 + tbTempPrint.recordCount() + 2);
+    prefaultForWriting(text.data(), text.capacity());
     const StringField& json = tbTempPrint.FieldByName(u"FJson");
     tbTempPrint.First();
     while (!tbTempPrint.Eof()) {
-        json.AppendAsString(text);
-        text += u',';
+        json.AppendAsUtf8(text);
+        text += ',';
         tbTempPrint.Next();
     }
     if (text.size() > 1) text.pop_back();
-    text += u']';
-    Memo1 = std::move(text);
+    text += ']';
+    Memo1 = MemoText::fromUtf8(std::move(text));
     Memo2 = Memo1;
     btnSendMesClick();
 }
@@ -133,9 +141,10 @@ void TFrmLabelTool::btnPrintAllClick() {
     tbTempPrint.Close();
     tbTempPrint.Open();
     const std::vector<std::u16string> keys = headerKeys();
+    std::u16string object;
     for (int32_t row = 1;; ++row) {
         int32_t emptyCells = 0;
-        const std::u16string object = rowObject(keys, row, emptyCells);
+        rowObject(keys, row, object, emptyCells);
         if (emptyCells == FieldCount) break;
         appendPrintRecord(object);
     }
@@ -149,13 +158,15 @@ void TFrmLabelTool::btnPrintOneClick() {
     tbTempPrint.Close();
     tbTempPrint.Open();
     int32_t emptyCells = 0;   // counted but not used: an empty row is printed as well
-    appendPrintRecord(rowObject(headerKeys(), row, emptyCells));
+    std::u16string object;
+    rowObject(headerKeys(), row, object, emptyCells);
+    appendPrintRecord(object);
     sendStoredRecords();
 }
 
 void TFrmLabelTool::btnSendMesClick() {
-    if (IsEmptyStr(Memo1.text())) abortWithMessage(kNothingToPrint);
-    SendToHost(MyHandle, WM_COPYDATA_MESSAGE, Memo1.text(), 0);
+    if (Memo1.isBlank()) abortWithMessage(kNothingToPrint);
+    SendToHost(MyHandle, WM_COPYDATA_MESSAGE, Memo1, 0);
 }
 
 void TFrmLabelTool::btnInportClick() {
@@ -177,10 +188,10 @@ void TFrmLabelTool::Button1Click() {
     SetCellText(table, area.top, area.left, Memo2.text(), true);
 }
 
-bool TFrmLabelTool::SendToHost(HostWindow target, uint16_t message, const std::u16string& text, uint16_t wordParam) {
+bool TFrmLabelTool::SendToHost(HostWindow target, uint16_t message, const MemoText& text, uint16_t wordParam) {
     if (target == 0) return true;
-    if (!text.empty()) {
-        platform_.sendCopyData(target, message, chPreview ? 1 : 0, toUtf8(text));
+    if (!text.utf8().empty()) {
+        platform_.sendCopyData(target, message, chPreview ? 1 : 0, text.utf8());
     } else {
         platform_.sendPlain(target, message, wordParam);
     }
@@ -190,16 +201,16 @@ bool TFrmLabelTool::SendToHost(HostWindow target, uint16_t message, const std::u
 std::u16string TFrmLabelTool::NewId() {
     // The braced text form of the GUID without its braces and hyphens: 32 upper-case digits.
     const FormPlatform::Guid g = platform_.newGuid();
-    std::u16string id;
-    id.reserve(32);
+    char16_t id[32];
+    char16_t* p = id;
     const auto hex = [&](uint32_t value, int digits) {
-        for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) id.push_back(u"0123456789ABCDEF"[(value >> shift) & 0xF]);
+        for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4) *p++ = u"0123456789ABCDEF"[(value >> shift) & 0xF];
     };
     hex(g.data1, 8);
     hex(g.data2, 4);
     hex(g.data3, 4);
     for (uint8_t byte : g.data4) hex(byte, 2);
-    return id;
+    return std::u16string(id, 32);
 }
 
 void TFrmLabelTool::abortWithMessage(const std::u16string& text) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "form/form_platform.h"
+#include "form/memo_text.h"
 #include "records/record_table.h"
 #include "sheet/workbook.h"
 
@@ -19,24 +20,6 @@ namespace kes {
 class EAbort : public std::exception {
 public:
     const char* what() const noexcept override { return "Operation aborted"; }
-};
-
-// The text of a hidden memo control. After a print both memos hold the same array text, which
-// can run to megabytes: they share one copy of it.
-class MemoText {
-public:
-    MemoText(std::u16string text = {}) : text_(std::make_shared<const std::u16string>(std::move(text))) {}
-    MemoText& operator=(std::u16string text) {
-        text_ = std::make_shared<const std::u16string>(std::move(text));
-        return *this;
-    }
-    const std::u16string& text() const { return *text_; }
-    void clear() { *this = std::u16string(); }
-    friend bool operator==(const MemoText& a, const MemoText& b) { return *a.text_ == *b.text_; }
-    friend bool operator==(const MemoText& a, std::u16string_view b) { return *a.text_ == b; }
-
-private:
-    std::shared_ptr<const std::u16string> text_;
 };
 
 class TFrmLabelTool {
@@ -56,7 +39,8 @@ public:
     void btnOutPutClick();
     void Button1Click();
 
-    bool SendToHost(HostWindow target, uint16_t message, const std::u16string& text, uint16_t wordParam);
+    // `text` goes to the host as UTF-8.
+    bool SendToHost(HostWindow target, uint16_t message, const MemoText& text, uint16_t wordParam);
     void SetCellText(SheetTable& table, int32_t row, int32_t column, std::u16string_view text, bool flag);
     std::u16string NewId();
 
@@ -85,7 +69,7 @@ private:
     [[noreturn]] void abortWithMessage(const std::u16string& text);
     void appendPrintRecord(const std::u16string& object);
     std::vector<std::u16string> headerKeys();
-    std::u16string rowObject(const std::vector<std::u16string>& keys, int32_t row, int32_t& emptyCells);
+    void rowObject(const std::vector<std::u16string>& keys, int32_t row, std::u16string& object, int32_t& emptyCells);
     void sendStoredRecords();
 
     FormPlatform& platform_;

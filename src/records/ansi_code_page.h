@@ -13,6 +13,9 @@ public:
     // Characters without a mapping become the code page's replacement character.
     virtual void encodeAppend(std::u16string_view text, std::string& out) const = 0;
     virtual void decodeAppend(std::string_view bytes, std::u16string& out) const = 0;
+    // The bytes decoded and appended to `out` as UTF-8; by way of UTF-16 unless the code page
+    // knows a shorter way.
+    virtual void decodeAppendUtf8(std::string_view bytes, std::string& out) const;
 
     std::string encode(std::u16string_view text) const {
         std::string out;

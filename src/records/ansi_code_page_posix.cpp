@@ -1,6 +1,8 @@
 #include <iconv.h>
 
 #include <array>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
@@ -40,25 +42,35 @@ public:
     }
 
     void encodeAppend(std::u16string_view text, std::string& out) const override {
-        char buffer[2048];
-        char* p = buffer;
-        for (size_t i = 0; i < text.size(); ++i) {
-            if (p > std::end(buffer) - 2) {
-                out.append(buffer, p);
-                p = buffer;
+        // At most two bytes for each UTF-16 unit; written in place and trimmed after.
+        const size_t start = out.size();
+        out.resize(start + text.size() * 2);
+        char* p = out.data() + start;
+        const uint16_t* table = toGbk_->data();
+        const char16_t* c = text.data();
+        const char16_t* const end = c + text.size();
+        while (c != end) {
+            if (end - c >= 4) {   // four ASCII characters at a time, the common case in label texts
+                uint64_t four;
+                std::memcpy(&four, c, 8);
+                if ((four & 0xFF80FF80FF80FF80u) == 0) {
+                    p[0] = char(c[0]), p[1] = char(c[1]), p[2] = char(c[2]), p[3] = char(c[3]);
+                    p += 4, c += 4;
+                    continue;
+                }
             }
-            const char16_t c = text[i];
-            if (c < 0x80) {
-                *p++ = static_cast<char>(c);
-            } else if (const uint16_t code = (*toGbk_)[c]) {
+            const char16_t unit = *c++;
+            if (unit < 0x80) {
+                *p++ = static_cast<char>(unit);
+            } else if (const uint16_t code = table[unit]) {
                 *p++ = static_cast<char>(code >> 8);
                 *p++ = static_cast<char>(code & 0xFF);
             } else {
                 *p++ = '?';   // no mapping; one for a whole surrogate pair
-                if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) ++i;
+                if (unit >= 0xD800 && unit <= 0xDBFF && c != end && *c >= 0xDC00 && *c <= 0xDFFF) ++c;
             }
         }
-        out.append(buffer, p);
+        out.resize(static_cast<size_t>(p - out.data()));
     }
 
     void decodeAppend(std::string_view bytes, std::u16string& out) const override {
@@ -83,6 +95,47 @@ public:
             *p++ = unit ? unit : u'?';
         }
         out.append(buffer, p);
+    }
+
+    void decodeAppendUtf8(std::string_view bytes, std::string& out) const override {
+        // At most three bytes of UTF-8 for each byte: a lone byte that GBK does not map
+        // becomes '?', a double-byte code a character below U+10000.
+        const size_t start = out.size();
+        out.resize(start + bytes.size() * 3);
+        char* p = out.data() + start;
+        const char16_t* table = fromGbk_->data();
+        const char* b = bytes.data();
+        const char* const end = b + bytes.size();
+        while (b != end) {
+            if (end - b >= 8) {   // eight ASCII bytes at a time
+                uint64_t eight;
+                std::memcpy(&eight, b, 8);
+                if ((eight & 0x8080808080808080u) == 0) {
+                    std::memcpy(p, b, 8);
+                    p += 8, b += 8;
+                    continue;
+                }
+            }
+            const auto lead = static_cast<unsigned char>(*b++);
+            if (lead < 0x80) {
+                *p++ = static_cast<char>(lead);
+                continue;
+            }
+            const char16_t unit = b != end ? table[lead << 8 | static_cast<unsigned char>(*b)] : 0;
+            if (!unit) {
+                *p++ = '?';
+                continue;
+            }
+            ++b;
+            if (unit < 0x800) {
+                *p++ = static_cast<char>(0xC0 | unit >> 6);
+            } else {
+                *p++ = static_cast<char>(0xE0 | unit >> 12);
+                *p++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
+            }
+            *p++ = static_cast<char>(0x80 | (unit & 0x3F));
+        }
+        out.resize(static_cast<size_t>(p - out.data()));
     }
 
 private:

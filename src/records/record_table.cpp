@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "text/prefault.h"
 #include "text/utf8.h"
 
 namespace kes {
@@ -9,7 +10,7 @@ namespace kes {
 RecordTable::RecordTable(RecordTable&& other) noexcept
     : codePage_(other.codePage_), fields_(std::move(other.fields_)), values_(std::move(other.values_)),
       blocks_(std::move(other.blocks_)), blockUsed_(other.blockUsed_), storedBytes_(other.storedBytes_),
-      pending_(std::move(other.pending_)), pendingIsCurrent_(other.pendingIsCurrent_), pendingModified_(other.pendingModified_), appending_(other.appending_),
+      pending_(std::move(other.pending_)), pendingIsCurrent_(other.pendingIsCurrent_), pendingModified_(other.pendingModified_),
       state_(other.state_), current_(other.current_), eof_(other.eof_), recordCounter_(other.recordCounter_) {
     for (StringField& field : fields_) field.table_ = this;
 }
@@ -48,7 +49,6 @@ void RecordTable::Edit() {
     if (recordCount() == 0) {   // nothing to edit: start a new record, as Insert does
         finishPending();
         state_ = State::Inserting;
-        appending_ = false;
         pending_.assign(fields_.size(), Value{});
         pendingModified_ = false;
         return;
@@ -63,7 +63,6 @@ void RecordTable::Append() {
     if (state_ == State::Inactive) throw EDatabaseError("Cannot perform this operation on a closed dataset");
     finishPending();
     state_ = State::Inserting;
-    appending_ = true;
     pending_.assign(fields_.size(), Value{});
     pendingModified_ = false;
 }
@@ -71,15 +70,14 @@ void RecordTable::Append() {
 void RecordTable::Post() {
     const size_t width = fields_.size();
     if (state_ == State::Editing) {
-        if (!pendingIsCurrent_) std::copy(pending_.begin(), pending_.end(), values_.begin() + std::ptrdiff_t(current_ * width));
+        if (!pendingIsCurrent_) {
+            for (size_t i = 0; i < width; ++i) values_[current_ * width + i] = pending_[i];
+        }
     } else if (state_ == State::Inserting) {
         ++recordCounter_;
-        if (appending_ || recordCount() == 0) {
-            values_.insert(values_.end(), pending_.begin(), pending_.end());
-            current_ = recordCount() - 1;
-        } else {
-            values_.insert(values_.begin() + std::ptrdiff_t(current_ * width), pending_.begin(), pending_.end());
-        }
+        // A record is only ever inserted by Append, or by Edit on an empty table: at the end.
+        for (const Value& value : pending_) values_.push_back(value);
+        current_ = recordCount() - 1;
     } else {
         return;
     }
@@ -112,8 +110,8 @@ StringField& RecordTable::FieldByName(std::u16string_view name) {
 RecordTable::Value& RecordTable::writableValue(size_t field) {
     if (state_ != State::Editing && state_ != State::Inserting) throw EDatabaseError("Dataset not in edit or insert mode");
     if (pendingIsCurrent_) {
-        const auto first = values_.begin() + std::ptrdiff_t(current_ * fields_.size());
-        pending_.assign(first, first + std::ptrdiff_t(fields_.size()));
+        pending_.resize(fields_.size());
+        for (size_t i = 0; i < fields_.size(); ++i) pending_[i] = values_[current_ * fields_.size() + i];
         pendingIsCurrent_ = false;
     }
     pendingModified_ = true;
@@ -128,6 +126,14 @@ const RecordTable::Value* RecordTable::readableValue(size_t field) const {
     return &values_[current];
 }
 
+void RecordTable::ValueStore::push_back(const Value& value) {
+    if (size_ % kChunk == 0 && size_ / kChunk == chunks_.size()) {
+        chunks_.push_back(std::make_unique_for_overwrite<Value[]>(kChunk));
+        prefaultForWriting(chunks_.back().get(), kChunk * sizeof(Value));
+    }
+    (*this)[size_++] = value;
+}
+
 namespace {
 constexpr size_t kBlockSize = 1 << 20;   // larger than any field, so a value never spans two blocks
 }
@@ -135,6 +141,7 @@ constexpr size_t kBlockSize = 1 << 20;   // larger than any field, so a value ne
 const char* RecordTable::store(std::string_view bytes) {
     if (blocks_.empty() || blockUsed_ + bytes.size() > kBlockSize) {
         blocks_.push_back(std::make_unique_for_overwrite<char[]>(kBlockSize));
+        prefaultForWriting(blocks_.back().get(), kBlockSize);
         blockUsed_ = 0;
     }
     char* at = blocks_.back().get() + blockUsed_;
@@ -157,6 +164,11 @@ void StringField::SetAsString(std::u16string_view text) {
 void StringField::SetAsInteger(int64_t value) {
     const std::string digits = std::to_string(value);
     SetAsString(std::u16string(digits.begin(), digits.end()));
+}
+
+void StringField::AppendAsUtf8(std::string& out) const {
+    const RecordTable::Value* value = table_->readableValue(index_);
+    if (value && value->assigned) table_->codePage_->decodeAppendUtf8(std::string_view(value->bytes, value->length), out);
 }
 
 std::u16string StringField::AsString() const {

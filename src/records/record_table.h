@@ -31,6 +31,8 @@ public:
     std::u16string AsString() const;
     // AsString appended to `out`, for callers that join many records into one text.
     void AppendAsString(std::u16string& out) const;
+    // AsString appended to `out` as UTF-8, without a UTF-16 copy of the whole.
+    void AppendAsUtf8(std::string& out) const;
 
 private:
     friend class RecordTable;
@@ -74,9 +76,23 @@ private:
     friend class StringField;
     // A field's bytes in the table's store: at most the field's size, no zero byte inside.
     struct Value {
-        const char* bytes = nullptr;
-        uint32_t length = 0;
-        bool assigned = false;
+        const char* bytes;
+        uint32_t length;
+        bool assigned;
+    };
+    // The values of all records, record after record, in chunks that never move.
+    class ValueStore {
+    public:
+        size_t size() const { return size_; }
+        Value& operator[](size_t i) { return chunks_[i / kChunk][i % kChunk]; }
+        const Value& operator[](size_t i) const { return chunks_[i / kChunk][i % kChunk]; }
+        void push_back(const Value& value);
+        void clear() { chunks_.clear(), size_ = 0; }
+
+    private:
+        static constexpr size_t kChunk = 65536;
+        std::vector<std::unique_ptr<Value[]>> chunks_;
+        size_t size_ = 0;
     };
 
     void finishPending();
@@ -87,10 +103,10 @@ private:
     const AnsiCodePage* codePage_;
     std::vector<StringField> fields_;
     // Every record's values, record after record, and blocks that hold all their bytes: a print
-    // of 100,000 rows makes a few dozen blocks instead of half a million small strings, and a
-    // block never moves. The store only grows until the table is closed; a rewritten or
+    // of 100,000 rows makes a few dozen blocks instead of half a million small strings, and
+    // neither a value nor a block ever moves. The store only grows until the table is closed; a rewritten or
     // dropped value leaves its old bytes behind.
-    std::vector<Value> values_;
+    ValueStore values_;
     std::vector<std::unique_ptr<char[]>> blocks_;
     size_t blockUsed_ = 0;
     size_t storedBytes_ = 0;
@@ -98,7 +114,6 @@ private:
     std::vector<Value> pending_;
     bool pendingIsCurrent_ = false;   // an edit that has written nothing yet reads the current record
     bool pendingModified_ = false;
-    bool appending_ = false;
     State state_ = State::Inactive;
     size_t current_ = 0;
     bool eof_ = true;

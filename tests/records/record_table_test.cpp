@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "text/utf8.h"
+
 namespace kes {
 namespace {
 
@@ -48,6 +50,7 @@ TEST(RecordTable, EditOnEmptyTableThenAppendLeavesOneRecord) {
 TEST(RecordTable, FieldsKeepAtMostTheirSizeInCodePageBytes) {
     struct Case { const char16_t* field; std::u16string written; std::u16string read; };
     const std::u16string zhong = u"\u4E2D";   // two bytes in GBK
+    const std::u16string label = u"{\"SKU\":\"SKU-000123\",\"\u54C1\u540D\":\"\u87BA\u4E1D M6\u00D78\"}";
     const Case cases[] = {
         {u"FID", repeat(u"a", 60), repeat(u"a", 50)},
         {u"FID", repeat(zhong, 30), repeat(zhong, 25)},
@@ -57,6 +60,7 @@ TEST(RecordTable, FieldsKeepAtMostTheirSizeInCodePageBytes) {
         {u"FJson", repeat(zhong, 2501), repeat(zhong, 2500)},
         {u"FPrinter", std::u16string(u"ab\0cd", 5), u"ab"},                    // cut at an embedded zero
         {u"FPrinter", u"\U0001F600x", u"?x"},                                  // no mapping in the code page
+        {u"FJson", label, label},   // ASCII runs and double-byte characters at odd offsets
     };
     for (const Case& c : cases) {
         RecordTable table = makeTempPrintTable();
@@ -66,6 +70,9 @@ TEST(RecordTable, FieldsKeepAtMostTheirSizeInCodePageBytes) {
         table.Post();
         table.First();
         EXPECT_EQ(table.FieldByName(c.field).AsString(), c.read) << "field of " << c.written.size() << " units";
+        std::string utf8 = "[";
+        table.FieldByName(c.field).AppendAsUtf8(utf8);
+        EXPECT_EQ(utf8, "[" + toUtf8(c.read)) << "the same text read straight into UTF-8";
     }
 }
 

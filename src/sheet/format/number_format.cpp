@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 namespace kes {
@@ -155,6 +156,15 @@ std::u16string currencyText(double value, const FormatSettings& settings) {
 
 std::u16string formatGeneral(double value, const FormatSettings& settings) {
     if (value == 0 || !std::isfinite(value)) return u"0";
+    if (std::fabs(value) < 1e15 && value == std::trunc(value)) {
+        // Whole numbers below 1E+15 (counts, ids, barcodes) have at most 15 digits, all exact:
+        // the rounding to 15 significant digits cannot change them.
+        char16_t buffer[20];
+        char16_t* p = std::end(buffer);
+        for (auto n = static_cast<uint64_t>(std::fabs(value)); n != 0; n /= 10) *--p = char16_t(u'0' + n % 10);
+        if (value < 0) *--p = u'-';
+        return std::u16string(p, std::end(buffer));
+    }
     const Digits d = significantDigits(value);
     std::u16string out = d.negative ? u"-" : u"";
     const double magnitude = std::fabs(value);
