@@ -40,7 +40,10 @@ double CellRef::asFloat() const { return formulaResult().asFloat(); }
 
 void CellRef::releaseValue() {
     if (cell_->type == cdtString) sheet_->workbook().strings().release(cell_->string);
-    else if (cell_->type == cdtFormula) delete cell_->formula;
+    else if (cell_->type == cdtFormula) {
+        sheet_->workbook().formulas().forget(*cell_->formula);
+        delete cell_->formula;
+    }
     cell_->type = cdtBlank;
     cell_->currency = 0;
 }
@@ -77,6 +80,7 @@ void CellRef::recordChange() {
 
 void CellRef::finishChange() {
     sheet_->changed();
+    sheet_->workbook().formulas().cellChanged(*sheet_, row(), column());
     sheet_->workbook().modified = true;
 }
 

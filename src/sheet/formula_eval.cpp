@@ -701,29 +701,70 @@ private:
 
 }  // namespace
 
-CellValue evaluateFormula(SheetTable& sheet, int32_t row, int32_t column, CellFormula& formula) {
-    Workbook& book = sheet.workbook();
-    if (formula.evaluatedAt == book.contentVersion()) return formula.result;
+namespace {
+
+// Formulas that refer to formulas are evaluated on the stack. A chain deeper than this stops
+// there: the formula at the limit is put aside, the chain above it is not kept, and the
+// outermost evaluation computes the one put aside first and then tries again. A chain of any
+// length is computed that way, 400 links at a time, without overflowing the stack.
+constexpr int kDepthLimit = 400;
+
+struct EvaluationStack {
+    int depth = 0;
+    bool cutShort = false;   // a formula on the stack met the limit: the results above it are not kept
+    struct Deferred {
+        SheetTable* sheet;
+        int32_t row;
+        int32_t column;
+        CellFormula* formula;
+    };
+    std::vector<Deferred> deferred;
+};
+
+thread_local EvaluationStack stack;
+
+CellValue evaluateOnce(SheetTable& sheet, int32_t row, int32_t column, CellFormula& formula) {
+    FormulaDependencies& dependencies = sheet.workbook().formulas();
+    if (dependencies.isCurrent(formula)) return formula.result;
     if (formula.evaluating) return CellValue::makeError(ecRefErr);   // a circular reference
-    // Formulas that refer to formulas are evaluated on the stack; a chain deeper than this
-    // shows an error instead of overflowing it.
-    static thread_local int depth = 0;
-    if (depth >= 400) return CellValue::makeError(ecValue);
-    ++depth;
+    if (stack.depth >= kDepthLimit) {
+        stack.cutShort = true;
+        stack.deferred.push_back({&sheet, row, column, &formula});
+        return CellValue::makeError(ecValue);
+    }
+    ++stack.depth;
     formula.evaluating = true;
     CellValue result;
     try {
         result = Evaluator(sheet, row, column, *formula.expression).run();
     } catch (...) {
         formula.evaluating = false;
-        --depth;
+        --stack.depth;
         throw;
     }
     formula.evaluating = false;
-    --depth;
-    formula.result = result;
-    formula.evaluatedAt = book.contentVersion();
+    --stack.depth;
+    if (!stack.cutShort) {
+        formula.result = result;
+        dependencies.computed(formula, sheet, row, column);
+    }
     return result;
+}
+
+}  // namespace
+
+CellValue evaluateFormula(SheetTable& sheet, int32_t row, int32_t column, CellFormula& formula) {
+    if (stack.depth > 0) return evaluateOnce(sheet, row, column, formula);
+    for (;;) {
+        stack.cutShort = false;
+        stack.deferred.clear();
+        const CellValue result = evaluateOnce(sheet, row, column, formula);
+        if (!stack.cutShort) return result;
+        // The deepest formula reached first, from the bottom of a fresh stack; each round
+        // keeps up to kDepthLimit more results, so this ends.
+        const EvaluationStack::Deferred next = stack.deferred.back();
+        evaluateFormula(*next.sheet, next.row, next.column, *next.formula);
+    }
 }
 
 }  // namespace kes

@@ -9,6 +9,11 @@ SheetTable::SheetTable(Workbook& workbook, std::u16string name) : workbook_(work
 
 SheetTable::~SheetTable() { clearCells(); }
 
+void SheetTable::setName(std::u16string name) {
+    workbook_.formulas().invalidateAll();   // references by the old and the new name read anew
+    name_ = std::move(name);
+}
+
 SheetRow* SheetTable::createRow(int32_t row) {
     return rows_.createItem(row, [this](int32_t index) { return rowPool_.make(index); }, [](SheetRow*) {});
 }
@@ -51,6 +56,7 @@ void SheetTable::deleteCell(int32_t row, int32_t column) {
     workbook_.history().record(*this, row, column, cellState(row, column));
     ref.row_->cells.deleteItem(ref.cell_, [&](SheetCell* cell) { disposeCell(*ref.row_, cell); });
     changed();
+    workbook_.formulas().cellChanged(*this, row, column);
 }
 
 void SheetTable::disposeCell(SheetRow& row, SheetCell* cell) {
@@ -64,6 +70,7 @@ void SheetTable::disposeRow(SheetRow* row) {
 }
 
 void SheetTable::clearCells() {
+    workbook_.formulas().invalidateAll();
     rows_.clear([this](SheetRow* row) { disposeRow(row); });
     columns_.clear([](SheetColumn* column) { delete column; });
     cellPool_.reset();

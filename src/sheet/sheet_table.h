@@ -26,7 +26,7 @@ public:
 
     Workbook& workbook() const { return workbook_; }
     const std::u16string& name() const { return name_; }
-    void setName(std::u16string name) { name_ = std::move(name); }
+    void setName(std::u16string name);
 
     ItemList<SheetRow>& rows() { return rows_; }
     ItemList<SheetColumn>& columns() { return columns_; }

@@ -4,11 +4,13 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sheet/cell_styles.h"
 #include "sheet/display_cache.h"
 #include "sheet/format/format_settings.h"
+#include "sheet/formula_dependencies.h"
 #include "sheet/shared_strings.h"
 #include "sheet/sheet_table.h"
 #include "sheet/undo_history.h"
@@ -31,6 +33,8 @@ public:
     void setActiveSheetIndex(int32_t index) { activeSheet_ = index; }
 
     SheetTable& addSheet(std::u16string name);
+    // The sheet of that name, ignoring ASCII case; none when there is no such sheet.
+    SheetTable* findSheet(std::u16string_view name);
     // Removes every sheet, every string and style with them.
     void clearAll();
 
@@ -38,13 +42,14 @@ public:
     CellStyles& styles() { return styles_; }
     UndoHistory& history() { return history_; }
     DisplayCache& displayCache() { return displayCache_; }
+    FormulaDependencies& formulas() { return formulas_; }
 
     const FormatSettings& settings() const { return settings_; }
     void setSettings(FormatSettings settings);
     // Changes whenever the settings do, so that cached display texts are made anew.
     uint32_t settingsGeneration() const { return settingsGeneration_; }
 
-    // Counts every change of any cell, so that formula results know when they are stale.
+    // Counts every change of any cell.
     uint64_t contentVersion() const { return contentVersion_; }
     void contentChanged() { ++contentVersion_; }
 
@@ -62,6 +67,7 @@ private:
     UndoHistory history_;
     DisplayCache displayCache_;
     FormatSettings settings_;
+    FormulaDependencies formulas_{*this};
     uint32_t settingsGeneration_ = 0;
     uint64_t contentVersion_ = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sheet/cell_formula.h"
 #include "sheet/workbook.h"
 
 namespace kes {
@@ -132,13 +133,95 @@ TEST_F(FormulaEval, ResultsFollowChangesAndCyclesEndInAnError) {
     b.setText(u"=A7+1", 1);
     EXPECT_EQ(a.displayText().front(), u'#') << "a circular reference shows an error, it does not hang";
 
-    // A long chain of formulas ends in an error rather than overflowing the stack.
+    // A chain far deeper than the evaluation stack is computed, a part at a time.
     sheet.createCell(100, 0).setText(u"1", 1);
-    for (int32_t r = 101; r < 1200; ++r) {
+    for (int32_t r = 101; r < 5100; ++r) {
         const std::string above = "=A" + std::to_string(r) + "+1";   // row r, counted from 1, is the cell above
         sheet.createCell(r, 0).setText(std::u16string(above.begin(), above.end()), 1);
     }
-    EXPECT_FALSE(sheet.getCell(1199, 0).displayText().empty());
+    EXPECT_EQ(sheet.getCell(5099, 0).displayText(), u"5000");
+    sheet.getCell(100, 0).setText(u"-4999", 1);
+    EXPECT_EQ(sheet.getCell(5099, 0).displayText(), u"0");
+}
+
+// A change recalculates the formulas that read the cell, directly or through other formulas,
+// and leaves every other result as it was.
+class Recalculation : public FormulaEval {
+protected:
+    bool stale(int32_t row, int32_t column) { return sheet.getCell(row, column).cell()->formula->stale; }
+    std::u16string at(int32_t row, int32_t column) { return sheet.getCell(row, column).displayText(); }
+    void put(int32_t row, int32_t column, std::u16string_view text) { sheet.createCell(row, column).setText(text, 1); }
+};
+
+TEST_F(Recalculation, MarksOnlyTheFormulasThatReadTheChange) {
+    put(20, 6, u"=B1*2");          // reads B1
+    put(20, 7, u"=G21+1");         // reads G21, so B1 through it
+    put(20, 8, u"=C1*10");         // reads C1 only
+    put(20, 9, u"=SUM(B:B)");      // a whole column
+    put(20, 10, u"=SUM(B1:B2000)");  // a wide area
+    put(20, 11, u"='Other Sheet'!A1+B2");
+    EXPECT_EQ(at(20, 6), u"24");
+    EXPECT_EQ(at(20, 7), u"25");
+    EXPECT_EQ(at(20, 8), u"25");
+    EXPECT_EQ(at(20, 9), u"20");
+    EXPECT_EQ(at(20, 10), u"20");
+    EXPECT_EQ(at(20, 11), u"108");
+
+    put(0, 1, u"13");   // B1
+    EXPECT_TRUE(stale(20, 6));
+    EXPECT_TRUE(stale(20, 7));
+    EXPECT_FALSE(stale(20, 8));
+    EXPECT_TRUE(stale(20, 9));
+    EXPECT_TRUE(stale(20, 10));
+    EXPECT_FALSE(stale(20, 11));
+    EXPECT_EQ(at(20, 7), u"27");
+    EXPECT_EQ(at(20, 9), u"21");
+    EXPECT_EQ(at(20, 10), u"21");
+
+    put(900, 7, u"x");   // read by nothing
+    for (int32_t c = 6; c < 12; ++c) EXPECT_FALSE(stale(20, c)) << c;
+
+    book.sheet(1).getCell(0, 0).setText(u"1", 1);   // another sheet
+    EXPECT_TRUE(stale(20, 11));
+    EXPECT_EQ(at(20, 11), u"9");
+}
+
+TEST_F(Recalculation, FollowsDeletesUndoReplacedFormulasAndSheets) {
+    book.history().setEnabled(true);
+    put(20, 0, u"=B1+B2");
+    EXPECT_EQ(at(20, 0), u"20");
+    sheet.deleteCell(0, 1);
+    EXPECT_EQ(at(20, 0), u"8");
+    book.history().undo();
+    EXPECT_EQ(at(20, 0), u"20");
+
+    put(21, 0, u"=A21*2");
+    EXPECT_EQ(at(21, 0), u"40");
+    put(20, 0, u"7");   // the formula read by A22 gives way to a value
+    EXPECT_EQ(at(21, 0), u"14");
+    put(20, 0, u"=B2");
+    EXPECT_EQ(at(21, 0), u"16");
+
+    put(22, 0, u"=Later!A1&\"\"");
+    EXPECT_EQ(at(22, 0), u"#REF!");
+    book.addSheet(u"Later").createCell(0, 0).setText(u"ok", 1);
+    EXPECT_EQ(at(22, 0), u"ok");
+    book.sheet(2).setName(u"Renamed");
+    EXPECT_EQ(at(22, 0), u"#REF!");
+
+    // A formula whose inputs the expression does not tell is recalculated after any change.
+    put(23, 0, u"=NOW()");
+    at(23, 0);
+    EXPECT_FALSE(stale(23, 0));
+    put(900, 7, u"x");
+    EXPECT_TRUE(stale(23, 0));
+
+    // Breaking a cycle gives the values back.
+    put(30, 0, u"=B31");
+    put(30, 1, u"=A31");
+    EXPECT_EQ(at(30, 0), u"#REF!");
+    put(30, 1, u"3");
+    EXPECT_EQ(at(30, 0), u"3");
 }
 
 }  // namespace

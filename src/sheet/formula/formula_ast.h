@@ -5,6 +5,7 @@
 // and CHOOSE do: a node's last child sits just before it, and each child's previous sibling
 // just before that child's subtree.
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -77,6 +78,7 @@ struct Node {
 };
 
 class Parser;
+struct ParseError;
 
 // A parsed formula. Made by parseFormula; changed only by offsetReferences.
 class Expression {
@@ -96,6 +98,7 @@ public:
 private:
     friend class Parser;
     friend void offsetReferences(Expression& expression, int32_t rows, int32_t columns);
+    friend std::unique_ptr<Expression> parseFormula(std::u16string_view text, ParseError* error);
 
     std::vector<Node> nodes_;
     std::u16string strings_;

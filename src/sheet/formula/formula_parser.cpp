@@ -685,7 +685,12 @@ std::unique_ptr<Expression> parseFormula(std::u16string_view text, ParseError* e
     }
     auto expression = std::make_unique<Expression>();
     Parser parser(text, *expression);
-    if (parser.parse()) return expression;
+    if (parser.parse()) {
+        // A sheet may hold hundreds of thousands of formulas: each keeps only what it uses.
+        expression->nodes_.shrink_to_fit();
+        expression->strings_.shrink_to_fit();
+        return expression;
+    }
     if (error) *error = parser.error();
     return nullptr;
 }
