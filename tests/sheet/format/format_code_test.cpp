@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "sheet/format/number_format.h"
 
 namespace kes {
@@ -43,13 +45,41 @@ TEST(FormatCodes, ShowNumbersDatesAndTextAsSpreadsheetsDo) {
         {u"[h]:mm:ss", 1.5, u"36:00:00"},
         {u"yyyy/m/d", 60, u"1900/2/29"},
         {u"yyyy-mm-dd", -1, u"########"},
-        // what the engine does not read falls back to General
-        {u"0.00E+00", 12345, u"12345"},
+        // scientific and fractions
+        {u"0.00E+00", 12345, u"1.23E+04"},
+        {u"# ?/?", 1.25, u"1 1/4"},
+        // codes Excel refuses show the value in General
+        {u"0.00\"unclosed", 1.5, u"1.5"},
+        {u"0;0;0;0;0", 1.5, u"1.5"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(formatNumber(c.value, c.code, settings).text, c.text)
             << std::string(c.code.begin(), c.code.end()) << " on " << c.value;
     }
+}
+
+TEST(FormatCodes, SectionColoursAreReportedAndNeverShown) {
+    const FormatSettings settings;
+    struct Case { std::u16string code; double value; std::u16string text; std::optional<uint32_t> color; };
+    const Case cases[] = {
+        {u"[Red]0", 5, u"5", 0xFF0000},
+        {u"0;[Red]-0", -5, u"-5", 0xFF0000},
+        {u"0;[Red]-0", 5, u"5", std::nullopt},
+        {u"[BLUE]0.0", 1, u"1.0", 0x0000FF},
+        {u"[Color10]0", 1, u"1", 0x008000},
+        {u"[Color56]0", 1, u"1", 0x333333},
+        {u"[Color57]0", 1, u"1", std::nullopt},     // beyond the palette: ignored, as the tag is
+        {u"[Green][>=100]0;[Magenta][<0]0;[Cyan]0", 150, u"150", 0x00FF00},
+        {u"[Green][>=100]0;[Magenta][<0]0;[Cyan]0", -1, u"1", 0xFF00FF},
+        {u"[Green][>=100]0;[Magenta][<0]0;[Cyan]0", 5, u"5", 0x00FFFF},
+        {u"[Yellow]yyyy-mm-dd", 1, u"1900-01-01", 0xFFFF00},
+    };
+    for (const Case& c : cases) {
+        const FormattedText shown = formatNumber(c.value, c.code, settings);
+        EXPECT_EQ(shown.text, c.text) << std::string(c.code.begin(), c.code.end());
+        EXPECT_EQ(shown.color, c.color) << std::string(c.code.begin(), c.code.end());
+    }
+    EXPECT_EQ(formatText(u"abc", u"0;0;0;[Red]@").color, 0xFF0000u);
 }
 
 TEST(FormatCodes, TextSectionsWrapText) {

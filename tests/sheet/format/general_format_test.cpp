@@ -47,9 +47,11 @@ TEST(GeneralFormat, DateTimeAndMoneyShowAsTypedInAChineseSpreadsheet) {
 }
 
 TEST(GeneralFormat, RecognisesDateAndTextCodes) {
-    for (std::u16string_view code : {u"yyyy/m/d", u"h:mm", u"[h]:mm:ss", u"yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\"", u"mm:ss.0"})
+    for (std::u16string_view code : {u"yyyy/m/d", u"h:mm", u"[h]:mm:ss", u"yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\"", u"mm:ss.0",
+                                   u"[h]", u"[Red][<0]yyyy;0", u"\u4E0A\u5348/\u4E0B\u5348h\"\u65F6\""})
         EXPECT_TRUE(isDateTimeFormat(code));
-    for (std::u16string_view code : {u"General", u"0.00", u"#,##0", u"\"day\"0", u"[Red]0", u"@", u""})
+    for (std::u16string_view code : {u"General", u"0.00", u"#,##0", u"\"day\"0", u"[Red]0", u"@", u"",
+                                   u"0.00E+00", u"# ?/?", u"\"ymd\"0", u"0;yyyy", u"[$-409]0.00", u"General;[h]"})
         EXPECT_FALSE(isDateTimeFormat(code));
     EXPECT_TRUE(isTextFormat(u"@"));
     EXPECT_EQ(builtinFormatCode(14), u"yyyy/m/d");
