@@ -73,6 +73,7 @@ std::optional<FormattedText> formatWithCode(double value, std::u16string_view co
     const FormatSection& section = *choice.section;
     FormattedText result{{}, section.color};
     std::u16string& out = result.text;
+    out.reserve(23);   // one allocation for most texts, instead of growing one character at a time
     const bool negative = value < 0;
     const double magnitude = std::fabs(value);
     if (section.kind == FormatSection::Date) {
