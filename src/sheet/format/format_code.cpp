@@ -68,6 +68,7 @@ void appendLiteralSection(const FormatSection& section, std::u16string_view text
 std::optional<FormattedText> formatWithCode(double value, std::u16string_view code, const FormatSettings& settings) {
     const ParsedFormat& parsed = parsedFormat(code);
     if (!parsed.valid) return std::nullopt;
+    if (!std::isfinite(value)) value = 0;   // a cell never holds one; General shows them as 0 too
     if (numberSectionCount(parsed) == 0) return FormattedText{formatGeneral(value, settings), {}};
     const Choice choice = chooseSection(parsed, value);
     const FormatSection& section = *choice.section;
@@ -94,7 +95,7 @@ std::optional<FormattedText> formatWithCode(double value, std::u16string_view co
         }
         break;
     case FormatSection::Scientific: appendScientificSection(section, magnitude, settings, out); break;
-    case FormatSection::Fraction: appendFractionSection(section, magnitude, out); break;
+    case FormatSection::Fraction: appendFractionSection(section, magnitude, settings, out); break;
     case FormatSection::General:
     case FormatSection::Text: {
         appendLiteralSection(section, formatGeneral(magnitude, settings), magnitude, settings, out);

@@ -33,11 +33,12 @@ Decimal decimalOf(double magnitude) {
 }
 
 constexpr int kMaxDecimals = 30;
+constexpr int kMaxExponent = 310;
 
 // A Decimal rounded to a number of decimal places: the integer digits without leading zeros
 // (none for a value below one) and exactly `decimals` fraction digits.
 struct Rounded {
-    char whole[330];
+    char whole[350];
     int wholeLength = 0;
     const char* fraction = whole;   // points into `whole`, past the integer digits
     int decimals = 0;
@@ -45,15 +46,17 @@ struct Rounded {
 
 void roundTo(const Decimal& d, int decimals, Rounded& r) {
     decimals = std::min(decimals, kMaxDecimals);
-    const int top = std::max(d.exponent, 0);
+    // Only a code with hundreds of % signs or places before an E goes past 10^308; such a value
+    // shows as the largest this buffer holds rather than overrunning it.
+    const int top = std::clamp(d.exponent, 0, kMaxExponent);
     const int length = top + 1 + decimals;   // powers top .. -decimals
     char* digits = r.whole + 1;              // room for a carry
     r.whole[0] = '0';
     for (int k = 0; k < length; ++k) {
-        const int index = d.exponent - (top - k);
+        const int index = std::min(d.exponent, kMaxExponent) - (top - k);
         digits[k] = index >= 0 && index < d.count ? d.digits[index] : '0';
     }
-    const int next = d.exponent + decimals + 1;   // the first digit dropped
+    const int next = std::min(d.exponent, kMaxExponent) + decimals + 1;   // the first digit dropped
     if (next >= 0 && next < d.count && d.digits[next] >= '5') {
         int k = length;
         while (k > 0 && r.whole[k] == '9') r.whole[k--] = '0';
@@ -256,7 +259,8 @@ Fraction nearestFraction(double x, int64_t maxDenominator) {
 
 }  // namespace
 
-void appendFractionSection(const FormatSection& section, double magnitude, std::u16string& out) {
+void appendFractionSection(const FormatSection& section, double magnitude, const FormatSettings& settings,
+                           std::u16string& out) {
     // The groups: placeholders right before the bar are the numerator, any before those (with
     // something else between) the integer part, those right after the bar the denominator.
     const std::vector<FormatToken>& t = section.tokens;
@@ -292,7 +296,7 @@ void appendFractionSection(const FormatSection& section, double magnitude, std::
         f.numerator = 0;
     }
     const bool hidden = mixed && f.numerator == 0;   // "5    ": the fraction gives way to spaces
-    char wholeDigits[330];
+    char wholeDigits[350];
     int wholeLength = 0;
     if (whole >= 1) {
         Decimal d = decimalOf(whole);
@@ -306,7 +310,7 @@ void appendFractionSection(const FormatSection& section, double magnitude, std::
     char numeratorDigits[24], denominatorDigits[24];
     const int numeratorLength = f.numerator == 0 && mixed ? 0 : int(digitsOf(f.numerator, numeratorDigits));
     const int denominatorLength = int(digitsOf(f.denominator, denominatorDigits));
-    IntegerGroup integer{wholeDigits, wholeLength, integerPlaces, section.thousands, u','};
+    IntegerGroup integer{wholeDigits, wholeLength, integerPlaces, section.thousands, settings.thousandSeparator};
     IntegerGroup numerator{numeratorDigits, numeratorLength, numeratorPlaces, false, 0};
     if (!mixed && f.numerator == 0) numerator.length = 1;   // "0/1"
     int denominatorSlot = 0;
@@ -320,7 +324,7 @@ void appendFractionSection(const FormatSection& section, double magnitude, std::
         switch (k.kind) {
         case FormatToken::Literal: out += k.text; break;
         case FormatToken::Percent: out += u'%'; break;
-        case FormatToken::Point: out += u'.'; break;
+        case FormatToken::Point: out += settings.decimalSeparator; break;
         case FormatToken::Slash: out += u'/'; break;
         case FormatToken::Denominator: out += std::u16string(denominatorDigits, denominatorDigits + denominatorLength); break;
         case FormatToken::Digit:

@@ -12,7 +12,8 @@ void appendNumberSection(const FormatSection& section, double magnitude, const F
                          std::u16string& out);
 void appendScientificSection(const FormatSection& section, double magnitude, const FormatSettings& settings,
                              std::u16string& out);
-void appendFractionSection(const FormatSection& section, double magnitude, std::u16string& out);
+void appendFractionSection(const FormatSection& section, double magnitude, const FormatSettings& settings,
+                           std::u16string& out);
 
 // False, with nothing appended, when the serial is not a date Excel shows (before 1900-01-00 or from
 // 10000-01-01 on).

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <optional>
+#include <vector>
 
 #include "sheet/format/number_format.h"
 
@@ -80,6 +82,42 @@ TEST(FormatCodes, SectionColoursAreReportedAndNeverShown) {
         EXPECT_EQ(shown.color, c.color) << std::string(c.code.begin(), c.code.end());
     }
     EXPECT_EQ(formatText(u"abc", u"0;0;0;[Red]@").color, 0xFF0000u);
+}
+
+// Codes typed by users or read from files: none may crash, hang or make a text out of
+// proportion to the code.
+TEST(FormatCodes, OddCodesGiveBoundedTexts) {
+    const FormatSettings settings;
+    std::vector<std::u16string> codes = {
+        u"[", u"\"", u"\\", u"*", u"_", u";;;;", u";;;", u"[<", u"[<abc]0", u"[Color]0", u"[Color999]0",
+        u"# ?/0", u"?/", u"/", u"E+", u"0/", u"[h", u"0E+", u"0.E-", u".", u",", u"%", u"@@", u"[$]0",
+        u"0/0/0", u"# ?/? ?/?", u"?" u"?/?" u"?/?" u"?", u"0.0.0", u"yyyy.000", u"[ss].000000", u"ggg e b2yyyy",
+        u"0 ?/99999999999999999999", u"#,,,,,,,,,,0", u"0.0000000000000000000000000000000000000000",
+        std::u16string(400, u'%') + u"0", u"0" + std::u16string(400, u'%'), std::u16string(500, u'0') + u"E+0",
+        u"0E+" + std::u16string(500, u'0'), std::u16string(300, u'#') + u",##0.00" + std::u16string(300, u','),
+    };
+    const double values[] = {0, -0.0, 1, -1, 0.5, 1e308, -1e308, 5e-324, 2958466, 1e15, -1e-300,
+                             std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()};
+    for (const std::u16string& code : codes) {
+        for (double value : values) {
+            const std::u16string text = formatNumber(value, code, settings).text;
+            EXPECT_LE(text.size(), 2 * code.size() + 400) << std::string(code.begin(), code.end());
+        }
+        EXPECT_EQ(formatText(u"abc", code).text.size() <= code.size() + 10, true);
+    }
+}
+
+// The parsed codes are kept in a bounded cache; a code used again after many others is read again.
+TEST(FormatCodes, CodesShowTheSameAfterTheCacheStartsOver) {
+    const FormatSettings settings;
+    EXPECT_EQ(formatNumber(1234.5, u"#,##0.00", settings).text, u"1,234.50");
+    for (int i = 0; i < 1000; ++i) {
+        const std::u16string code = u"0.00\"" + std::u16string(1, char16_t(u'A' + i % 26)) + u"\"" +
+                                    std::u16string(size_t(i / 26), u'#');
+        ASSERT_EQ(formatNumber(1, code, settings).text.substr(0, 5), u"1.00" + code.substr(5, 1));
+    }
+    EXPECT_EQ(formatNumber(1234.5, u"#,##0.00", settings).text, u"1,234.50");
+    EXPECT_EQ(formatNumber(45321, u"yyyy-mm-dd", settings).text, u"2024-01-30");
 }
 
 TEST(FormatCodes, TextSectionsWrapText) {
