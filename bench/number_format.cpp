@@ -23,7 +23,8 @@ double nsPerValue(std::u16string_view code, bool date, size_t& checksum) {
     const FormatSettings settings;
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < kValues; ++i) checksum += formatNumber(valueFor(i, date), code, settings).text.size();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count() / kValues;
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    return std::chrono::duration<double, std::nano>(elapsed).count() / kValues;
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ const out = lines.map((line) => {
   else v = Number(value);
   let shown;
   try {
-    shown = SSF.format(code.startsWith('#') && /^#\d+$/.test(code) ? Number(code.slice(1)) : code, v, options);
+    shown = SSF.format(/^#\d+$/.test(code) ? Number(code.slice(1)) : code, v, options);
   } catch (e) {
     shown = `(ssf error: ${e.message})`;
   }

@@ -65,7 +65,8 @@ void appendLiteralSection(const FormatSection& section, std::u16string_view text
 
 }  // namespace
 
-std::optional<FormattedText> formatWithCode(double value, std::u16string_view code, const FormatSettings& settings) {
+std::optional<FormattedText> formatWithCode(double value, std::u16string_view code,
+                                            const FormatSettings& settings) {
     const ParsedFormat& parsed = parsedFormat(code);
     if (!parsed.valid) return std::nullopt;
     if (!std::isfinite(value)) value = 0;   // a cell never holds one; General shows them as 0 too

@@ -18,7 +18,8 @@ Date dateOfSerial(int64_t days);
 
 // None only for a code Excel refuses (an open quote or bracket, more than four sections), so
 // that the caller shows the value in General instead.
-std::optional<FormattedText> formatWithCode(double value, std::u16string_view code, const FormatSettings& settings);
+std::optional<FormattedText> formatWithCode(double value, std::u16string_view code,
+                                            const FormatSettings& settings);
 FormattedText formatTextWithCode(std::u16string_view text, std::u16string_view code);
 
 // True when the section that shows positive numbers is a date or time section.

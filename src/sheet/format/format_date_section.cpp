@@ -83,7 +83,9 @@ bool appendDateSection(const FormatSection& section, double serial, const Format
             else out += pm ? settings.pmText : settings.amText;
             break;
         case FormatToken::Elapsed:
-            appendNumber(t.ch == u'h' ? elapsedSeconds / 3600 : t.ch == u'm' ? elapsedSeconds / 60 : elapsedSeconds,
+            appendNumber(t.ch == u'h'   ? elapsedSeconds / 3600
+                         : t.ch == u'm' ? elapsedSeconds / 60
+                                        : elapsedSeconds,
                          width, out);
             break;
         case FormatToken::DatePart:

@@ -22,7 +22,8 @@ Decimal decimalOf(double magnitude) {
     Decimal d;
     if (!(magnitude > 0) || !std::isfinite(magnitude)) return d;
     char buffer[32];
-    const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, magnitude, std::chars_format::scientific, 14);
+    const auto [end, ec] =
+        std::to_chars(buffer, buffer + sizeof buffer, magnitude, std::chars_format::scientific, 14);
     const char* p = buffer;
     for (; p < end && *p != 'e'; ++p) {
         if (*p != '.') d.digits[d.count++] = *p;
@@ -127,7 +128,8 @@ void appendNumberSection(const FormatSection& section, double magnitude, const F
     d.exponent += shiftOf(section);
     Rounded r;
     roundTo(d, section.decimalPlaces, r);
-    IntegerGroup whole{r.whole, r.wholeLength, section.integerPlaces, section.thousands, settings.thousandSeparator};
+    IntegerGroup whole{r.whole, r.wholeLength, section.integerPlaces, section.thousands,
+                       settings.thousandSeparator};
     int decimalSlot = 0;
     bool afterPoint = false;
     for (const FormatToken& t : section.tokens) {
@@ -310,7 +312,8 @@ void appendFractionSection(const FormatSection& section, double magnitude, const
     char numeratorDigits[24], denominatorDigits[24];
     const int numeratorLength = f.numerator == 0 && mixed ? 0 : int(digitsOf(f.numerator, numeratorDigits));
     const int denominatorLength = int(digitsOf(f.denominator, denominatorDigits));
-    IntegerGroup integer{wholeDigits, wholeLength, integerPlaces, section.thousands, settings.thousandSeparator};
+    IntegerGroup integer{wholeDigits, wholeLength, integerPlaces, section.thousands,
+                         settings.thousandSeparator};
     IntegerGroup numerator{numeratorDigits, numeratorLength, numeratorPlaces, false, 0};
     if (!mixed && f.numerator == 0) numerator.length = 1;   // "0/1"
     int denominatorSlot = 0;
@@ -326,7 +329,9 @@ void appendFractionSection(const FormatSection& section, double magnitude, const
         case FormatToken::Percent: out += u'%'; break;
         case FormatToken::Point: out += settings.decimalSeparator; break;
         case FormatToken::Slash: out += u'/'; break;
-        case FormatToken::Denominator: out += std::u16string(denominatorDigits, denominatorDigits + denominatorLength); break;
+        case FormatToken::Denominator:
+            out.append(denominatorDigits, denominatorDigits + denominatorLength);
+            break;
         case FormatToken::Digit:
             if (i < numeratorStart) {
                 integer.put(k.ch, out);

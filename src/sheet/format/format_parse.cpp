@@ -88,7 +88,7 @@ void readBracket(std::u16string_view inner, FormatSection& section) {
     if (inner.empty()) return;
     if (inner[0] == u'$') {   // [$¥-804]: the currency text before the locale id; [$-409] has none
         const size_t dash = inner.find(u'-');
-        const std::u16string_view symbol = inner.substr(1, dash == std::u16string_view::npos ? dash : dash - 1);
+        const std::u16string_view symbol = inner.substr(1, dash == inner.npos ? dash : dash - 1);
         if (!symbol.empty()) addLiteral(section, symbol);
         return;
     }
@@ -106,13 +106,17 @@ void readBracket(std::u16string_view inner, FormatSection& section) {
     // other tags ([DBNum1], locale ids) leave the text as it is
 }
 
-bool isDateLetter(char16_t l) { return l == u'y' || l == u'm' || l == u'd' || l == u'h' || l == u's' || l == u'e'; }
+bool isDateLetter(char16_t l) {
+    return l == u'y' || l == u'm' || l == u'd' || l == u'h' || l == u's' || l == u'e';
+}
 
 // A run of m is the minute when an hour stands before it or a second after it (other tokens
 // between them do not count); otherwise it is the month.
 void resolveMinutes(FormatSection& section) {
     std::vector<FormatToken>& t = section.tokens;
-    auto isTimePart = [](const FormatToken& k) { return k.kind == FormatToken::DatePart || k.kind == FormatToken::Elapsed; };
+    auto isTimePart = [](const FormatToken& k) {
+        return k.kind == FormatToken::DatePart || k.kind == FormatToken::Elapsed;
+    };
     for (size_t i = 0; i < t.size(); ++i) {
         if (t[i].kind != FormatToken::DatePart || t[i].ch != u'M') continue;
         bool minute = false;
@@ -169,7 +173,9 @@ void classify(FormatSection& section) {
             if (afterPoint || afterExponent) t = {FormatToken::Literal, 0, 0, 0, u"."};
             afterPoint = true;
         }
-        if (t.kind == FormatToken::Digit && !afterExponent) (afterPoint ? section.decimalPlaces : section.integerPlaces)++;
+        if (t.kind == FormatToken::Digit && !afterExponent) {
+            ++(afterPoint ? section.decimalPlaces : section.integerPlaces);
+        }
     }
 }
 

@@ -67,7 +67,8 @@ std::u16string number(int value, int width) {
 
 // Expands the y, m, d, h, m(inutes) and s letters of a settings pattern such as "yyyy/m/d"
 // or "h:mm:ss"; everything else is copied.
-std::u16string expandPattern(std::u16string_view pattern, const Date& date, int hour, int minute, int second) {
+std::u16string expandPattern(std::u16string_view pattern, const Date& date, int hour, int minute,
+                             int second) {
     std::u16string out;
     for (size_t i = 0; i < pattern.size();) {
         const char16_t c = pattern[i] >= u'A' && pattern[i] <= u'Z' ? pattern[i] + 32 : pattern[i];
@@ -166,7 +167,8 @@ std::u16string formatGeneral(double value, const FormatSettings& settings) {
     return out;
 }
 
-FormattedText formatNumber(double value, std::u16string_view code, const FormatSettings& settings, NumberHint hint) {
+FormattedText formatNumber(double value, std::u16string_view code, const FormatSettings& settings,
+                           NumberHint hint) {
     if (isGeneral(code)) {
         switch (hint) {
         case NumberHint::DateTime: return {dateTimeText(value, settings), {}};

@@ -91,13 +91,16 @@ TEST(FormatCodes, OddCodesGiveBoundedTexts) {
     std::vector<std::u16string> codes = {
         u"[", u"\"", u"\\", u"*", u"_", u";;;;", u";;;", u"[<", u"[<abc]0", u"[Color]0", u"[Color999]0",
         u"# ?/0", u"?/", u"/", u"E+", u"0/", u"[h", u"0E+", u"0.E-", u".", u",", u"%", u"@@", u"[$]0",
-        u"0/0/0", u"# ?/? ?/?", u"?" u"?/?" u"?/?" u"?", u"0.0.0", u"yyyy.000", u"[ss].000000", u"ggg e b2yyyy",
+        u"0/0/0", u"# ?/? ?/?", u"?" u"?/?" u"?/?" u"?", u"0.0.0", u"yyyy.000", u"[ss].000000",
+        u"ggg e b2yyyy",
         u"0 ?/99999999999999999999", u"#,,,,,,,,,,0", u"0.0000000000000000000000000000000000000000",
-        std::u16string(400, u'%') + u"0", u"0" + std::u16string(400, u'%'), std::u16string(500, u'0') + u"E+0",
-        u"0E+" + std::u16string(500, u'0'), std::u16string(300, u'#') + u",##0.00" + std::u16string(300, u','),
+        std::u16string(400, u'%') + u"0", u"0" + std::u16string(400, u'%'),
+        std::u16string(500, u'0') + u"E+0", u"0E+" + std::u16string(500, u'0'),
+        std::u16string(300, u'#') + u",##0.00" + std::u16string(300, u','),
     };
+    using limits = std::numeric_limits<double>;
     const double values[] = {0, -0.0, 1, -1, 0.5, 1e308, -1e308, 5e-324, 2958466, 1e15, -1e-300,
-                             std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()};
+                             limits::infinity(), limits::quiet_NaN()};
     for (const std::u16string& code : codes) {
         for (double value : values) {
             const std::u16string text = formatNumber(value, code, settings).text;

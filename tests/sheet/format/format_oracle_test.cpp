@@ -14,7 +14,8 @@ namespace {
 // Every row of format_oracle.tsv: the code, the value, the text that SheetJS's ssf shows or,
 // where Excel shows otherwise, Excel's text (see the head of the file).
 TEST(FormatOracle, EveryCodeAndValueShowsAsTheTableSays) {
-    const auto path = std::filesystem::path(KES_SOURCE_DIR) / "tests" / "sheet" / "format" / "format_oracle.tsv";
+    const auto path =
+        std::filesystem::path(KES_SOURCE_DIR) / "tests" / "sheet" / "format" / "format_oracle.tsv";
     std::ifstream in(path, std::ios::binary);
     ASSERT_TRUE(in) << path;
     std::string line;
@@ -28,7 +29,9 @@ TEST(FormatOracle, EveryCodeAndValueShowsAsTheTableSays) {
         FormatSettings settings;
         std::u16string shown;
         std::u16string codeText = fromUtf8(code);
-        if (code.size() > 1 && code[0] == '#' && code.find_first_not_of("0123456789", 1) == std::string::npos) {
+        const bool builtin = code.size() > 1 && code[0] == '#' &&
+                             code.find_first_not_of("0123456789", 1) == std::string::npos;
+        if (builtin) {
             codeText = builtinFormatCode(std::atoi(code.c_str() + 1));
         }
         if (value.starts_with("t:")) {
