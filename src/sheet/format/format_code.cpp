@@ -63,16 +63,23 @@ void appendLiteralSection(const FormatSection& section, std::u16string_view text
     }
 }
 
-}  // namespace
-
-std::optional<FormattedText> formatWithCode(double value, std::u16string_view code,
-                                            const FormatSettings& settings) {
+std::optional<FormattedText> formatValue(double value, std::u16string_view code,
+                                         const FormatSettings& settings, bool systemFormats) {
     const ParsedFormat& parsed = parsedFormat(code);
     if (!parsed.valid) return std::nullopt;
     if (!std::isfinite(value)) value = 0;   // a cell never holds one; General shows them as 0 too
     if (numberSectionCount(parsed) == 0) return FormattedText{formatGeneral(value, settings), {}};
     const Choice choice = chooseSection(parsed, value);
     const FormatSection& section = *choice.section;
+    if (section.system != FormatSection::System::None && systemFormats) {
+        // Formatting the system's code may start the cache over, so nothing of `section` is used after.
+        const std::optional<uint32_t> color = section.color;
+        const bool longDate = section.system == FormatSection::System::LongDate;
+        const std::u16string& system = longDate ? settings.longDateFormat : settings.longTimeFormat;
+        auto shown = formatValue(value, system, settings, false);
+        if (shown) shown->color = color;
+        return shown;
+    }
     FormattedText result{{}, section.color};
     std::u16string& out = result.text;
     out.reserve(23);   // one allocation for most texts, instead of growing one character at a time
@@ -105,6 +112,13 @@ std::optional<FormattedText> formatWithCode(double value, std::u16string_view co
     case FormatSection::Date: break;
     }
     return result;
+}
+
+}  // namespace
+
+std::optional<FormattedText> formatWithCode(double value, std::u16string_view code,
+                                            const FormatSettings& settings) {
+    return formatValue(value, code, settings, true);
 }
 
 FormattedText formatTextWithCode(std::u16string_view text, std::u16string_view code) {

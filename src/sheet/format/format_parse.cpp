@@ -86,6 +86,14 @@ void addLiteral(FormatSection& section, std::u16string_view text) {
 
 void readBracket(std::u16string_view inner, FormatSection& section) {
     if (inner.empty()) return;
+    if (startsWithIgnoringCase(inner, 0, u"$-F800") && inner.size() == 6) {
+        section.system = FormatSection::System::LongDate;
+        return;
+    }
+    if (startsWithIgnoringCase(inner, 0, u"$-F400") && inner.size() == 6) {
+        section.system = FormatSection::System::LongTime;
+        return;
+    }
     if (inner[0] == u'$') {   // [$¥-804]: the currency text before the locale id; [$-409] has none
         const size_t dash = inner.find(u'-');
         const std::u16string_view symbol = inner.substr(1, dash == inner.npos ? dash : dash - 1);

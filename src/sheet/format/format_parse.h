@@ -47,6 +47,9 @@ struct FormatSection {
     bool hasText = false;    // holds @
     bool hasAmPm = false;
     int secondDecimals = 0;  // .0, .00, .000 after seconds
+    // [$-F800] and [$-F400]: the system's long date or long time, whatever the rest of the section
+    enum class System : uint8_t { None, LongDate, LongTime };
+    System system = System::None;
 
     bool holds(double value) const;
 };

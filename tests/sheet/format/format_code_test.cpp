@@ -47,6 +47,14 @@ TEST(FormatCodes, ShowNumbersDatesAndTextAsSpreadsheetsDo) {
         {u"[h]:mm:ss", 1.5, u"36:00:00"},
         {u"yyyy/m/d", 60, u"1900/2/29"},
         {u"yyyy-mm-dd", -1, u"########"},
+        // the date codes Chinese Excel writes: a text section after the date, locale tags, the
+        // system's long date and time whatever the letters after them say
+        {u"yyyy/m/d;@", 45321, u"2024/1/30"},
+        {u"[$-804]yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\" aaaa", 45321,
+         u"2024\u5E741\u670830\u65E5 \u661F\u671F\u4E8C"},
+        {u"[$-F800]dddd, mmmm dd, yyyy", 45321, u"2024\u5E741\u670830\u65E5"},
+        {u"[$-F400]h:mm:ss AM/PM", 45321.75, u"18:00:00"},
+        {u"[$-F400]h:mm:ss AM/PM;\"neg\"", -1, u"neg"},
         // scientific and fractions
         {u"0.00E+00", 12345, u"1.23E+04"},
         {u"# ?/?", 1.25, u"1 1/4"},
