@@ -19,12 +19,18 @@ double valueFor(int i, bool date) {
     return double((i * 7919LL) % 1000000000) / 100.0;
 }
 
+// The best of three rounds: the machine is shared, and the slower rounds measure the neighbours.
 double nsPerValue(std::u16string_view code, bool date, size_t& checksum) {
     const FormatSettings settings;
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < kValues; ++i) checksum += formatNumber(valueFor(i, date), code, settings).text.size();
-    const auto elapsed = std::chrono::steady_clock::now() - start;
-    return std::chrono::duration<double, std::nano>(elapsed).count() / kValues;
+    double best = 0;
+    for (int round = 0; round < 3; ++round) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < kValues; ++i) checksum += formatNumber(valueFor(i, date), code, settings).text.size();
+        const auto elapsed = std::chrono::steady_clock::now() - start;
+        const double ns = std::chrono::duration<double, std::nano>(elapsed).count() / kValues;
+        if (round == 0 || ns < best) best = ns;
+    }
+    return best;
 }
 
 }  // namespace

@@ -136,13 +136,15 @@ std::u16string currencyText(double value, const FormatSettings& settings) {
 std::u16string formatGeneral(double value, const FormatSettings& settings) {
     if (value == 0 || !std::isfinite(value)) return u"0";
     const Digits d = significantDigits(value);
-    std::u16string out = d.negative ? u"-" : u"";
+    std::u16string out;
+    out.reserve(23);   // the longest General text, -1.23456789012346E-300, in one allocation
+    if (d.negative) out += u'-';
     const double magnitude = std::fabs(value);
     if (magnitude < 1e-9 || d.exponent >= 15) {
         out += char16_t(d.digits[0]);
         if (d.digits.size() > 1) {
             out += settings.decimalSeparator;
-            out += ascii(std::string_view(d.digits).substr(1));
+            out.append(d.digits.begin() + 1, d.digits.end());
         }
         out += d.exponent < 0 ? u"E-" : u"E+";
         out += number(std::abs(d.exponent), 2);
@@ -152,17 +154,17 @@ std::u16string formatGeneral(double value, const FormatSettings& settings) {
         out += u'0';
         out += settings.decimalSeparator;
         out.append(static_cast<size_t>(-d.exponent - 1), u'0');
-        out += ascii(d.digits);
+        out.append(d.digits.begin(), d.digits.end());
         return out;
     }
     const size_t wholeDigits = static_cast<size_t>(d.exponent) + 1;
     if (d.digits.size() <= wholeDigits) {
-        out += ascii(d.digits);
+        out.append(d.digits.begin(), d.digits.end());
         out.append(wholeDigits - d.digits.size(), u'0');
     } else {
-        out += ascii(std::string_view(d.digits).substr(0, wholeDigits));
+        out.append(d.digits.begin(), d.digits.begin() + std::ptrdiff_t(wholeDigits));
         out += settings.decimalSeparator;
-        out += ascii(std::string_view(d.digits).substr(wholeDigits));
+        out.append(d.digits.begin() + std::ptrdiff_t(wholeDigits), d.digits.end());
     }
     return out;
 }
