@@ -271,8 +271,9 @@ FormatSection parseSection(std::u16string_view s) {
         } else if (isDateLetter(l) || (l == u'a' && startsWithIgnoringCase(s, i, u"aaa"))) {
             size_t run = 1;
             while (i + run < s.size() && lower(s[i + run]) == l) ++run;
+            // e is the year of the era: for the Gregorian calendar, the year in four digits.
             const char16_t part = l == u'e' ? u'y' : l == u'm' ? u'M' : l;
-            section.tokens.push_back({FormatToken::DatePart, part, int(run)});
+            section.tokens.push_back({FormatToken::DatePart, part, l == u'e' ? 4 : int(run)});
             sawSeconds |= l == u's';
             i += run - 1;
         } else {
