@@ -353,8 +353,10 @@ constexpr size_t kCacheLimit = 256;
 }  // namespace
 
 const ParsedFormat& parsedFormat(std::u16string_view code) {
-    thread_local std::unordered_map<std::u16string, ParsedFormat, CodeHash, CodeEqual> cache;
-    thread_local const std::pair<const std::u16string, ParsedFormat>* last = nullptr;
+    // Cells are formatted on the window's thread only. Not thread_local: its destructors would run
+    // at thread exit, after a host may have unloaded the library.
+    static std::unordered_map<std::u16string, ParsedFormat, CodeHash, CodeEqual> cache;
+    static const std::pair<const std::u16string, ParsedFormat>* last = nullptr;
     if (last && last->first == code) return last->second;
     auto found = cache.find(code);
     if (found == cache.end()) {

@@ -60,7 +60,7 @@ struct ParsedFormat {
     bool hasConditions = false;
 };
 
-// The parsed form of a code; the reference stays valid until the next call.
+// The parsed form of a code, from a cache of one thread; the reference stays valid until the next call.
 const ParsedFormat& parsedFormat(std::u16string_view code);
 
 ParsedFormat parseFormat(std::u16string_view code);
