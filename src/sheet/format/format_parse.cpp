@@ -320,6 +320,8 @@ bool FormatSection::holds(double value) const {
     return false;
 }
 
+namespace {
+
 ParsedFormat parseFormat(std::u16string_view code) {
     ParsedFormat parsed;
     std::vector<std::u16string_view> parts;
@@ -327,14 +329,9 @@ ParsedFormat parseFormat(std::u16string_view code) {
         parsed.valid = false;
         parts.assign(1, std::u16string_view());
     }
-    for (std::u16string_view part : parts) {
-        parsed.sections.push_back(parseSection(part));
-        parsed.hasConditions |= parsed.sections.back().op != FormatSection::Op::None;
-    }
+    for (std::u16string_view part : parts) parsed.sections.push_back(parseSection(part));
     return parsed;
 }
-
-namespace {
 
 struct CodeHash {
     using is_transparent = void;

@@ -57,12 +57,9 @@ struct FormatSection {
 struct ParsedFormat {
     std::vector<FormatSection> sections;   // one to four
     bool valid = true;                     // false for codes Excel refuses (open quote, five sections)
-    bool hasConditions = false;
 };
 
 // The parsed form of a code, from a cache of one thread; the reference stays valid until the next call.
 const ParsedFormat& parsedFormat(std::u16string_view code);
-
-ParsedFormat parseFormat(std::u16string_view code);
 
 }  // namespace kes
