@@ -12,6 +12,7 @@ struct FormatSettings {
     char16_t dateSeparator = u'/';
     char16_t timeSeparator = u':';
     std::u16string shortDateFormat = u"yyyy/m/d";
+    std::u16string longDateFormat = u"yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\"";   // yyyy"年"m"月"d"日"
     std::u16string longTimeFormat = u"h:mm:ss";
     std::u16string amText = u"\u4E0A\u5348";      // 上午
     std::u16string pmText = u"\u4E0B\u5348";      // 下午

@@ -56,28 +56,7 @@ Digits significantDigits(double value) {
 }
 
 
-Date civilFromDays(int64_t z) {
-    z += 719468;
-    const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-    const unsigned doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    const unsigned d = doy - (153 * mp + 2) / 5 + 1;
-    const unsigned m = mp < 10 ? mp + 3 : mp - 9;
-    return {static_cast<int>(yoe + era * 400 + (m <= 2)), static_cast<int>(m), static_cast<int>(d)};
-}
-
-constexpr int64_t kDaysTo18991230 = -25569;   // 1899-12-30 counted from 1970-01-01
-
 }  // namespace
-
-// The calendar date of a 1900-system serial day, with the spreadsheet's 29 February 1900.
-Date dateOfSerial(int64_t days) {
-    if (days == 60) return {1900, 2, 29};
-    if (days == 0) return {1900, 1, 0};
-    return civilFromDays(kDaysTo18991230 + days + (days < 60 ? 1 : 0));
-}
 
 namespace {
 
@@ -89,7 +68,8 @@ std::u16string number(int value, int width) {
 
 // Expands the y, m, d, h, m(inutes) and s letters of a settings pattern such as "yyyy/m/d"
 // or "h:mm:ss"; everything else is copied.
-std::u16string expandPattern(std::u16string_view pattern, const Date& date, int hour, int minute, int second) {
+std::u16string expandPattern(std::u16string_view pattern, const Date& date, int hour, int minute,
+                             int second) {
     std::u16string out;
     for (size_t i = 0; i < pattern.size();) {
         const char16_t c = pattern[i] >= u'A' && pattern[i] <= u'Z' ? pattern[i] + 32 : pattern[i];
@@ -166,13 +146,15 @@ std::u16string formatGeneral(double value, const FormatSettings& settings) {
         return std::u16string(p, std::end(buffer));
     }
     const Digits d = significantDigits(value);
-    std::u16string out = d.negative ? u"-" : u"";
+    std::u16string out;
+    out.reserve(23);   // the longest General text, -1.23456789012346E-300, in one allocation
+    if (d.negative) out += u'-';
     const double magnitude = std::fabs(value);
     if (magnitude < 1e-9 || d.exponent >= 15) {
         out += char16_t(d.digits[0]);
         if (d.digits.size() > 1) {
             out += settings.decimalSeparator;
-            out += ascii(std::string_view(d.digits).substr(1));
+            out.append(d.digits.begin() + 1, d.digits.end());
         }
         out += d.exponent < 0 ? u"E-" : u"E+";
         out += number(std::abs(d.exponent), 2);
@@ -182,22 +164,23 @@ std::u16string formatGeneral(double value, const FormatSettings& settings) {
         out += u'0';
         out += settings.decimalSeparator;
         out.append(static_cast<size_t>(-d.exponent - 1), u'0');
-        out += ascii(d.digits);
+        out.append(d.digits.begin(), d.digits.end());
         return out;
     }
     const size_t wholeDigits = static_cast<size_t>(d.exponent) + 1;
     if (d.digits.size() <= wholeDigits) {
-        out += ascii(d.digits);
+        out.append(d.digits.begin(), d.digits.end());
         out.append(wholeDigits - d.digits.size(), u'0');
     } else {
-        out += ascii(std::string_view(d.digits).substr(0, wholeDigits));
+        out.append(d.digits.begin(), d.digits.begin() + std::ptrdiff_t(wholeDigits));
         out += settings.decimalSeparator;
-        out += ascii(std::string_view(d.digits).substr(wholeDigits));
+        out.append(d.digits.begin() + std::ptrdiff_t(wholeDigits), d.digits.end());
     }
     return out;
 }
 
-FormattedText formatNumber(double value, std::u16string_view code, const FormatSettings& settings, NumberHint hint) {
+FormattedText formatNumber(double value, std::u16string_view code, const FormatSettings& settings,
+                           NumberHint hint) {
     if (isGeneral(code)) {
         switch (hint) {
         case NumberHint::DateTime: return {dateTimeText(value, settings), {}};
@@ -217,33 +200,7 @@ FormattedText formatText(std::u16string_view text, std::u16string_view code) {
 
 bool isTextFormat(std::u16string_view code) { return code == u"@"; }
 
-bool isDateTimeFormat(std::u16string_view code) {
-    if (isGeneral(code)) return false;
-    for (size_t i = 0; i < code.size(); ++i) {
-        const char16_t c = code[i];
-        if (c == u'"') {
-            const size_t close = code.find(u'"', i + 1);
-            if (close == std::u16string_view::npos) return false;
-            i = close;
-        } else if (c == u'\\' || c == u'_' || c == u'*') {
-            ++i;
-        } else if (c == u'[') {
-            const size_t close = code.find(u']', i + 1);
-            if (close == std::u16string_view::npos) return false;
-            const char16_t inner = close > i + 1 ? (code[i + 1] | 0x20) : 0;
-            if (inner == u'h' || inner == u'm' || inner == u's') return true;   // elapsed time
-            i = close;
-        } else if (c == u';') {
-            return false;   // the first section decides
-        } else {
-            switch (c | 0x20) {
-            case u'y': case u'm': case u'd': case u'h': case u's': return true;
-            default: break;
-            }
-        }
-    }
-    return false;
-}
+bool isDateTimeFormat(std::u16string_view code) { return !isGeneral(code) && isDateTimeCode(code); }
 
 std::u16string_view builtinFormatCode(int id) {
     switch (id) {
@@ -252,6 +209,10 @@ std::u16string_view builtinFormatCode(int id) {
     case 2: return u"0.00";
     case 3: return u"#,##0";
     case 4: return u"#,##0.00";
+    case 5: return u"\"\u00A5\"#,##0;\"\u00A5\"-#,##0";
+    case 6: return u"\"\u00A5\"#,##0;[Red]\"\u00A5\"-#,##0";
+    case 7: return u"\"\u00A5\"#,##0.00;\"\u00A5\"-#,##0.00";
+    case 8: return u"\"\u00A5\"#,##0.00;[Red]\"\u00A5\"-#,##0.00";
     case 9: return u"0%";
     case 10: return u"0.00%";
     case 11: return u"0.00E+00";
@@ -266,10 +227,24 @@ std::u16string_view builtinFormatCode(int id) {
     case 20: return u"h:mm";
     case 21: return u"h:mm:ss";
     case 22: return u"yyyy/m/d h:mm";
+    case 27: return u"yyyy\"\u5E74\"m\"\u6708\"";                        // yyyy"年"m"月"
+    case 28: return u"m\"\u6708\"d\"\u65E5\"";                            // m"月"d"日"
+    case 29: return u"m\"\u6708\"d\"\u65E5\"";
+    case 30: return u"m-d-yy";
+    case 31: return u"yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\"";             // yyyy"年"m"月"d"日"
+    case 32: return u"h\"\u65F6\"mm\"\u5206\"";                           // h"时"mm"分"
+    case 33: return u"h\"\u65F6\"mm\"\u5206\"ss\"\u79D2\"";               // h"时"mm"分"ss"秒"
+    case 34: return u"\u4E0A\u5348/\u4E0B\u5348h\"\u65F6\"mm\"\u5206\"";          // 上午/下午h"时"mm"分"
+    case 35: return u"\u4E0A\u5348/\u4E0B\u5348h\"\u65F6\"mm\"\u5206\"ss\"\u79D2\"";
+    case 36: return u"yyyy\"\u5E74\"m\"\u6708\"";
     case 37: return u"#,##0 ;(#,##0)";
     case 38: return u"#,##0 ;[Red](#,##0)";
     case 39: return u"#,##0.00;(#,##0.00)";
     case 40: return u"#,##0.00;[Red](#,##0.00)";
+    case 41: return u"_ * #,##0_ ;_ * -#,##0_ ;_ * \"-\"_ ;_ @_ ";
+    case 42: return u"_ \u00A5* #,##0_ ;_ \u00A5* -#,##0_ ;_ \u00A5* \"-\"_ ;_ @_ ";
+    case 43: return u"_ * #,##0.00_ ;_ * -#,##0.00_ ;_ * \"-\"?" u"?_ ;_ @_ ";
+    case 44: return u"_ \u00A5* #,##0.00_ ;_ \u00A5* -#,##0.00_ ;_ \u00A5* \"-\"?" u"?_ ;_ @_ ";
     case 45: return u"mm:ss";
     case 46: return u"[h]:mm:ss";
     case 47: return u"mm:ss.0";

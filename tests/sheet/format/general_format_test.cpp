@@ -41,15 +41,21 @@ TEST(GeneralFormat, DateTimeAndMoneyShowAsTypedInAChineseSpreadsheet) {
         {12.5, NumberHint::Currency, u"\u00A512.50"},
         {-1234.5, NumberHint::Currency, u"-\u00A51,234.50"},
     };
-    for (const Case& c : cases) EXPECT_EQ(formatNumber(c.value, u"General", settings, c.hint).text, c.text) << c.value;
+    for (const Case& c : cases) {
+        EXPECT_EQ(formatNumber(c.value, u"General", settings, c.hint).text, c.text) << c.value;
+    }
     settings.date1904 = true;
     EXPECT_EQ(formatNumber(46348 - 1462, u"", settings, NumberHint::DateTime).text, u"2026/11/22");
 }
 
 TEST(GeneralFormat, RecognisesDateAndTextCodes) {
-    for (std::u16string_view code : {u"yyyy/m/d", u"h:mm", u"[h]:mm:ss", u"yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\"", u"mm:ss.0"})
+    for (std::u16string_view code : {u"yyyy/m/d", u"h:mm", u"[h]:mm:ss", u"mm:ss.0", u"[h]",
+                                     u"[Red][<0]yyyy;0", u"yyyy\"\u5E74\"m\"\u6708\"d\"\u65E5\"",
+                                     u"\u4E0A\u5348/\u4E0B\u5348h\"\u65F6\""})
         EXPECT_TRUE(isDateTimeFormat(code));
-    for (std::u16string_view code : {u"General", u"0.00", u"#,##0", u"\"day\"0", u"[Red]0", u"@", u""})
+    for (std::u16string_view code : {u"General", u"0.00", u"#,##0", u"\"day\"0", u"[Red]0", u"@", u"",
+                                     u"0.00E+00", u"# ?/?", u"\"ymd\"0", u"0;yyyy", u"[$-409]0.00",
+                                     u"General;[h]"})
         EXPECT_FALSE(isDateTimeFormat(code));
     EXPECT_TRUE(isTextFormat(u"@"));
     EXPECT_EQ(builtinFormatCode(14), u"yyyy/m/d");
