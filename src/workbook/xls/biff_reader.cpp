@@ -1,5 +1,6 @@
 #include "workbook/xls/biff_reader.h"
 
+#include <cmath>
 #include <cstring>
 #include <unordered_map>
 
@@ -14,8 +15,8 @@ namespace {
 
 // Record ids of the file format documentation ([MS-XLS] 2.3).
 enum : uint16_t {
-    kFormula = 0x0006, kEof = 0x000A, kDateMode = 0x0022, kFilePass = 0x002F, kContinue = 0x003C, kBoundSheet = 0x0085,
-    kMulRk = 0x00BD, kXf = 0x00E0, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203, kLabel = 0x0204,
+    kFormula = 0x0006, kEof = 0x000A, kDateMode = 0x0022, kFilePass = 0x002F, kContinue = 0x003C, kColInfo = 0x007D,
+    kBoundSheet = 0x0085, kMulRk = 0x00BD, kMulBlank = 0x00BE, kXf = 0x00E0, kBlank = 0x0201, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203, kLabel = 0x0204,
     kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
 };
 
@@ -228,6 +229,25 @@ private:
                 const uint32_t index = get<uint32_t>(r.data, 6, "LABELSST");
                 if (index >= strings_.size()) fail("LABELSST index " + std::to_string(index) + " beyond the shared strings");
                 c.setString(strings_[index]);
+                break;
+            }
+            case kBlank: cell(sheet, r.data, "BLANK"); break;
+            case kMulBlank: {
+                const uint16_t row = get<uint16_t>(r.data, 0, "MULBLANK");
+                const uint16_t first = get<uint16_t>(r.data, 2, "MULBLANK");
+                const size_t count = r.data.size() >= 6 ? (r.data.size() - 6) / 2 : 0;
+                for (size_t i = 0; i < count; ++i) {
+                    if (first + i > size_t(kMaxColumn)) fail("MULBLANK runs past the last column");
+                    sheet.createCell(row, int32_t(first + i)).setStyle(style(get<uint16_t>(r.data, 4 + i * 2, "MULBLANK")));
+                }
+                break;
+            }
+            case kColInfo: {
+                // Widths are in 1/256 of the width of "0" in the default font, 7 pixels wide with 5 of padding.
+                const uint16_t first = get<uint16_t>(r.data, 0, "COLINFO"), last = get<uint16_t>(r.data, 2, "COLINFO");
+                const uint16_t width = get<uint16_t>(r.data, 4, "COLINFO");
+                const int pixels = static_cast<int>(std::lround(width / 256.0 * 7 + 5));
+                for (int c = first; c <= std::min<int>(last, 255) && width > 0; ++c) sheet.setColumnWidth(c, pixels);
                 break;
             }
             case kLabel: cell(sheet, r.data, "LABEL").setString(unicodeString(r.data, 6, false, "LABEL")); break;
