@@ -38,7 +38,8 @@ std::u16string nameOf(const std::string& file, size_t entry) {
 TEST(CompoundFileWriter, StreamsOfEverySizeReadBack) {
     const size_t sizes[] = {0, 1, 63, 64, 65, 4095, 4096, 4097, 70000};
     CompoundFileWriter writer;
-    for (size_t i = 0; i < std::size(sizes); ++i) writer.add(u"S" + std::u16string(i + 1, u'x'), pattern(sizes[i], uint32_t(i)));
+    for (size_t i = 0; i < std::size(sizes); ++i)
+        writer.add(u"S" + std::u16string(i + 1, u'x'), pattern(sizes[i], uint32_t(i)));
     const std::string file = writer.finish();
     EXPECT_EQ(file.size() % 512, 0u);
     const CompoundFile reader(file);
@@ -67,7 +68,8 @@ TEST(CompoundFileWriter, DirectoryIsAValidRedBlackTreeInNameOrder) {
     for (size_t count : {1u, 2u, 3u, 6u, 7u, 8u, 20u}) {
         CompoundFileWriter writer;
         std::vector<std::u16string> names;
-        for (size_t i = 0; i < count; ++i) names.push_back(std::u16string(1 + i % 5, char16_t(u'a' + (i * 7) % 26)) + char16_t(u'A' + i));
+        for (size_t i = 0; i < count; ++i)
+            names.push_back(std::u16string(1 + i % 5, char16_t(u'a' + (i * 7) % 26)) + char16_t(u'A' + i));
         for (const auto& n : names) writer.add(n, "x");
         const std::string file = writer.finish();
         const size_t directory = (size_t(at<uint32_t>(file, 0x30)) + 1) * 512;
@@ -114,5 +116,5 @@ TEST(CompoundFileWriter, NamesCompareByLengthThenUpperCaseAndBadNamesAreRefused)
     EXPECT_THROW(writer.add(u"", ""), ECompoundFileError);
 }
 
-}  // namespace
-}  // namespace kes
+}   // namespace
+}   // namespace kes

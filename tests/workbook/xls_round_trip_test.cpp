@@ -55,10 +55,33 @@ TEST(XlsWriter, EveryValueKindComesBackAsTheGridShowsIt) {
         SheetTable& sheet = *book.activeSheet();
         sheet.setName(u"Values");
         const std::u16string typed[] = {
-            u"\u54C1\u540D", u"0012345", u"6901234567890", u"12.5", u"-0.001", u"1E+300", u"TRUE", u"FALSE",
-            u"#NULL!", u"#DIV/0!", u"#VALUE!", u"#REF!", u"#NAME?", u"#NUM!", u"#N/A", u"2026-11-22",
-            u"2026-11-22 13:45:10", u"13:45", u"\u00A51,234.5", u"-\u00A50.25", u"=C1*2", u"=\"a\"&\"b\"", u"=1/0",
-            u"=1>2", u"", u"  spaced  ", u"line1\nline2",
+            u"\u54C1\u540D",
+            u"0012345",
+            u"6901234567890",
+            u"12.5",
+            u"-0.001",
+            u"1E+300",
+            u"TRUE",
+            u"FALSE",
+            u"#NULL!",
+            u"#DIV/0!",
+            u"#VALUE!",
+            u"#REF!",
+            u"#NAME?",
+            u"#NUM!",
+            u"#N/A",
+            u"2026-11-22",
+            u"2026-11-22 13:45:10",
+            u"13:45",
+            u"\u00A51,234.5",
+            u"-\u00A50.25",
+            u"=C1*2",
+            u"=\"a\"&\"b\"",
+            u"=1/0",
+            u"=1>2",
+            u"",
+            u"  spaced  ",
+            u"line1\nline2",
         };
         for (int32_t i = 0; i < int32_t(std::size(typed)); ++i) sheet.createCell(i, 2).setText(typed[i], 1);
         sheet.createCell(0, 0).setValue(CellValue::makeInteger(-42));
@@ -80,10 +103,12 @@ TEST(XlsWriter, EveryValueKindComesBackAsTheGridShowsIt) {
         EXPECT_EQ(back.name(), u"Values");
         for (SheetRow* row = sheet.rows().first(); row; row = row->next) {
             for (SheetCell* c = row->cells.first(); c; c = c->next) {
-                const CellRef ours = sheet.getCell(row->index, c->index), theirs = back.getCell(row->index, c->index);
+                const CellRef ours = sheet.getCell(row->index, c->index),
+                              theirs = back.getCell(row->index, c->index);
                 ASSERT_TRUE(theirs) << row->index << "," << c->index;
                 EXPECT_EQ(theirs.displayText(), ours.displayText()) << row->index << "," << c->index;
-                EXPECT_EQ(theirs.asFloat(), ours.isNumeric() ? ours.asFloat() : theirs.asFloat()) << row->index;
+                EXPECT_EQ(theirs.asFloat(), ours.isNumeric() ? ours.asFloat() : theirs.asFloat())
+                    << row->index;
                 // Dates and money left General in the grid get a format that shows them so.
                 if (ours.dataType() == cdtDateTime || ours.dataType() == cdtCurrency) {
                     EXPECT_FALSE(theirs.numberFormat().empty());
@@ -155,9 +180,13 @@ TEST(XlsWriter, ALargeStringTableSplitsIntoContinueRecordsAndReadsBack) {
     std::vector<std::u16string> texts;
     for (int i = 0; i < 10000; ++i) {
         std::u16string text;
-        if (i % 97 == 0) text = chinese(3000 + size_t(i % 13), u'\u4E00');
-        else if (i % 5 == 0) text = u"Latin-1 caf\u00E9 " + std::u16string(size_t(i % 300), u'z');
-        else text = u"label " + std::u16string(1, char16_t(u'0' + i % 10)) + std::u16string(size_t(i % 40), u'x');
+        if (i % 97 == 0)
+            text = chinese(3000 + size_t(i % 13), u'\u4E00');
+        else if (i % 5 == 0)
+            text = u"Latin-1 caf\u00E9 " + std::u16string(size_t(i % 300), u'z');
+        else
+            text =
+                u"label " + std::u16string(1, char16_t(u'0' + i % 10)) + std::u16string(size_t(i % 40), u'x');
         text += char16_t(u'A' + i % 26);
         text += char16_t(0x3000 + i / 26 % 1000);
         texts.push_back(text);
@@ -169,7 +198,8 @@ TEST(XlsWriter, ALargeStringTableSplitsIntoContinueRecordsAndReadsBack) {
     EXPECT_EQ(std::count(ids.begin(), ids.end(), uint16_t(0x00FF)), 1) << "EXTSST";
     Workbook loaded;
     load(loaded, bytes);
-    for (int i = 0; i < 10000; ++i) ASSERT_EQ(loaded.sheet(0).getCell(i, 0).asString(), texts[size_t(i)]) << i;
+    for (int i = 0; i < 10000; ++i)
+        ASSERT_EQ(loaded.sheet(0).getCell(i, 0).asString(), texts[size_t(i)]) << i;
 }
 
 // Enough cells over several sheets for a file of many allocation table sectors.
@@ -228,5 +258,66 @@ TEST(XlsWriter, CellsBeyondTheFormatsLimitsFailTheSaveAndWriteNothing) {
     EXPECT_TRUE(out.empty());
 }
 
-}  // namespace
-}  // namespace kes
+// Formulas of the written subset come back as the same formulas; the others as their results.
+TEST(XlsWriter, FormulasComeBackAsFormulasOrAsTheirResults) {
+    const struct {
+        std::u16string text;
+        bool asFormula;
+    } cases[] = {
+        {u"=A1+B1*2-C1/4", true},
+        {u"=(A1+B1)*-C1^2%", true},
+        {u"=SUM(A1:C1)", true},
+        {u"=SUM($A$1:C$1,A1,5)", true},
+        {u"=IF(A1>1,\"big\",\"small \"\"q\"\"\")", true},
+        {u"=A1&\"\u54C1\u540D\"&TRUE", true},
+        {u"=VLOOKUP(2,A1:C3,2,FALSE)", true},
+        {u"=ROUND(AVERAGE(A1:C1),2)+MAX(A1:A3)+MIN(1,2)+COUNT(A:A)+COUNTA(1:1)", true},
+        {u"=LEN(UPPER(LEFT(\"abc\",2)))+MID(\"abcd\",2,2)", true},   // #VALUE! as its result
+        {u"=DATE(2026,11,22)+TODAY()*0", true},
+        {u"=1/0", true},
+        {u"=#N/A", true},
+        {u"=1.5E+300*2", true},
+        {u"=A1<>B1", true},
+        {u"=Data!B2*2", true},
+        {u"=\u7B2C\u4E8C\u9875!A1&\"x\"", true},
+        {u"='My ''Sheet'' A'!A1+1", true},
+        {u"=SUM(Data!A1:B3)", true},
+        {u"=IFERROR(1/0,7)", false},   // no function of Excel 97
+        {u"=XLOOKUP(1,A1:A3,B1:B3)", false},
+        {u"=SUM((A1,B1))", false},       // a union
+        {u"=SUM(A1:B1 B1:C1)", false},   // an intersection
+        {u"=A70000", false},             // beyond the rows of the format
+        {u"=Missing!A1", false},
+    };
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    sheet.createCell(0, 0).setValue(CellValue::makeFloat(1.5));
+    sheet.createCell(0, 1).setValue(CellValue::makeFloat(2));
+    sheet.createCell(0, 2).setValue(CellValue::makeFloat(4));
+    sheet.createCell(1, 0).setValue(CellValue::makeFloat(2));
+    sheet.createCell(1, 1).setString(u"two");
+    SheetTable& data = book.addSheet(u"Data");
+    data.createCell(1, 1).setValue(CellValue::makeFloat(21));
+    book.addSheet(u"\u7B2C\u4E8C\u9875").createCell(0, 0).setString(u"\u54C1");
+    book.addSheet(u"My 'Sheet' A").createCell(0, 0).setValue(CellValue::makeFloat(8));
+    for (size_t i = 0; i < std::size(cases); ++i)
+        ASSERT_TRUE(sheet.createCell(int32_t(10 + i), 0).setFormula(cases[i].text)) << i;
+
+    Workbook loaded;
+    load(loaded, saved(book));
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        const CellRef ours = sheet.getCell(int32_t(10 + i), 0),
+                      theirs = loaded.sheet(0).getCell(int32_t(10 + i), 0);
+        ASSERT_TRUE(theirs) << i;
+        EXPECT_EQ(theirs.displayText(), ours.displayText()) << i;
+        if (!cases[i].asFormula) {
+            EXPECT_NE(theirs.dataType(), cdtFormula) << i;
+            continue;
+        }
+        ASSERT_EQ(theirs.dataType(), cdtFormula) << i;
+        EXPECT_EQ(theirs.formulaText(), ours.formulaText()) << i;
+    }
+}
+
+}   // namespace
+}   // namespace kes

@@ -10,16 +10,39 @@
 #include "sheet/shared_strings.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xls/compound_file_writer.h"
+#include "workbook/xls/formula_tokens.h"
 
 namespace kes {
 namespace {
 
 // Record ids of the file format documentation ([MS-XLS] 2.3).
 enum : uint16_t {
-    kFormula = 0x0006, kEof = 0x000A, kDateMode = 0x0022, kFont = 0x0031, kWindow1 = 0x003D, kContinue = 0x003C,
-    kCodePage = 0x0042, kColInfo = 0x007D, kBoundSheet = 0x0085, kXf = 0x00E0, kSst = 0x00FC, kLabelSst = 0x00FD,
-    kExtSst = 0x00FF, kDimensions = 0x0200, kBlank = 0x0201, kNumber = 0x0203, kBoolErr = 0x0205, kString = 0x0207,
-    kRow = 0x0208, kWindow2 = 0x023E, kRk = 0x027E, kStyle = 0x0293, kFormat = 0x041E, kBof = 0x0809,
+    kFormula = 0x0006,
+    kEof = 0x000A,
+    kDateMode = 0x0022,
+    kFont = 0x0031,
+    kWindow1 = 0x003D,
+    kContinue = 0x003C,
+    kExternSheet = 0x0017,
+    kCodePage = 0x0042,
+    kColInfo = 0x007D,
+    kSupBook = 0x01AE,
+    kBoundSheet = 0x0085,
+    kXf = 0x00E0,
+    kSst = 0x00FC,
+    kLabelSst = 0x00FD,
+    kExtSst = 0x00FF,
+    kDimensions = 0x0200,
+    kBlank = 0x0201,
+    kNumber = 0x0203,
+    kBoolErr = 0x0205,
+    kString = 0x0207,
+    kRow = 0x0208,
+    kWindow2 = 0x023E,
+    kRk = 0x027E,
+    kStyle = 0x0293,
+    kFormat = 0x041E,
+    kBof = 0x0809,
 };
 
 constexpr size_t kMaxRecordData = 8224;
@@ -34,7 +57,10 @@ constexpr uint16_t kFirstCustomFormat = 164;
 
 class Bytes {
 public:
-    Bytes& u8(uint8_t v) { data.push_back(char(v)); return *this; }
+    Bytes& u8(uint8_t v) {
+        data.push_back(char(v));
+        return *this;
+    }
     Bytes& u16(uint16_t v) { return u8(uint8_t(v)).u8(uint8_t(v >> 8)); }
     Bytes& u32(uint32_t v) { return u16(uint16_t(v)).u16(uint16_t(v >> 16)); }
     Bytes& f64(double v) {
@@ -81,7 +107,8 @@ void record(std::string& out, uint16_t id, const Bytes& b) { record(out, id, b.d
 
 std::string cellName(int32_t row, int32_t column) {
     std::string letters;
-    for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) letters.insert(letters.begin(), char('A' + (c - 1) % 26));
+    for (int32_t c = column + 1; c > 0; c = (c - 1) / 26)
+        letters.insert(letters.begin(), char('A' + (c - 1) % 26));
     return letters + std::to_string(int64_t(row) + 1);
 }
 
@@ -125,7 +152,8 @@ uint8_t errorByte(FormulaErrorCode code) {
 // An RK value when the number survives it exactly: a 30-bit integer, or a double whose low 34
 // bits are zero. The scaled-by-100 forms are not used, since dividing back may not be exact.
 std::optional<uint32_t> rkOf(double value) {
-    if (value >= -536870912.0 && value <= 536870911.0 && value == std::floor(value) && !(value == 0 && std::signbit(value)))
+    if (value >= -536870912.0 && value <= 536870911.0 && value == std::floor(value) &&
+        !(value == 0 && std::signbit(value)))
         return (uint32_t(int32_t(value)) << 2) | 2;
     uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
@@ -147,8 +175,10 @@ public:
         ++references_;
         const std::u16string& kept = owned_.emplace_back(text);
         auto [it, added] = byText_.emplace(kept, uint32_t(texts_.size()));
-        if (added) texts_.push_back(kept);
-        else owned_.pop_back();
+        if (added)
+            texts_.push_back(kept);
+        else
+            owned_.pop_back();
         return it->second;
     }
 
@@ -229,7 +259,8 @@ private:
 // The format of a date or money value whose own style leaves it General, chosen so that the
 // cell shows what it shows in the grid: the date, the time of day, or both.
 std::u16string dateFormatOf(double serial, const FormatSettings& settings) {
-    if (settings.date1904) serial += 1462;   // a time of day alone is day 0 of the 1900 count, as the grid shows it
+    if (settings.date1904)
+        serial += 1462;   // a time of day alone is day 0 of the 1900 count, as the grid shows it
     const double days = std::floor(serial);
     const double seconds = std::round((serial - days) * 86400.0);
     if (seconds == 0 || seconds == 86400) return settings.shortDateFormat;
@@ -243,6 +274,29 @@ std::u16string currencyFormatOf(const FormatSettings& settings) {
     return code + u';' + u'-' + code;
 }
 
+// The sheets formulas refer to, one EXTERNSHEET entry each, in order of first use.
+class ExternSheets {
+public:
+    explicit ExternSheets(Workbook& book) : book_(book) {}
+    std::optional<uint16_t> indexOf(std::u16string_view name) {
+        for (int32_t i = 0; i < book_.sheetCount(); ++i) {
+            if (compareEntryNames(book_.sheet(i).name(), name) != 0)
+                continue;   // Excel's sheet names ignore case too
+            for (size_t k = 0; k < sheets_.size(); ++k) {
+                if (sheets_[k] == i) return uint16_t(k);
+            }
+            sheets_.push_back(i);
+            return uint16_t(sheets_.size() - 1);
+        }
+        return std::nullopt;
+    }
+    const std::vector<int32_t>& sheets() const { return sheets_; }
+
+private:
+    Workbook& book_;
+    std::vector<int32_t> sheets_;
+};
+
 struct SheetOutput {
     std::u16string name;
     std::string body;   // everything after BOF
@@ -250,8 +304,9 @@ struct SheetOutput {
 
 class SheetWriter {
 public:
-    SheetWriter(Workbook& book, SheetTable& sheet, SharedStrings& strings, CellFormats& formats)
-        : book_(book), sheet_(sheet), strings_(strings), formats_(formats) {}
+    SheetWriter(Workbook& book, SheetTable& sheet, SharedStrings& strings, CellFormats& formats,
+                ExternSheets& externSheets)
+        : book_(book), sheet_(sheet), strings_(strings), formats_(formats), externSheets_(externSheets) {}
 
     std::string write(bool selected) {
         std::string out;
@@ -260,17 +315,26 @@ public:
             if (c->width <= 0 || c->index > kLastColumn) continue;
             const double characters = std::max(0.0, (c->width - 5) / 7.0);
             Bytes b;
-            b.u16(uint16_t(c->index)).u16(uint16_t(c->index)).u16(uint16_t(std::min(65535.0, std::round(characters * 256))));
+            b.u16(uint16_t(c->index))
+                .u16(uint16_t(c->index))
+                .u16(uint16_t(std::min(65535.0, std::round(characters * 256))));
             b.u16(kDefaultCellXf).u16(0x0002).u16(0);   // fUserSet: a width of its own
             record(out, kColInfo, b);
         }
         std::string cells = rowsAndCells();
         Bytes dimensions;
-        if (lastRow_ < 0) dimensions.u32(0).u32(0).u16(0).u16(0).u16(0);
-        else dimensions.u32(uint32_t(firstRow_)).u32(uint32_t(lastRow_ + 1)).u16(uint16_t(firstColumn_)).u16(uint16_t(lastColumn_ + 1)).u16(0);
+        if (lastRow_ < 0)
+            dimensions.u32(0).u32(0).u16(0).u16(0).u16(0);
+        else
+            dimensions.u32(uint32_t(firstRow_))
+                .u32(uint32_t(lastRow_ + 1))
+                .u16(uint16_t(firstColumn_))
+                .u16(uint16_t(lastColumn_ + 1))
+                .u16(0);
         record(out, kDimensions, dimensions);
         out += cells;
-        uint16_t flags = 0x0002 | 0x0004 | 0x0020 | 0x0080;   // grid lines, headers, default header colour, outline symbols
+        uint16_t flags = 0x0002 | 0x0004 | 0x0020 |
+                         0x0080;   // grid lines, headers, default header colour, outline symbols
         if (sheet_.showFormulas) flags |= 0x0001;
         if (sheet_.showsZeroValues()) flags |= 0x0010;
         if (selected) flags |= 0x0200 | 0x0400;
@@ -289,21 +353,26 @@ private:
         const auto flush = [&] {
             for (SheetRow* row : block) {
                 Bytes b;
-                b.u16(uint16_t(row->index)).u16(uint16_t(row->cells.first()->index)).u16(uint16_t(row->cells.last()->index + 1));
+                b.u16(uint16_t(row->index))
+                    .u16(uint16_t(row->cells.first()->index))
+                    .u16(uint16_t(row->cells.last()->index + 1));
                 b.u16(0x00FF).u16(0).u16(0).u32(0x000F0100);
                 record(out, kRow, b);
             }
             for (SheetRow* row : block) {
-                for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) writeCell(out, *row, *cell);
+                for (SheetCell* cell = row->cells.first(); cell; cell = cell->next)
+                    writeCell(out, *row, *cell);
             }
             block.clear();
         };
         for (SheetRow* row = sheet_.rows().first(); row; row = row->next) {
             if (!row->cells.first()) continue;
             if (row->index > kLastRow || row->cells.last()->index > kLastColumn) {
-                const int32_t column = row->index > kLastRow ? row->cells.first()->index : row->cells.last()->index;
+                const int32_t column =
+                    row->index > kLastRow ? row->cells.first()->index : row->cells.last()->index;
                 refuse("cell " + cellName(row->index, column) + " of sheet \"" + utf8(sheet_.name()) +
-                       "\" lies beyond the 65,536 rows and 256 columns (A1:IV65536) an .xls workbook holds; save as .xlsx");
+                       "\" lies beyond the 65,536 rows and 256 columns (A1:IV65536) an .xls workbook holds; "
+                       "save as .xlsx");
             }
             if (lastRow_ < 0) firstRow_ = row->index;
             lastRow_ = row->index;
@@ -331,7 +400,8 @@ private:
         return b;
     }
 
-    void writeNumber(std::string& out, const SheetRow& row, const SheetCell& cell, uint16_t xf, double value) {
+    void writeNumber(std::string& out, const SheetRow& row, const SheetCell& cell, uint16_t xf,
+                     double value) {
         if (!std::isfinite(value)) {
             record(out, kBoolErr, cellHeader(row, cell, xf).u8(errorByte(ecNUM)).u8(1));
         } else if (const auto rk = rkOf(value)) {
@@ -342,11 +412,12 @@ private:
     }
 
     template <class Text>
-    void writeText(std::string& out, const SheetRow& row, const SheetCell& cell, uint16_t xf, std::u16string_view view,
-                   Text text) {
+    void writeText(std::string& out, const SheetRow& row, const SheetCell& cell, uint16_t xf,
+                   std::u16string_view view, Text text) {
         if (view.size() > kMaxText)
-            refuse("the text in cell " + cellName(row.index, cell.index) + " of sheet \"" + utf8(sheet_.name()) + "\" has " +
-                   std::to_string(view.size()) + " characters; an .xls cell holds at most 32,767");
+            refuse("the text in cell " + cellName(row.index, cell.index) + " of sheet \"" +
+                   utf8(sheet_.name()) + "\" has " + std::to_string(view.size()) +
+                   " characters; an .xls cell holds at most 32,767");
         record(out, kLabelSst, cellHeader(row, cell, xf).u32(strings_.indexOf(text)));
     }
 
@@ -354,20 +425,66 @@ private:
         const uint16_t xf = xfOf(cell, value.type, value.asFloat());
         switch (value.type) {
         case cdtBlank: record(out, kBlank, cellHeader(row, cell, xf)); return;
-        case cdtBoolean: record(out, kBoolErr, cellHeader(row, cell, xf).u8(value.boolean ? 1 : 0).u8(0)); return;
-        case cdtError: record(out, kBoolErr, cellHeader(row, cell, xf).u8(errorByte(value.error)).u8(1)); return;
+        case cdtBoolean:
+            record(out, kBoolErr, cellHeader(row, cell, xf).u8(value.boolean ? 1 : 0).u8(0));
+            return;
+        case cdtError:
+            record(out, kBoolErr, cellHeader(row, cell, xf).u8(errorByte(value.error)).u8(1));
+            return;
         case cdtString: writeText(out, row, cell, xf, value.text, std::u16string_view(value.text)); return;
         default: writeNumber(out, row, cell, xf, value.asFloat()); return;
         }
     }
 
+    // FORMULA with its last result; a text result follows in a STRING record.
+    void writeFormula(std::string& out, const SheetRow& row, const SheetCell& cell, const CellValue& result,
+                      const std::string& tokens) {
+        Bytes b = cellHeader(row, cell, xfOf(cell, result.type, result.asFloat()));
+        const bool text = result.type == cdtString && !result.text.empty();
+        switch (result.type) {
+        case cdtString: b.u8(text ? 0 : 3).u8(0).u32(0).u16(0xFFFF); break;
+        case cdtBoolean: b.u8(1).u8(0).u8(result.boolean ? 1 : 0).u8(0).u16(0).u16(0xFFFF); break;
+        case cdtError: b.u8(2).u8(0).u8(errorByte(result.error)).u8(0).u16(0).u16(0xFFFF); break;
+        default:
+            if (!std::isfinite(result.asFloat()))
+                b.u8(2).u8(0).u8(errorByte(ecNUM)).u8(0).u16(0).u16(0xFFFF);
+            else
+                b.f64(result.asFloat());
+            break;
+        }
+        b.u16(0x0001).u32(0).u16(uint16_t(tokens.size()));   // fAlwaysCalc: Excel works the result out anew
+        b.data += tokens;
+        record(out, kFormula, b);
+        if (text) {
+            if (result.text.size() > kMaxText)
+                refuse("the result of the formula in cell " + cellName(row.index, cell.index) +
+                       " of sheet \"" + utf8(sheet_.name()) + "\" has more than 32,767 characters");
+            Bytes s;
+            unicodeString(s, result.text, false);
+            record(out, kString, s);
+        }
+    }
+
     void writeCell(std::string& out, SheetRow& row, SheetCell& cell) {
         switch (cell.type) {
-        case cdtString: writeText(out, row, cell, xfOf(cell, cdtString, 0), cell.string->text(), cell.string); return;
+        case cdtString:
+            writeText(out, row, cell, xfOf(cell, cdtString, 0), cell.string->text(), cell.string);
+            return;
         case cdtFormula: {
-            // The formula's tokens are not written: its result stands in the cell as a value.
-            const CellValue result = CellRef(&sheet_, &row, &cell).formulaResult();
-            writeValue(out, row, cell, result.type == cdtBlank ? CellValue::makeFloat(0) : result);
+            CellValue result = CellRef(&sheet_, &row, &cell).formulaResult();
+            if (result.type == cdtBlank)
+                result = CellValue::makeFloat(0);   // as the grid shows a formula of an empty cell
+            std::optional<std::string> tokens;
+            if (cell.formula->expression) {
+                tokens = formulaTokens(*cell.formula->expression, [this](std::u16string_view name) {
+                    return externSheets_.indexOf(name);
+                });
+            }
+            // A formula outside what is written as tokens keeps its result, as a plain value.
+            if (!tokens)
+                writeValue(out, row, cell, result);
+            else
+                writeFormula(out, row, cell, result, *tokens);
             return;
         }
         default: writeValue(out, row, cell, CellRef(&sheet_, &row, &cell).value()); return;
@@ -378,6 +495,7 @@ private:
     SheetTable& sheet_;
     SharedStrings& strings_;
     CellFormats& formats_;
+    ExternSheets& externSheets_;
     int32_t firstRow_ = 0, lastRow_ = -1, firstColumn_ = INT32_MAX, lastColumn_ = -1;
 };
 
@@ -407,9 +525,11 @@ void writeCellFormats(std::string& out, const CellFormats& formats) {
     xf(0, 0, true, 0);
     for (int i = 1; i < 15; ++i) xf(i <= 2 ? 1 : i <= 4 ? 2 : 0, 0, true, 0xF400);
     xf(0, 0, false, 0);
-    const uint16_t builtinStyleFormats[] = {0x2B, 0x29, 0x2C, 0x2A, 0x09};   // Comma, Comma [0], Currency, Currency [0], Percent
+    const uint16_t builtinStyleFormats[] = {0x2B, 0x29, 0x2C, 0x2A,
+                                            0x09};   // Comma, Comma [0], Currency, Currency [0], Percent
     for (uint16_t format : builtinStyleFormats) xf(5, format, true, 0xF800);
-    for (size_t i = 0; i < formats.codes().size(); ++i) xf(0, uint16_t(kFirstCustomFormat + i), false, 0x0400);
+    for (size_t i = 0; i < formats.codes().size(); ++i)
+        xf(0, uint16_t(kFirstCustomFormat + i), false, 0x0400);
     const uint8_t builtinStyles[][2] = {{0x00, 0}, {0x10, 3}, {0x11, 6}, {0x12, 4}, {0x13, 7}, {0x14, 5}};
     for (const auto& [xfIndex, style] : builtinStyles) {
         Bytes b;
@@ -418,12 +538,14 @@ void writeCellFormats(std::string& out, const CellFormats& formats) {
     }
 }
 
-}  // namespace
+}   // namespace
 
-std::u16string xlsSheetName(std::u16string_view name, int32_t index, const std::vector<std::u16string>& taken) {
+std::u16string xlsSheetName(std::u16string_view name, int32_t index,
+                            const std::vector<std::u16string>& taken) {
     std::u16string base(name);
     for (char16_t& c : base) {
-        if (c == u'[' || c == u']' || c == u':' || c == u'*' || c == u'?' || c == u'/' || c == u'\\') c = u'_';
+        if (c == u'[' || c == u']' || c == u':' || c == u'*' || c == u'?' || c == u'/' || c == u'\\')
+            c = u'_';
     }
     if (!base.empty() && base.front() == u'\'') base.front() = u'_';
     if (!base.empty() && base.back() == u'\'') base.back() = u'_';
@@ -459,12 +581,13 @@ std::u16string xlsSheetName(std::u16string_view name, int32_t index, const std::
 void BiffWriter::Write(Workbook& book, std::string& out) {
     SharedStrings strings;
     CellFormats formats;
+    ExternSheets externSheets(book);
     std::vector<SheetOutput> sheets;
     std::vector<std::u16string> names;
     for (int32_t i = 0; i < book.sheetCount(); ++i) {
         SheetTable& sheet = book.sheet(i);
         names.push_back(xlsSheetName(sheet.name(), i, names));
-        SheetWriter writer(book, sheet, strings, formats);
+        SheetWriter writer(book, sheet, strings, formats, externSheets);
         sheets.push_back({names.back(), writer.write(i == std::max(0, book.activeSheetIndex()))});
     }
 
@@ -474,7 +597,9 @@ void BiffWriter::Write(Workbook& book, std::string& out) {
     record(stream, kBof, bof);
     record(stream, kCodePage, Bytes().u16(1200));   // UTF-16: every text is Unicode
     Bytes window;
-    const int32_t active = book.activeSheetIndex() >= 0 && book.activeSheetIndex() < book.sheetCount() ? book.activeSheetIndex() : 0;
+    const int32_t active = book.activeSheetIndex() >= 0 && book.activeSheetIndex() < book.sheetCount()
+                               ? book.activeSheetIndex()
+                               : 0;
     window.u16(0).u16(0).u16(0x3A5C).u16(0x2328).u16(0x0038).u16(uint16_t(active)).u16(0).u16(1).u16(600);
     record(stream, kWindow1, window);
     record(stream, kDateMode, Bytes().u16(book.settings().date1904 ? 1 : 0));
@@ -487,6 +612,14 @@ void BiffWriter::Write(Workbook& book, std::string& out) {
         unicodeString(b, s.name, true);
         sheetPositions.push_back(stream.size() + 4);
         record(stream, kBoundSheet, b);
+    }
+    if (!externSheets.sheets().empty()) {
+        // One supporting book, this workbook itself, and an entry per sheet formulas name.
+        record(stream, kSupBook, Bytes().u16(uint16_t(sheets.size())).u16(0x0401));
+        Bytes b;
+        b.u16(uint16_t(externSheets.sheets().size()));
+        for (int32_t sheet : externSheets.sheets()) b.u16(0).u16(uint16_t(sheet)).u16(uint16_t(sheet));
+        record(stream, kExternSheet, b);
     }
     strings.write(stream);
     record(stream, kEof, std::string_view());
@@ -504,4 +637,4 @@ void BiffWriter::Write(Workbook& book, std::string& out) {
     out += file.finish();
 }
 
-}  // namespace kes
+}   // namespace kes

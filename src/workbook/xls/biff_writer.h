@@ -22,6 +22,7 @@ public:
 // [ ] : * ? / \, starting or ending with an apostrophe, or equal (any case) to another sheet's.
 // Such characters become "_", long names are cut, and a repeated name gets " (2)", " (3)"...
 // `taken` holds the names given so far.
-std::u16string xlsSheetName(std::u16string_view name, int32_t index, const std::vector<std::u16string>& taken);
+std::u16string xlsSheetName(std::u16string_view name, int32_t index,
+                            const std::vector<std::u16string>& taken);
 
-}  // namespace kes
+}   // namespace kes

@@ -13,7 +13,8 @@ namespace {
 constexpr size_t kSector = 512, kMiniSector = 64, kMiniCutoff = 4096;
 constexpr size_t kEntriesPerSector = kSector / 4;   // allocation table entries
 constexpr size_t kDifatInHeader = 109;
-constexpr uint32_t kEndOfChain = 0xFFFFFFFE, kFree = 0xFFFFFFFF, kFatSector = 0xFFFFFFFD, kDifatSector = 0xFFFFFFFC;
+constexpr uint32_t kEndOfChain = 0xFFFFFFFE, kFree = 0xFFFFFFFF, kFatSector = 0xFFFFFFFD,
+                   kDifatSector = 0xFFFFFFFC;
 constexpr uint32_t kNoStream = 0xFFFFFFFF;
 
 template <class T>
@@ -33,14 +34,14 @@ char16_t upper(char16_t c) {
 
 struct DirectoryEntry {
     std::u16string name;
-    uint8_t type = 0;   // 0 unused, 2 stream, 5 root storage
-    uint8_t color = 1;  // 0 red, 1 black
+    uint8_t type = 0;    // 0 unused, 2 stream, 5 root storage
+    uint8_t color = 1;   // 0 red, 1 black
     uint32_t left = kNoStream, right = kNoStream, child = kNoStream;
     uint32_t start = kEndOfChain;
     uint64_t size = 0;
 };
 
-}  // namespace
+}   // namespace
 
 int compareEntryNames(std::u16string_view a, std::u16string_view b) {
     if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
@@ -55,7 +56,8 @@ void CompoundFileWriter::add(std::u16string name, std::string bytes) {
     if (name.empty() || name.size() > 31 || name.find_first_of(u"/\\:!") != std::u16string::npos)
         throw ECompoundFileError("compound file: a stream name must have 1 to 31 characters and no / \\ : !");
     for (const Stream& s : streams_) {
-        if (compareEntryNames(s.name, name) == 0) throw ECompoundFileError("compound file: two streams of the same name");
+        if (compareEntryNames(s.name, name) == 0)
+            throw ECompoundFileError("compound file: two streams of the same name");
     }
     streams_.push_back({std::move(name), std::move(bytes)});
 }
@@ -64,8 +66,10 @@ std::string CompoundFileWriter::finish() const {
     // The sizes of every area first: the allocation table must cover itself and the DIFAT.
     size_t bigSectors = 0, miniBytes = 0;
     for (const Stream& s : streams_) {
-        if (s.bytes.size() >= kMiniCutoff) bigSectors += sectorsFor(s.bytes.size(), kSector);
-        else miniBytes += sectorsFor(s.bytes.size(), kMiniSector) * kMiniSector;
+        if (s.bytes.size() >= kMiniCutoff)
+            bigSectors += sectorsFor(s.bytes.size(), kSector);
+        else
+            miniBytes += sectorsFor(s.bytes.size(), kMiniSector) * kMiniSector;
     }
     const size_t miniSectors = miniBytes / kMiniSector;
     const size_t miniStreamSectors = sectorsFor(miniBytes, kSector);
@@ -75,13 +79,15 @@ std::string CompoundFileWriter::finish() const {
     size_t fatSectors = 1, difatSectors = 0;
     for (;;) {
         const size_t fat = sectorsFor(content + fatSectors + difatSectors, kEntriesPerSector);
-        const size_t difat = fat > kDifatInHeader ? sectorsFor(fat - kDifatInHeader, kEntriesPerSector - 1) : 0;
+        const size_t difat =
+            fat > kDifatInHeader ? sectorsFor(fat - kDifatInHeader, kEntriesPerSector - 1) : 0;
         if (fat == fatSectors && difat == difatSectors) break;
         fatSectors = std::max(fat, fatSectors);
         difatSectors = std::max(difat, difatSectors);
     }
     const size_t totalSectors = fatSectors + difatSectors + content;
-    if (totalSectors >= kDifatSector) throw ECompoundFileError("compound file: the streams are too large for a compound file");
+    if (totalSectors >= kDifatSector)
+        throw ECompoundFileError("compound file: the streams are too large for a compound file");
 
     std::vector<uint32_t> fat(fatSectors * kEntriesPerSector, kFree);
     uint32_t next = 0;
@@ -133,8 +139,9 @@ std::string CompoundFileWriter::finish() const {
     // has a red child, and the tree is a valid red-black tree as readers check it.
     std::vector<uint32_t> order(streams_.size());
     for (size_t i = 0; i < order.size(); ++i) order[i] = uint32_t(i + 1);
-    std::sort(order.begin(), order.end(),
-              [&](uint32_t a, uint32_t b) { return compareEntryNames(entries[a].name, entries[b].name) < 0; });
+    std::sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
+        return compareEntryNames(entries[a].name, entries[b].name) < 0;
+    });
     int fullDepth = 0;
     while ((size_t(2) << fullDepth) <= order.size()) ++fullDepth;   // floor(log2(n))
     const bool perfect = ((order.size() + 1) & order.size()) == 0;
@@ -163,17 +170,20 @@ std::string CompoundFileWriter::finish() const {
     putAt<uint32_t>(out, 0x40, uint32_t(miniFatSectors));
     putAt<uint32_t>(out, 0x44, firstDifat);
     putAt<uint32_t>(out, 0x48, uint32_t(difatSectors));
-    for (size_t i = 0; i < kDifatInHeader; ++i) putAt<uint32_t>(out, 0x4C + i * 4, i < fatSectors ? uint32_t(i) : kFree);
+    for (size_t i = 0; i < kDifatInHeader; ++i)
+        putAt<uint32_t>(out, 0x4C + i * 4, i < fatSectors ? uint32_t(i) : kFree);
 
     const auto sectorAt = [](uint32_t index) { return (size_t(index) + 1) * kSector; };
-    for (size_t i = 0; i < fat.size(); ++i) putAt<uint32_t>(out, sectorAt(0) + i * 4, fat[i]);   // FAT sectors are 0..n-1
+    for (size_t i = 0; i < fat.size(); ++i)
+        putAt<uint32_t>(out, sectorAt(0) + i * 4, fat[i]);   // FAT sectors are 0..n-1
     for (size_t d = 0; d < difatSectors; ++d) {
         const size_t at = sectorAt(uint32_t(fatSectors + d));
         for (size_t k = 0; k < kEntriesPerSector - 1; ++k) {
             const size_t fatIndex = kDifatInHeader + d * (kEntriesPerSector - 1) + k;
             putAt<uint32_t>(out, at + k * 4, fatIndex < fatSectors ? uint32_t(fatIndex) : kFree);
         }
-        putAt<uint32_t>(out, at + kSector - 4, d + 1 < difatSectors ? uint32_t(fatSectors + d + 1) : kEndOfChain);
+        putAt<uint32_t>(out, at + kSector - 4,
+                        d + 1 < difatSectors ? uint32_t(fatSectors + d + 1) : kEndOfChain);
     }
     for (size_t i = 0; i < entries.size(); ++i) {
         const DirectoryEntry& e = entries[i];
@@ -189,14 +199,17 @@ std::string CompoundFileWriter::finish() const {
         putAt<uint64_t>(out, at + 120, e.size);
     }
     if (miniFatSectors) {
-        for (size_t i = 0; i < miniFat.size(); ++i) putAt<uint32_t>(out, sectorAt(firstMiniFat) + i * 4, miniFat[i]);
+        for (size_t i = 0; i < miniFat.size(); ++i)
+            putAt<uint32_t>(out, sectorAt(firstMiniFat) + i * 4, miniFat[i]);
     }
-    if (!miniStream.empty()) std::memcpy(out.data() + sectorAt(miniStreamStart), miniStream.data(), miniStream.size());
+    if (!miniStream.empty())
+        std::memcpy(out.data() + sectorAt(miniStreamStart), miniStream.data(), miniStream.size());
     for (size_t i = 0; i < streams_.size(); ++i) {
         const Stream& s = streams_[i];
-        if (s.bytes.size() >= kMiniCutoff) std::memcpy(out.data() + sectorAt(entries[i + 1].start), s.bytes.data(), s.bytes.size());
+        if (s.bytes.size() >= kMiniCutoff)
+            std::memcpy(out.data() + sectorAt(entries[i + 1].start), s.bytes.data(), s.bytes.size());
     }
     return out;
 }
 
-}  // namespace kes
+}   // namespace kes
