@@ -116,5 +116,5 @@ TEST(CompoundFileWriter, NamesCompareByLengthThenUpperCaseAndBadNamesAreRefused)
     EXPECT_THROW(writer.add(u"", ""), ECompoundFileError);
 }
 
-}   // namespace
-}   // namespace kes
+}  // namespace
+}  // namespace kes

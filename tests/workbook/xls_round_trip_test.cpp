@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <random>
 
 #include "sheet/cell_formula.h"
 #include "workbook/workbook_errors.h"
@@ -319,5 +320,36 @@ TEST(XlsWriter, FormulasComeBackAsFormulasOrAsTheirResults) {
     }
 }
 
-}   // namespace
-}   // namespace kes
+// Our own files, damaged: every load either succeeds or fails with a reader error, and a failed
+// load leaves the workbook as it was.
+TEST(XlsWriter, DamagedFilesFailCleanly) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    for (int32_t r = 0; r < 40; ++r) {
+        sheet.createCell(r, 0).setString(u"\u54C1\u540D " + std::u16string(size_t(r), u'x'));
+        sheet.createCell(r, 1).setValue(CellValue::makeFloat(r * 1.25));
+        sheet.createCell(r, 2).setFormula(u"=SUM(B1:B2)&A1");
+    }
+    const std::string bytes = saved(book);
+    std::mt19937 random(11);
+    for (int i = 0; i < 300; ++i) {
+        std::string damaged = bytes;
+        if (i % 3 == 0) {
+            damaged.resize(1025 + random() % (bytes.size() - 1025));
+        } else {
+            for (int k = 0; k < 4; ++k) damaged[512 + random() % (damaged.size() - 512)] = char(random());
+        }
+        Workbook target;
+        target.activeSheet()->createCell(0, 0).setString(u"kept");
+        try {
+            load(target, damaged);
+        } catch (const ESpreadSheetReaderError&) {
+            ASSERT_TRUE(target.activeSheet()->getCell(0, 0)) << i;
+            EXPECT_EQ(target.activeSheet()->getCell(0, 0).asString(), u"kept") << i;
+        } catch (const ESpreadSheetFormatError&) {
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kes

@@ -538,7 +538,7 @@ void writeCellFormats(std::string& out, const CellFormats& formats) {
     }
 }
 
-}   // namespace
+}  // namespace
 
 std::u16string xlsSheetName(std::u16string_view name, int32_t index,
                             const std::vector<std::u16string>& taken) {
@@ -637,4 +637,4 @@ void BiffWriter::Write(Workbook& book, std::string& out) {
     out += file.finish();
 }
 
-}   // namespace kes
+}  // namespace kes

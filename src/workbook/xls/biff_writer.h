@@ -25,4 +25,4 @@ public:
 std::u16string xlsSheetName(std::u16string_view name, int32_t index,
                             const std::vector<std::u16string>& taken);
 
-}   // namespace kes
+}  // namespace kes

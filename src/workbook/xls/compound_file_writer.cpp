@@ -41,7 +41,7 @@ struct DirectoryEntry {
     uint64_t size = 0;
 };
 
-}   // namespace
+}  // namespace
 
 int compareEntryNames(std::u16string_view a, std::u16string_view b) {
     if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
@@ -212,4 +212,4 @@ std::string CompoundFileWriter::finish() const {
     return out;
 }
 
-}   // namespace kes
+}  // namespace kes

@@ -30,4 +30,4 @@ private:
 // characters. Negative, zero or positive as for a three-way comparison.
 int compareEntryNames(std::u16string_view a, std::u16string_view b);
 
-}   // namespace kes
+}  // namespace kes

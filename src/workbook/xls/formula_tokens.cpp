@@ -305,7 +305,7 @@ std::u16string numberText(double value) {
     return out;
 }
 
-}   // namespace
+}  // namespace
 
 std::optional<std::string> formulaTokens(const Expression& expression, const ExternSheetOf& externSheet) {
     const std::vector<Node>& nodes = expression.nodes();
@@ -567,4 +567,4 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
     return u'=' + stack.back();
 }
 
-}   // namespace kes
+}  // namespace kes

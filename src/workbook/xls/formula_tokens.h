@@ -30,4 +30,4 @@ std::optional<std::string> formulaTokens(const formula::Expression& expression,
 std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
                                                 const std::vector<std::u16string>& externSheets);
 
-}   // namespace kes
+}  // namespace kes
