@@ -5,6 +5,7 @@
 #include "workbook/xlsx_reader.h"
 #include "workbook/xlsx_writer.h"
 #include "workbook/xls/biff_reader.h"
+#include "workbook/xls/biff_writer.h"
 
 namespace kes {
 namespace {
@@ -48,6 +49,10 @@ bool XLSFormat::CanReadFromStream(ByteStream& stream) const {
 
 SpreadSheetFormat::ReaderFactory XLSFormat::GetReader() const {
     return [] { return std::unique_ptr<SpreadSheetReader>(new BiffReader()); };
+}
+
+SpreadSheetFormat::WriterFactory XLSFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new BiffWriter()); };
 }
 
 SpreadSheetFormat::ReaderFactory CSVFormat::GetReader() const {

@@ -35,6 +35,8 @@ class XLSFormat : public SpreadSheetFormat {
 public:
     bool CanReadFromStream(ByteStream& stream) const override;
     ReaderFactory GetReader() const override;
+    // The same writer for templates: an .xlt differs from an .xls only by its name.
+    WriterFactory GetWriter() const override;
     std::u16string_view GetDescription() const override { return u"Excel 97-2003 Workbook"; }
     std::u16string_view GetExt() const override { return u".xls"; }
 };

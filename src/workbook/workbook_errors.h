@@ -17,6 +17,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A workbook that a writer cannot put into its format, such as a cell beyond the format's last
+// row or column. Raised before any byte is written.
+class ESpreadSheetWriterError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 // A file that cannot be opened or written.
 class EFileError : public std::runtime_error {
 public:

@@ -4,16 +4,19 @@
 Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages). Every cell
 that a producer wrote must come out of `kesprint cells` with the kind and value it was written
 with; every workbook that `kesprint convert` writes must read back in openpyxl with the same
-values. Prints one line per check and "N passed, N failed".
+values, and every .xls it writes must read back in xlrd with the same values and types. Prints
+one line per check and "N passed, N failed".
 """
 import datetime
 import json
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
 
 import openpyxl
+import xlrd
 import xlsxwriter
 
 KESPRINT = sys.argv[1]
@@ -58,7 +61,7 @@ ROWS = [
 ROWS_WITHOUT_BOOLEANS = [r for r in ROWS if not isinstance(r[2], bool)]
 
 
-def make_xlsxwriter(path, date1904, rows=ROWS):
+def make_xlsxwriter(path, date1904, rows=ROWS, extras=False):
     book = xlsxwriter.Workbook(path, {"date_1904": date1904})
     for name in ("First", "第二页", "Third"):
         sheet = book.add_worksheet(name)
@@ -71,6 +74,14 @@ def make_xlsxwriter(path, date1904, rows=ROWS):
                 sheet.write_number(row, col, value)
         sheet.write_datetime(2, 0, datetime.datetime(2026, 11, 22), book.add_format({"num_format": "yyyy-mm-dd"}))
         sheet.write_formula(2, 1, "=C1*2")
+        if extras:
+            sheet.write_formula(2, 2, "=1/0")
+            sheet.write_formula(2, 3, '="a"&"b"')
+            sheet.write_formula(2, 4, "=C1>1")
+            sheet.write_datetime(3, 0, datetime.datetime(2026, 11, 22, 13, 45, 10),
+                                 book.add_format({"num_format": "yyyy/m/d h:mm:ss"}))
+            sheet.write_number(3, 1, 1234.5, book.add_format({"num_format": "#,##0.00"}))
+            sheet.write_string(3, 2, "长文本" * 400)
     book.close()
 
 
@@ -126,6 +137,43 @@ with tempfile.TemporaryDirectory() as folder:
             got = sheet.cell(row=row + 1, column=col + 1).value
             check(got == value, "openpyxl reads %d,%d of ours as %r, wrote %r" % (row, col, got, value))
         check(sheet.cell(row=3, column=2).value == "=C1*2", "formula text %r" % sheet.cell(row=3, column=2).value)
+
+    # Ours as .xls, read by xlrd: every cell our reader sees in the source, with its kind.
+    for date1904 in (False, True):
+        source = os.path.join(folder, "rich-%d.xlsx" % date1904)
+        make_xlsxwriter(source, date1904, extras=True)
+        written = os.path.join(folder, "ours-%d.xls" % date1904)
+        result = subprocess.run([KESPRINT, "convert", source, written], capture_output=True, text=True)
+        check(result.returncode == 0, "convert to .xls: " + result.stderr.strip())
+        expected, _ = cells(source)
+        if result.returncode != 0 or not expected:
+            continue
+        book = xlrd.open_workbook(written, formatting_info=False)
+        check(book.sheet_names() == ["First", "第二页", "Third"], "xls sheet names %r" % book.sheet_names())
+        check(book.datemode == (1 if date1904 else 0), "xls date mode %r" % book.datemode)
+        for (name, row, col), c in sorted(expected.items()):
+            sheet = book.sheet_by_name(name)
+            got = sheet.cell(row, col)
+            kind, value = c["type"], c["value"]
+            where = "xlrd %s!%d,%d: %r for %r" % (name, row, col, got, c)
+            if isinstance(value, bool):
+                check(got.ctype == xlrd.XL_CELL_BOOLEAN and got.value == int(value), where)
+            elif isinstance(value, str) and value.startswith("#") and kind in ("error", "formula") and c["text"] == value:
+                check(got.ctype == xlrd.XL_CELL_ERROR and xlrd.error_text_from_code.get(got.value) == value, where)
+            elif isinstance(value, str):
+                check(got.ctype == xlrd.XL_CELL_TEXT and got.value == value, where)
+            elif c["text"].startswith("2026") or ":" in c["text"]:
+                ok = got.ctype == xlrd.XL_CELL_DATE and got.value == value
+                when = xlrd.xldate.xldate_as_datetime(got.value, book.datemode) if ok else None
+                check(ok and when.year == 2026 and when.month == 11 and when.day == 22, where + " date %r" % when)
+            else:
+                check(got.ctype == xlrd.XL_CELL_NUMBER and got.value == value, where)
+    if shutil.which("soffice"):
+        out = os.path.join(folder, "csv")
+        result = subprocess.run(["soffice", "--headless", "--convert-to", "csv", "--outdir", out,
+                                 os.path.join(folder, "ours-0.xls")], capture_output=True, text=True, timeout=120)
+        check(result.returncode == 0 and os.path.exists(os.path.join(out, "ours-0.csv")),
+              "LibreOffice converts our .xls: " + result.stderr.strip())
 
 print("%d passed, %d failed" % (passed, failed))
 sys.exit(1 if failed else 0)

@@ -1,5 +1,6 @@
 #include "workbook/xls/biff_reader.h"
 
+#include <cmath>
 #include <cstring>
 #include <unordered_map>
 
@@ -8,15 +9,17 @@
 #include "sheet/sheet_bounds.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xls/compound_file.h"
+#include "workbook/xls/formula_tokens.h"
 
 namespace kes {
 namespace {
 
 // Record ids of the file format documentation ([MS-XLS] 2.3).
 enum : uint16_t {
-    kFormula = 0x0006, kEof = 0x000A, kDateMode = 0x0022, kFilePass = 0x002F, kContinue = 0x003C, kBoundSheet = 0x0085,
-    kMulRk = 0x00BD, kXf = 0x00E0, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203, kLabel = 0x0204,
-    kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
+    kFormula = 0x0006, kEof = 0x000A, kExternSheet = 0x0017, kSupBook = 0x01AE, kDateMode = 0x0022,
+    kFilePass = 0x002F, kContinue = 0x003C, kColInfo = 0x007D, kBoundSheet = 0x0085, kMulRk = 0x00BD,
+    kMulBlank = 0x00BE, kXf = 0x00E0, kBlank = 0x0201, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203,
+    kLabel = 0x0204, kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
 };
 
 struct Record {
@@ -166,6 +169,8 @@ public:
         std::unordered_map<uint16_t, std::u16string> formats;
         std::vector<uint16_t> xfFormats;
         std::vector<Sheet> sheets;
+        std::vector<bool> supBooks;
+        std::vector<uint16_t> externSheets;   // the sheet of each entry, 0xFFFF for one elsewhere
         while (records.next(r) && r.id != kEof) {
             switch (r.id) {
             case kFilePass: fail("the workbook is protected with a password");
@@ -181,6 +186,24 @@ public:
                 sheets.push_back({unicodeString(r.data, 6, true, "BOUNDSHEET"), get<uint32_t>(r.data, 0, "BOUNDSHEET"),
                                   get<uint8_t>(r.data, 5, "BOUNDSHEET")});
                 break;
+            case kSupBook:
+                // Only this workbook's own sheets are followed (a SUPBOOK of 4 bytes ending 0x0401).
+                supBooks.push_back(r.data.size() == 4 && get<uint16_t>(r.data, 2, "SUPBOOK") == 0x0401);
+                break;
+            case kExternSheet: {
+                const uint16_t count = get<uint16_t>(r.data, 0, "EXTERNSHEET");
+                std::string data(r.data);
+                for (std::string_view more : r.continues) data += more;
+                for (uint16_t i = 0; i < count; ++i) {
+                    const size_t at = 2 + size_t(i) * 6;
+                    const uint16_t book = get<uint16_t>(data, at, "EXTERNSHEET");
+                    const uint16_t first = get<uint16_t>(data, at + 2, "EXTERNSHEET");
+                    const uint16_t last = get<uint16_t>(data, at + 4, "EXTERNSHEET");
+                    const bool own = book < supBooks.size() && supBooks[book] && first == last;
+                    externSheets.push_back(own ? first : uint16_t(0xFFFF));
+                }
+                break;
+            }
             case kSst: {
                 SegmentReader in(r);
                 in.dword();
@@ -198,6 +221,8 @@ public:
             if (code == u"General") code.clear();
             styles_.push_back(book_.styles().add(CellStyle{code}));
         }
+        for (uint16_t sheet : externSheets)
+            externSheetNames_.push_back(sheet < sheets.size() ? sheets[sheet].name : std::u16string());
         for (const Sheet& s : sheets) {
             if (s.type != 0) continue;   // charts, macro and dialog sheets hold no cells for us
             readSheet(book_.addSheet(s.name), s.position);
@@ -228,6 +253,25 @@ private:
                 const uint32_t index = get<uint32_t>(r.data, 6, "LABELSST");
                 if (index >= strings_.size()) fail("LABELSST index " + std::to_string(index) + " beyond the shared strings");
                 c.setString(strings_[index]);
+                break;
+            }
+            case kBlank: cell(sheet, r.data, "BLANK"); break;
+            case kMulBlank: {
+                const uint16_t row = get<uint16_t>(r.data, 0, "MULBLANK");
+                const uint16_t first = get<uint16_t>(r.data, 2, "MULBLANK");
+                const size_t count = r.data.size() >= 6 ? (r.data.size() - 6) / 2 : 0;
+                for (size_t i = 0; i < count; ++i) {
+                    if (first + i > size_t(kMaxColumn)) fail("MULBLANK runs past the last column");
+                    sheet.createCell(row, int32_t(first + i)).setStyle(style(get<uint16_t>(r.data, 4 + i * 2, "MULBLANK")));
+                }
+                break;
+            }
+            case kColInfo: {
+                // Widths are in 1/256 of the width of "0" in the default font, 7 pixels wide with 5 of padding.
+                const uint16_t first = get<uint16_t>(r.data, 0, "COLINFO"), last = get<uint16_t>(r.data, 2, "COLINFO");
+                const uint16_t width = get<uint16_t>(r.data, 4, "COLINFO");
+                const int pixels = static_cast<int>(std::lround(width / 256.0 * 7 + 5));
+                for (int c = first; c <= std::min<int>(last, 255) && width > 0; ++c) sheet.setColumnWidth(c, pixels);
                 break;
             }
             case kLabel: cell(sheet, r.data, "LABEL").setString(unicodeString(r.data, 6, false, "LABEL")); break;
@@ -269,6 +313,14 @@ private:
                     default: break;
                     }
                 }
+                // The formula itself where its tokens are ones we read; else its result stands.
+                if (r.data.size() >= 22) {
+                    const uint16_t size = get<uint16_t>(r.data, 20, "FORMULA");
+                    if (22 + size_t(size) <= r.data.size()) {
+                        const auto text = formulaFromTokens(r.data.substr(22, size), externSheetNames_);
+                        if (text && c.setFormula(*text)) pendingString = CellRef();
+                    }
+                }
                 break;
             }
             case kString:
@@ -296,6 +348,7 @@ private:
     std::string_view stream_;
     std::vector<std::u16string> strings_;
     std::vector<uint16_t> styles_;
+    std::vector<std::u16string> externSheetNames_;
 };
 
 }  // namespace

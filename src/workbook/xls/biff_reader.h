@@ -1,6 +1,7 @@
 #pragma once
 // The reader of Excel 97-2003 workbooks (.xls, BIFF8): the cells of every worksheet with their
-// values, shared strings split over CONTINUE records, formula results as values, dates by the
+// values, shared strings split over CONTINUE records, formulas by their tokens (of the subset
+// formula_tokens.h reads; the others by their last results), dates by the
 // number formats of their cell formats, the 1904 date system.
 #include "workbook/spreadsheet_format.h"
 

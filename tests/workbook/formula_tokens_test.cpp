@@ -1,0 +1,76 @@
+#include "workbook/xls/formula_tokens.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "sheet/formula/formula_parser.h"
+
+namespace kes {
+namespace {
+
+std::optional<std::string> tokensOf(std::u16string_view text) {
+    const auto expression = formula::parseFormula(text);
+    EXPECT_TRUE(expression) << std::string(text.begin(), text.end());
+    return formulaTokens(*expression, [](std::u16string_view name) -> std::optional<uint16_t> {
+        if (name == u"Data") return 0;
+        return std::nullopt;
+    });
+}
+
+// The bytes Excel itself writes for these formulas: value-class references under operators,
+// reference-class ones as function arguments, tFunc for a fixed count, tFuncVar otherwise.
+TEST(FormulaTokens, WritesTheTokensExcelWrites) {
+    const struct {
+        std::u16string text;
+        std::string tokens;
+    } cases[] = {
+        {u"=A1+1", std::string("\x44\x00\x00\x00\xC0\x1E\x01\x00\x03", 9)},
+        {u"=$B$2", std::string("\x44\x01\x00\x01\x00", 5)},
+        {u"=SUM(A1:B2)", std::string("\x25\x00\x00\x01\x00\x00\xC0\x01\xC0\x42\x01\x04\x00", 13)},
+        {u"=ABS(-2.5)", std::string("\x1F\x00\x00\x00\x00\x00\x00\x04\x40\x13\x41\x18\x00", 13)},
+        {u"=\"ab\"&TRUE", std::string("\x17\x02\x00" "ab" "\x1D\x01\x08", 8)},
+        {u"=Data!C3", std::string("\x5A\x00\x00\x02\x00\x02\xC0", 7)},
+        {u"=#DIV/0!", std::string("\x1C\x07", 2)},
+        {u"=(1)", std::string("\x1E\x01\x00\x15", 4)},
+    };
+    for (const auto& c : cases) {
+        const auto tokens = tokensOf(c.text);
+        ASSERT_TRUE(tokens) << std::string(c.text.begin(), c.text.end());
+        EXPECT_EQ(*tokens, c.tokens) << std::string(c.text.begin(), c.text.end());
+        EXPECT_EQ(formulaFromTokens(*tokens, {u"Data"}), c.text);
+    }
+}
+
+// Tokens Excel writes that ours never do: the SUM shortcut, IF's jumps, spaces, a memory area.
+TEST(FormulaTokens, ReadsExcelsOwnShortcutsAndRefusesWhatItDoesNotKnow) {
+    EXPECT_EQ(formulaFromTokens(std::string("\x25\x00\x00\x01\x00\x00\xC0\x01\xC0\x19\x10\x00\x00", 13), {}),
+              u"=SUM(A1:B2)");
+    EXPECT_EQ(formulaFromTokens(std::string("\x19\x40\x00\x01\x1E\x02\x00", 7), {}), u"=2");
+    EXPECT_EQ(formulaFromTokens(std::string("\x26\x00\x00\x00\x00\x09\x00\x25\x00\x00\x01\x00\x00\xC0\x01\xC0", 16), {}),
+              u"=A1:B2");
+    const std::string refused[] = {
+        std::string("\x03", 1),                          // an operator without operands
+        std::string("\x1E\x01\x00\x1E\x02\x00", 6),      // two values left over
+        std::string("\x1F\x00\x00", 3),                  // a number cut short
+        std::string("\x23\x01\x00\x00\x00", 5),          // a defined name
+        std::string("\x01\x00\x00\x00\x00", 5),          // a shared formula
+        std::string("\x41\xFF\x00", 3),                  // an add-in function
+        std::string("\x1E\x01\x00\x41\x02\x00", 6),      // ISNA, which the grid does not compute
+        std::string("\x5A\x03\x00\x00\x00\x00\xC0", 7),  // an EXTERNSHEET entry that is no sheet
+        std::string(),
+    };
+    for (const std::string& tokens : refused) EXPECT_FALSE(formulaFromTokens(tokens, {u"Data"})) << tokens.size();
+}
+
+TEST(FormulaTokens, ArbitraryBytesNeverCrash) {
+    std::mt19937 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        std::string tokens(random() % 24, '\0');
+        for (char& c : tokens) c = char(random() % 4 == 0 ? 0x19 + random() % 0x44 : random());
+        (void)formulaFromTokens(tokens, {u"A", u""});
+    }
+}
+
+}  // namespace
+}  // namespace kes

@@ -1,0 +1,355 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "sheet/cell_formula.h"
+#include "workbook/workbook_errors.h"
+#include "workbook/workbook_files.h"
+#include "workbook/xls/biff_writer.h"
+#include "workbook/xls/compound_file.h"
+
+namespace kes {
+namespace {
+
+const SpreadSheetFormat& xls() { return *SpreadSheetFormatsRepository::instance().Find(u"a.xls"); }
+
+std::string saved(Workbook& book, const SpreadSheetFormat& format = xls()) {
+    std::string bytes;
+    SaveToStream(book, bytes, &format);
+    return bytes;
+}
+
+void load(Workbook& book, const std::string& bytes) {
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream);   // by content: the file must be taken for an .xls
+}
+
+// The record ids of the workbook stream, in order.
+std::vector<uint16_t> recordIds(const std::string& file) {
+    const std::string stream = *CompoundFile(file).stream(u"Workbook");
+    std::vector<uint16_t> ids;
+    for (size_t at = 0; at + 4 <= stream.size();) {
+        uint16_t id, size;
+        std::memcpy(&id, stream.data() + at, 2);
+        std::memcpy(&size, stream.data() + at + 2, 2);
+        EXPECT_LE(size, 8224);
+        ids.push_back(id);
+        at += 4 + size_t(size);
+    }
+    return ids;
+}
+
+std::u16string chinese(size_t length, char16_t from) {
+    std::u16string text;
+    for (size_t i = 0; i < length; ++i) text += char16_t(from + i % 500);
+    return text;
+}
+
+// Every value kind comes back with its value and the text the grid shows, in both date systems.
+TEST(XlsWriter, EveryValueKindComesBackAsTheGridShowsIt) {
+    for (bool date1904 : {false, true}) {
+        Workbook book;
+        FormatSettings settings = book.settings();
+        settings.date1904 = date1904;
+        book.setSettings(settings);
+        SheetTable& sheet = *book.activeSheet();
+        sheet.setName(u"Values");
+        const std::u16string typed[] = {
+            u"\u54C1\u540D",
+            u"0012345",
+            u"6901234567890",
+            u"12.5",
+            u"-0.001",
+            u"1E+300",
+            u"TRUE",
+            u"FALSE",
+            u"#NULL!",
+            u"#DIV/0!",
+            u"#VALUE!",
+            u"#REF!",
+            u"#NAME?",
+            u"#NUM!",
+            u"#N/A",
+            u"2026-11-22",
+            u"2026-11-22 13:45:10",
+            u"13:45",
+            u"\u00A51,234.5",
+            u"-\u00A50.25",
+            u"=C1*2",
+            u"=\"a\"&\"b\"",
+            u"=1/0",
+            u"=1>2",
+            u"",
+            u"  spaced  ",
+            u"line1\nline2",
+        };
+        for (int32_t i = 0; i < int32_t(std::size(typed)); ++i) sheet.createCell(i, 2).setText(typed[i], 1);
+        sheet.createCell(0, 0).setValue(CellValue::makeInteger(-42));
+        sheet.createCell(1, 0).setValue(CellValue::makeInteger(600000000));   // beyond an RK integer
+        sheet.createCell(2, 0).setValue(CellValue::makeFloat(0.1));
+        CellRef styled = sheet.createCell(3, 0);
+        styled.setValue(CellValue::makeFloat(46348.5));
+        styled.setStyle(book.styles().add(CellStyle{u"yyyy-mm-dd hh:mm"}));
+        sheet.createCell(4, 0).setStyle(book.styles().add(CellStyle{u"@"}));   // a style and no value
+        sheet.createCell(5, 255).setString(u"last column");
+        sheet.createCell(65535, 1).setString(u"last row");
+        sheet.setColumnWidth(2, 180);
+        sheet.setColumnWidth(3, 40);
+
+        Workbook loaded;
+        load(loaded, saved(book));
+        EXPECT_EQ(loaded.settings().date1904, date1904);
+        SheetTable& back = loaded.sheet(0);
+        EXPECT_EQ(back.name(), u"Values");
+        for (SheetRow* row = sheet.rows().first(); row; row = row->next) {
+            for (SheetCell* c = row->cells.first(); c; c = c->next) {
+                const CellRef ours = sheet.getCell(row->index, c->index),
+                              theirs = back.getCell(row->index, c->index);
+                ASSERT_TRUE(theirs) << row->index << "," << c->index;
+                EXPECT_EQ(theirs.displayText(), ours.displayText()) << row->index << "," << c->index;
+                EXPECT_EQ(theirs.asFloat(), ours.isNumeric() ? ours.asFloat() : theirs.asFloat())
+                    << row->index;
+                // Dates and money left General in the grid get a format that shows them so.
+                if (ours.dataType() == cdtDateTime || ours.dataType() == cdtCurrency) {
+                    EXPECT_FALSE(theirs.numberFormat().empty());
+                } else if (ours.dataType() != cdtFormula) {
+                    EXPECT_EQ(theirs.numberFormat(), ours.numberFormat());
+                }
+            }
+        }
+        EXPECT_EQ(back.getCell(4, 0).dataType(), cdtBlank);
+        EXPECT_EQ(back.getCell(4, 0).numberFormat(), u"@");
+        EXPECT_EQ(back.getCell(0, 2).dataType(), cdtString);
+        EXPECT_EQ(back.getCell(6, 2).dataType(), cdtBoolean);
+        EXPECT_EQ(back.getCell(13, 2).dataType(), cdtError);
+        EXPECT_EQ(back.getCell(15, 2).asFloat(), date1904 ? 46348.0 - 1462 : 46348.0);
+        EXPECT_EQ(back.columnWidth(2), 180);
+        EXPECT_EQ(back.columnWidth(3), 40);
+        EXPECT_EQ(back.columnWidth(4), back.defaultColumnWidth);
+    }
+}
+
+TEST(XlsWriter, SheetsKeepTheirOrderNamesAndActiveSheet) {
+    Workbook book;
+    book.activeSheet()->setName(u"First");
+    book.addSheet(u"\u7B2C\u4E8C\u9875").createCell(0, 0).setString(u"\u54C1\u540D");
+    book.addSheet(u"Third").createCell(3, 3).setValue(CellValue::makeFloat(3));
+    book.setActiveSheetIndex(1);
+    const std::string xlsBytes = saved(book);
+    const std::string xltBytes = saved(book, *SpreadSheetFormatsRepository::instance().Find(u"a.xlt"));
+    EXPECT_EQ(xltBytes, xlsBytes);
+    Workbook loaded;
+    load(loaded, xlsBytes);
+    ASSERT_EQ(loaded.sheetCount(), 3);
+    EXPECT_EQ(loaded.sheet(0).name(), u"First");
+    EXPECT_EQ(loaded.sheet(1).name(), u"\u7B2C\u4E8C\u9875");
+    EXPECT_EQ(loaded.sheet(2).name(), u"Third");
+    EXPECT_EQ(loaded.sheet(1).getCell(0, 0).asString(), u"\u54C1\u540D");
+    EXPECT_EQ(loaded.sheet(2).getCell(3, 3).asFloat(), 3.0);
+    EXPECT_FALSE(loaded.sheet(0).getCell(0, 0));
+}
+
+TEST(XlsWriter, SheetNamesExcelRefusesAreMadeValidAndUnique) {
+    const struct {
+        std::u16string name;
+        std::u16string expected;
+    } cases[] = {
+        {u"Plain", u"Plain"},
+        {u"a[b]c:d*e?f/g\\h", u"a_b_c_d_e_f_g_h"},
+        {u"'quoted'", u"_quoted_"},
+        {u"", u"Sheet4"},
+        {u"0123456789012345678901234567890123456789", u"0123456789012345678901234567890"},
+        {u"plain", u"plain (2)"},
+        {u"PLAIN", u"PLAIN (3)"},
+        {u"0123456789012345678901234567890XYZ", u"012345678901234567890123456 (2)"},
+    };
+    std::vector<std::u16string> taken;
+    for (const auto& c : cases) {
+        const std::u16string name = xlsSheetName(c.name, 3, taken);
+        EXPECT_EQ(name, c.expected);
+        EXPECT_LE(name.size(), 31u);
+        taken.push_back(name);
+    }
+}
+
+// 10,000 different texts, long Chinese ones among them, fill several CONTINUE records; texts
+// that cross a record boundary must come back whole.
+TEST(XlsWriter, ALargeStringTableSplitsIntoContinueRecordsAndReadsBack) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    std::vector<std::u16string> texts;
+    for (int i = 0; i < 10000; ++i) {
+        std::u16string text;
+        if (i % 97 == 0)
+            text = chinese(3000 + size_t(i % 13), u'\u4E00');
+        else if (i % 5 == 0)
+            text = u"Latin-1 caf\u00E9 " + std::u16string(size_t(i % 300), u'z');
+        else
+            text =
+                u"label " + std::u16string(1, char16_t(u'0' + i % 10)) + std::u16string(size_t(i % 40), u'x');
+        text += char16_t(u'A' + i % 26);
+        text += char16_t(0x3000 + i / 26 % 1000);
+        texts.push_back(text);
+        sheet.createCell(i, 0).setString(text);
+    }
+    const std::string bytes = saved(book);
+    const std::vector<uint16_t> ids = recordIds(bytes);
+    EXPECT_GT(std::count(ids.begin(), ids.end(), uint16_t(0x003C)), 10) << "CONTINUE records";
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), uint16_t(0x00FF)), 1) << "EXTSST";
+    Workbook loaded;
+    load(loaded, bytes);
+    for (int i = 0; i < 10000; ++i)
+        ASSERT_EQ(loaded.sheet(0).getCell(i, 0).asString(), texts[size_t(i)]) << i;
+}
+
+// Enough cells over several sheets for a file of many allocation table sectors.
+TEST(XlsWriter, AWorkbookOfManyRowsOverSeveralSheetsReadsBack) {
+    Workbook book;
+    book.addSheet(u"Two");
+    book.addSheet(u"Three");
+    for (int32_t s = 0; s < 3; ++s) {
+        SheetTable& sheet = book.sheet(s);
+        for (int32_t r = 0; r < 25000; ++r) {
+            sheet.createCell(r, 0).setValue(CellValue::makeInteger(r * 3 + s));
+            sheet.createCell(r, 1).setValue(CellValue::makeFloat(r + 0.1 * s));
+        }
+    }
+    const std::string bytes = saved(book);
+    uint32_t fatSectors;
+    std::memcpy(&fatSectors, bytes.data() + 0x2C, 4);
+    EXPECT_GT(fatSectors, 10u);
+    Workbook loaded;
+    load(loaded, bytes);
+    for (int32_t s = 0; s < 3; ++s) {
+        for (int32_t r = 0; r < 25000; r += 997) {
+            EXPECT_EQ(loaded.sheet(s).getCell(r, 0).asFloat(), double(r * 3 + s));
+            EXPECT_EQ(loaded.sheet(s).getCell(r, 1).asFloat(), r + 0.1 * s);
+        }
+        EXPECT_EQ(loaded.sheet(s).getCell(24999, 1).asFloat(), 24999 + 0.1 * s);
+    }
+}
+
+// A cell the format cannot hold fails the save with the limit in its message; nothing is written.
+TEST(XlsWriter, CellsBeyondTheFormatsLimitsFailTheSaveAndWriteNothing) {
+    const struct {
+        int32_t row, column;
+        const char* cell;
+    } cases[] = {{65536, 0, "A65537"}, {0, 256, "IW1"}, {1048575, 16383, "XFD1048576"}};
+    for (const auto& c : cases) {
+        Workbook book;
+        book.activeSheet()->createCell(0, 0).setString(u"kept");
+        book.addSheet(u"Big").createCell(c.row, c.column).setValue(CellValue::makeFloat(1));
+        std::string out = "before";
+        try {
+            SaveToStream(book, out, &xls());
+            ADD_FAILURE() << c.cell << " was saved";
+        } catch (const ESpreadSheetWriterError& e) {
+            const std::string message = e.what();
+            EXPECT_NE(message.find(c.cell), std::string::npos) << message;
+            EXPECT_NE(message.find("65,536 rows and 256 columns"), std::string::npos) << message;
+            EXPECT_NE(message.find("\"Big\""), std::string::npos) << message;
+        }
+        EXPECT_EQ(out, "before");
+    }
+    Workbook book;
+    book.activeSheet()->createCell(0, 0).setString(std::u16string(32768, u'x'));
+    std::string out;
+    EXPECT_THROW(SaveToStream(book, out, &xls()), ESpreadSheetWriterError);
+    EXPECT_TRUE(out.empty());
+}
+
+// Formulas of the written subset come back as the same formulas; the others as their results.
+TEST(XlsWriter, FormulasComeBackAsFormulasOrAsTheirResults) {
+    const struct {
+        std::u16string text;
+        bool asFormula;
+    } cases[] = {
+        {u"=A1+B1*2-C1/4", true},
+        {u"=(A1+B1)*-C1^2%", true},
+        {u"=SUM(A1:C1)", true},
+        {u"=SUM($A$1:C$1,A1,5)", true},
+        {u"=IF(A1>1,\"big\",\"small \"\"q\"\"\")", true},
+        {u"=A1&\"\u54C1\u540D\"&TRUE", true},
+        {u"=VLOOKUP(2,A1:C3,2,FALSE)", true},
+        {u"=ROUND(AVERAGE(A1:C1),2)+MAX(A1:A3)+MIN(1,2)+COUNT(A:A)+COUNTA(1:1)", true},
+        {u"=LEN(UPPER(LEFT(\"abc\",2)))+MID(\"abcd\",2,2)", true},   // #VALUE! as its result
+        {u"=DATE(2026,11,22)+TODAY()*0", true},
+        {u"=1/0", true},
+        {u"=#N/A", true},
+        {u"=1.5E+300*2", true},
+        {u"=A1<>B1", true},
+        {u"=Data!B2*2", true},
+        {u"=\u7B2C\u4E8C\u9875!A1&\"x\"", true},
+        {u"='My ''Sheet'' A'!A1+1", true},
+        {u"=SUM(Data!A1:B3)", true},
+        {u"=IFERROR(1/0,7)", false},   // no function of Excel 97
+        {u"=XLOOKUP(1,A1:A3,B1:B3)", false},
+        {u"=SUM((A1,B1))", false},       // a union
+        {u"=SUM(A1:B1 B1:C1)", false},   // an intersection
+        {u"=A70000", false},             // beyond the rows of the format
+        {u"=Missing!A1", false},
+    };
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    sheet.createCell(0, 0).setValue(CellValue::makeFloat(1.5));
+    sheet.createCell(0, 1).setValue(CellValue::makeFloat(2));
+    sheet.createCell(0, 2).setValue(CellValue::makeFloat(4));
+    sheet.createCell(1, 0).setValue(CellValue::makeFloat(2));
+    sheet.createCell(1, 1).setString(u"two");
+    SheetTable& data = book.addSheet(u"Data");
+    data.createCell(1, 1).setValue(CellValue::makeFloat(21));
+    book.addSheet(u"\u7B2C\u4E8C\u9875").createCell(0, 0).setString(u"\u54C1");
+    book.addSheet(u"My 'Sheet' A").createCell(0, 0).setValue(CellValue::makeFloat(8));
+    for (size_t i = 0; i < std::size(cases); ++i)
+        ASSERT_TRUE(sheet.createCell(int32_t(10 + i), 0).setFormula(cases[i].text)) << i;
+
+    Workbook loaded;
+    load(loaded, saved(book));
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        const CellRef ours = sheet.getCell(int32_t(10 + i), 0),
+                      theirs = loaded.sheet(0).getCell(int32_t(10 + i), 0);
+        ASSERT_TRUE(theirs) << i;
+        EXPECT_EQ(theirs.displayText(), ours.displayText()) << i;
+        if (!cases[i].asFormula) {
+            EXPECT_NE(theirs.dataType(), cdtFormula) << i;
+            continue;
+        }
+        ASSERT_EQ(theirs.dataType(), cdtFormula) << i;
+        EXPECT_EQ(theirs.formulaText(), ours.formulaText()) << i;
+    }
+}
+
+// Our own files, damaged: every load either succeeds or fails with a reader error, and a failed
+// load leaves the workbook as it was.
+TEST(XlsWriter, DamagedFilesFailCleanly) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    for (int32_t r = 0; r < 40; ++r) {
+        sheet.createCell(r, 0).setString(u"\u54C1\u540D " + std::u16string(size_t(r), u'x'));
+        sheet.createCell(r, 1).setValue(CellValue::makeFloat(r * 1.25));
+        sheet.createCell(r, 2).setFormula(u"=SUM(B1:B2)&A1");
+    }
+    const std::string bytes = saved(book);
+    std::mt19937 random(11);
+    for (int i = 0; i < 300; ++i) {
+        std::string damaged = bytes;
+        if (i % 3 == 0) {
+            damaged.resize(1025 + random() % (bytes.size() - 1025));
+        } else {
+            for (int k = 0; k < 4; ++k) damaged[512 + random() % (damaged.size() - 512)] = char(random());
+        }
+        Workbook target;
+        target.activeSheet()->createCell(0, 0).setString(u"kept");
+        try {
+            load(target, damaged);
+        } catch (const ESpreadSheetReaderError&) {
+            ASSERT_TRUE(target.activeSheet()->getCell(0, 0)) << i;
+            EXPECT_EQ(target.activeSheet()->getCell(0, 0).asString(), u"kept") << i;
+        } catch (const ESpreadSheetFormatError&) {
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kes
