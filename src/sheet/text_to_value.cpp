@@ -243,7 +243,9 @@ std::optional<CellValue> textToValue(std::u16string_view text, const FormatSetti
     if (equalsIgnoringCase(text, u"True")) return CellValue::makeBoolean(true);
     if (equalsIgnoringCase(text, u"False")) return CellValue::makeBoolean(false);
     if (auto serial = readDateTime(text, settings, currentYear)) {
-        return CellValue::makeDateTime(settings.date1904 ? *serial - 1462 : *serial);
+        // A time alone is a fraction of a day in either date system.
+        const bool shift = settings.date1904 && *serial >= 1;
+        return CellValue::makeDateTime(shift ? *serial - 1462 : *serial);
     }
     return std::nullopt;
 }

@@ -112,6 +112,9 @@ TEST_F(CellText, DateSerialsFollowTheSpreadsheetCalendar) {
     const CellRef cell = set(u"2026/11/22", 0);
     EXPECT_EQ(cell.asFloat(), 46348.0 - 1462);
     EXPECT_EQ(cell.displayText(), u"2026/11/22");
+    const CellRef time = set(u"13:45", 0);   // a time alone is a fraction of a day in both systems
+    EXPECT_NEAR(time.asFloat(), 0.572917, 1e-6);
+    EXPECT_EQ(time.displayText(), u"13:45:00");
 }
 
 TEST_F(CellText, DisplayShowsLabelValuesAsTyped) {

@@ -94,7 +94,7 @@ std::u16string expandPattern(std::u16string_view pattern, const Date& date, int 
 }
 
 std::u16string dateTimeText(double serial, const FormatSettings& settings) {
-    if (settings.date1904) serial += 1462;
+    if (settings.date1904 && serial >= 1) serial += 1462;   // a time alone has no date to shift
     if (serial < 0 || serial >= kLastSerial) return u"########";
     int64_t days = static_cast<int64_t>(std::floor(serial));
     int64_t seconds = std::llround((serial - double(days)) * 86400.0);

@@ -259,8 +259,7 @@ private:
 // The format of a date or money value whose own style leaves it General, chosen so that the
 // cell shows what it shows in the grid: the date, the time of day, or both.
 std::u16string dateFormatOf(double serial, const FormatSettings& settings) {
-    if (settings.date1904)
-        serial += 1462;   // a time of day alone is day 0 of the 1900 count, as the grid shows it
+    if (settings.date1904 && serial >= 1) serial += 1462;   // a time alone has no date, as the grid shows it
     const double days = std::floor(serial);
     const double seconds = std::round((serial - days) * 86400.0);
     if (seconds == 0 || seconds == 86400) return settings.shortDateFormat;
