@@ -26,6 +26,7 @@ win64: deps
 test: native win32 win64
 	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
 	@/usr/bin/python3 tests/interop/interop.py $(NATIVE)/bin/kesprint
+	@/usr/bin/python3 tests/interop/formula_oracle.py $(NATIVE)/bin/kesprint
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh
 

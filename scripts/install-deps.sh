@@ -7,7 +7,8 @@ packages=(
   gcc-mingw-w64-i686-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64
   libz-mingw-w64-dev
   wine wine64 xvfb xauth x11-apps fonts-wqy-microhei
-  python3 python3-openpyxl python3-xlsxwriter python3-xlrd
+  python3 python3-openpyxl python3-xlsxwriter
+  libreoffice-calc-nogui python3-xlrd
 )
 missing=()
 for p in "${packages[@]}"; do

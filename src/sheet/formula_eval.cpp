@@ -192,6 +192,44 @@ private:
         return p < q ? -1 : p > q ? 1 : 0;
     }
 
+    // Excel's wildcards in a text looked for: * any run, ? one character, ~ the next literally;
+    // ASCII case ignored.
+    static bool wildcardMatch(std::u16string_view text, std::u16string_view pattern) {
+        const auto fold = [](char16_t c) { return c >= u'a' && c <= u'z' ? char16_t(c - 32) : c; };
+        size_t t = 0, p = 0, starPattern = std::u16string_view::npos, starText = 0;
+        while (t < text.size()) {
+            if (p < pattern.size() && pattern[p] == u'*') {
+                starPattern = ++p;
+                starText = t;
+                continue;
+            }
+            if (p < pattern.size()) {
+                const bool escaped = pattern[p] == u'~' && p + 1 < pattern.size();
+                const char16_t want = escaped ? pattern[p + 1] : pattern[p];
+                if ((!escaped && want == u'?') || fold(want) == fold(text[t])) {
+                    p += escaped ? 2 : 1;
+                    ++t;
+                    continue;
+                }
+            }
+            if (starPattern == std::u16string_view::npos) return false;
+            p = starPattern;   // let the last * take one more character
+            t = ++starText;
+        }
+        while (p < pattern.size() && pattern[p] == u'*') ++p;
+        return p == pattern.size();
+    }
+
+    static bool hasWildcards(const CellValue& v) {
+        return v.type == cdtString && v.text.find_first_of(u"*?~") != std::u16string::npos;
+    }
+
+    // An exact match as the lookups make it: by value, or by wildcard for a text key.
+    static bool exactMatch(const CellValue& candidate, const CellValue& key) {
+        if (hasWildcards(key)) return candidate.type == cdtString && wildcardMatch(candidate.text, key.text);
+        return candidate.type != cdtBlank && compare(candidate, key) == 0;
+    }
+
     Value function(const Node& node, uint32_t index) {
         const std::u16string name = upper(e_.text(node.text));
         const std::u16string_view bare = std::u16string_view(name).starts_with(u"_XLFN.") ? std::u16string_view(name).substr(6) : std::u16string_view(name);
@@ -398,7 +436,22 @@ private:
             if (bare == u"HOUR") return number(double(seconds % 86400 / 3600));
             if (bare == u"MINUTE") return number(double(seconds % 3600 / 60));
             if (bare == u"SECOND") return number(double(seconds % 60));
-            if (bare == u"WEEKDAY") return number(double((days + 6) % 7 + 1));   // 1 for Sunday
+            if (bare == u"WEEKDAY") {
+                double type = 1;
+                if (n == 2) {
+                    if (auto e = numberArg(1, type)) return *e;
+                }
+                // The day counted as first and the number it gets: 1 Sunday=1, 2 Monday=1,
+                // 3 Monday=0, 11-17 Monday=1 to Sunday=1.
+                int first, base = 1;
+                if (type == 1) first = 0;
+                else if (type == 2) first = 1;
+                else if (type == 3) first = 1, base = 0;
+                else if (type >= 11 && type <= 17 && type == std::floor(type)) first = (int(type) - 10) % 7;
+                else return error(ecNUM);
+                const int sunday0 = int((days + 6) % 7);   // serial 1, 1900-01-01, was a Sunday
+                return number(double((sunday0 - first + 7) % 7 + base));
+            }
             const Date date = dateOfSerial(days);
             return number(bare == u"YEAR" ? date.year : bare == u"MONTH" ? date.month : date.day);
         }
@@ -516,12 +569,19 @@ private:
             for (int32_t i = 0; i < count; ++i) {
                 const CellValue candidate = vertical ? cellValue(*table.sheet, table.area.top + i, table.area.left)
                                                      : cellValue(*table.sheet, table.area.top, table.area.left + i);
+                if (exact) {
+                    if (exactMatch(candidate, key)) {
+                        found = i;
+                        break;
+                    }
+                    continue;
+                }
                 const int order = compare(candidate, key);
                 if (order == 0) {
                     found = i;
                     break;
                 }
-                if (!exact && order < 0 && candidate.type == key.type) found = i;
+                if (order < 0 && candidate.type == key.type) found = i;
             }
             if (found < 0) return error(ecNA);
             const int32_t offset = int32_t(index) - 1;
@@ -530,15 +590,32 @@ private:
         }
         if (bare == u"MATCH" && (n == 2 || n == 3)) {
             const CellValue key = single(arg(0)).single;
+            if (key.type == cdtError) return {key};
             const Value list = arg(1);
             if (!list.isRange) return error(ecNA);
-            const bool column = list.area.left == list.area.right;
-            const int32_t count = column ? std::min(list.area.bottom, lastUsedRow(*list.sheet)) - list.area.top + 1 : list.area.right - list.area.left + 1;
-            for (int32_t i = 0; i < count; ++i) {
-                const CellValue v = column ? cellValue(*list.sheet, list.area.top + i, list.area.left) : cellValue(*list.sheet, list.area.top, list.area.left + i);
-                if (compare(v, key) == 0) return number(double(i) + 1);
+            double type = 1;   // the largest value not above the key, in a list sorted ascending
+            if (n == 3) {
+                if (auto e = numberArg(2, type)) return *e;
             }
-            return error(ecNA);
+            const bool column = list.area.left == list.area.right;
+            const int32_t count = column ? std::min(list.area.bottom, lastUsedRow(*list.sheet)) - list.area.top + 1
+                                         : list.area.right - list.area.left + 1;
+            int32_t found = -1;
+            for (int32_t i = 0; i < count; ++i) {
+                const CellValue v = column ? cellValue(*list.sheet, list.area.top + i, list.area.left)
+                                           : cellValue(*list.sheet, list.area.top, list.area.left + i);
+                if (type == 0) {
+                    if (exactMatch(v, key)) return number(double(i) + 1);
+                    continue;
+                }
+                if (v.type == cdtBlank || (v.type == cdtString) != (key.type == cdtString)) continue;
+                const int order = compare(v, key);
+                if (type > 0 ? order > 0 : order < 0) break;   // past the key in a sorted list
+                found = i;
+                if (order == 0 && type > 0) continue;          // the last of equal values
+                if (order == 0) break;
+            }
+            return found < 0 ? error(ecNA) : number(double(found) + 1);
         }
         if (bare == u"INDEX" && (n == 2 || n == 3)) {
             const Value table = arg(0);
@@ -652,6 +729,9 @@ private:
         if (auto parsed = textToValue(c, FormatSettings{}); parsed && parsed->type != cdtBlank) target = *parsed;
         if (v.type == cdtBlank) return op == 1 ? !c.empty() : (op == 0 && c.empty());
         if ((target.type == cdtString) != (v.type == cdtString) && op != 1) return false;
+        if ((op == 0 || op == 1) && hasWildcards(target)) {
+            return (v.type == cdtString && wildcardMatch(v.text, target.text)) == (op == 0);
+        }
         const int order = compare(v, target);
         switch (op) {
         case 1: return order != 0;

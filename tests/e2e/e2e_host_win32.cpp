@@ -34,7 +34,16 @@ void check(bool ok, const std::string& what) {
 
 void cases();
 
+// Posted to the host window after the input of a step: the thread handles posted messages in
+// order, so when this one is handled, so is everything posted before it.
+constexpr UINT kDrained = WM_APP + 1;
+HANDLE drained = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+
 LRESULT CALLBACK hostProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == kDrained) {
+        SetEvent(drained);
+        return 0;
+    }
     if (message == WM_TIMER) {   // as a real host does, the entry is called from a handler
         KillTimer(window, 1);
         cases();
@@ -110,10 +119,14 @@ HWND childWithText(HWND parent, const std::wstring& text) {
     return search.found;
 }
 
-// Waits for the UI thread to have handled what was posted to it. A sent message overtakes
-// posted ones, so the wait comes first and the sent WM_NULL only makes sure the thread is idle.
+// Waits for the UI thread to have handled what was posted to it, and what that posted in turn.
+// A sent message would overtake posted ones, so the marker is posted behind them.
 void settle(HWND form) {
-    Sleep(250);
+    for (int round = 0; round < 2; ++round) {
+        Sleep(50);
+        PostMessageW(hostWindow, kDrained, 0, 0);
+        WaitForSingleObject(drained, 10000);
+    }
     DWORD_PTR result;
     SendMessageTimeoutW(form, WM_NULL, 0, 0, SMTO_BLOCK, 5000, &result);
 }

@@ -94,6 +94,15 @@ TEST_F(FormulaEval, LooksUpDatesTextsAndTables) {
         {u"=COUNTIF(E1:E3,\"A-1\")", u"1"},
         {u"=YEAR(46348)&\"/\"&MONTH(46348)&\"/\"&DAY(46348)", u"2026/11/22"},
         {u"=WEEKDAY(46348)", u"1"},
+        {u"=WEEKDAY(46348,2)&WEEKDAY(46348,3)&WEEKDAY(46348,17)&WEEKDAY(46348,12)", u"7616"},
+        {u"=WEEKDAY(46348,4)", u"#NUM!"},
+        {u"=COUNTIF(E1:E3,\"?-*\")", u"3"},           // wildcards, case ignored
+        {u"=COUNTIF(E1:E3,\"<>a*\")", u"2"},
+        {u"=COUNTIF(E1:E3,\"~?-1\")", u"0"},          // ~ takes the next character literally
+        {u"=VLOOKUP(\"*3\",E1:F3,2,FALSE)", u"30"},
+        {u"=MATCH(\"b*\",E1:E3,0)", u"2"},
+        {u"=MATCH(25,F1:F3)", u"2"},                    // the largest not above, in a sorted list
+        {u"=MATCH(5,F1:F3,1)", u"#N/A"},
         {u"=HOUR(0.75)+MINUTE(0.75)", u"18"},
         {u"=TEXT(EDATE(46348,3),\"yyyy-mm-dd\")", u"2027-02-22"},
         {u"=TEXT(EOMONTH(46348,0),\"yyyy-mm-dd\")", u"2026-11-30"},
