@@ -7,7 +7,11 @@ ignores, evaluate every formula ourselves and compare our display text with the 
 LibreOffice stored (read by openpyxl): numbers by value, booleans and texts as shown.
 
 Where we follow Excel rather than LibreOffice, the formula is listed in EXCEL_DIFFERS with the
-reason, and its row is skipped. Skipped entirely, with a note, when soffice is not installed.
+reason, and its row is skipped.
+
+The same run checks the number-format table (tests/sheet/format/format_oracle.tsv) through
+LibreOffice's TEXT(value, code): where LibreOffice and ssf show the same text, ours must show it
+too, unless the table marks the row as one where we follow Excel over both. Skipped entirely, with a note, when soffice is not installed.
 Prints one line per failure and "N passed, N failed".
 """
 import csv
@@ -21,6 +25,7 @@ import tempfile
 import openpyxl
 
 KESPRINT = sys.argv[1]
+FORMAT_TABLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "sheet", "format", "format_oracle.tsv")
 
 # Inputs at A1:D6, as a label sheet holds them: names, codes, quantities, prices, dates.
 INPUTS = [
@@ -99,6 +104,24 @@ def same(ours, theirs):
     return ours == ("" if theirs is None else str(theirs))
 
 
+def format_rows():
+    """(code, value, our text, ssf's text, marked as Excel's) for the plain numbers of the table."""
+    rows = []
+    with open(FORMAT_TABLE, encoding="utf-8") as f:
+        for line in f:
+            line = line.rstrip("\n")
+            if not line or line.startswith("//"):
+                continue
+            code, value, expected, source = (line.split("\t") + ["", "", "", ""])[:4]
+            if code.startswith("#") or value.startswith(("t:", "1904:")):
+                continue
+            ssf = expected
+            if source.startswith("excel:") and "ssf shows \u00ab" in source:
+                ssf = source.split("ssf shows \u00ab", 1)[1].rsplit("\u00bb", 1)[0]
+            rows.append((code, value, expected, ssf, source.startswith("excel:")))
+    return rows
+
+
 passed = failed = 0
 if not shutil.which("soffice"):
     print("soffice is not installed: LibreOffice formula oracle skipped")
@@ -112,11 +135,32 @@ with tempfile.TemporaryDirectory() as folder:
             writer.writerow(row)
         for formula in FORMULAS:
             writer.writerow(["", "", "", "", "", formula])
+    formats = format_rows()
+    format_source = os.path.join(folder, "formats.csv")
+    with open(format_source, "w", newline="", encoding="utf-8") as f:
+        writer = csv.writer(f)
+        for code, value, _, _, _ in formats:
+            writer.writerow(["=TEXT(%s,\"%s\")" % (value, code.replace('"', '""'))])
     profile = "file://" + os.path.join(folder, "profile")
     # Comma-separated, UTF-8 (76), formulas evaluated.
     subprocess.run(["soffice", "-env:UserInstallation=" + profile, "--headless",
                     "--infilter=CSV:44,34,76,1,,0,false,true,false,false,false,-1",
-                    "--convert-to", "xlsx", "--outdir", folder, source], capture_output=True, timeout=180)
+                    "--convert-to", "xlsx", "--outdir", folder, source, format_source],
+                   capture_output=True, timeout=180)
+    shown = os.path.join(folder, "formats.xlsx")
+    check(os.path.exists(shown), "LibreOffice converted the format table")
+    if os.path.exists(shown):
+        libreoffice = openpyxl.load_workbook(shown, data_only=True).active
+        agreed = 0
+        for i, (code, value, ours, ssf, excel) in enumerate(formats):
+            theirs = libreoffice.cell(row=i + 1, column=1).value
+            theirs = "" if theirs is None else str(theirs)
+            if theirs != ssf or excel:
+                continue   # the two oracles differ, or the table documents why we follow Excel
+            agreed += 1
+            check(ours == theirs, "format %r of %s: ours %r, LibreOffice and ssf %r" % (code, value, ours, theirs))
+        check(agreed > len(formats) // 2, "LibreOffice and ssf agree on most of the format table (%d of %d)"
+              % (agreed, len(formats)))
     xlsx = os.path.join(folder, "formulas.xlsx")
     check(os.path.exists(xlsx), "LibreOffice converted the formula sheet")
     if os.path.exists(xlsx):
