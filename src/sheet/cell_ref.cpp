@@ -107,6 +107,14 @@ void CellRef::setString(std::u16string_view text) {
     cell_->type = cdtString;
     finishChange();
 }
+void CellRef::setSharedString(SharedString* entry) {
+    recordChange();
+    sheet_->workbook().strings().addRef(entry);
+    releaseValue();
+    cell_->string = entry;
+    cell_->type = cdtString;
+    finishChange();
+}
 void CellRef::clear() { replaceValue(CellValue{}); }
 
 bool CellRef::setFormula(std::u16string_view text) {

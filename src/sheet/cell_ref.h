@@ -52,6 +52,9 @@ public:
     void assign(const CellValue& value) { replaceValue(value); }
     void setError(FormulaErrorCode code);
     void setString(std::u16string_view text);
+    // Stores a string entry of this workbook's table that another cell holds: for readers
+    // whose files name each distinct text once.
+    void setSharedString(SharedString* entry);
     // Parses `text` ("=" and an expression) as a formula; false (and nothing changed) when the
     // parser refuses it.
     bool setFormula(std::u16string_view text);

@@ -1,11 +1,16 @@
 #pragma once
 // Fixed-size slots for a sheet's rows and cells: a million cells cost a million slots in a few
-// large blocks instead of a million heap blocks with their headers.
+// large blocks instead of a million heap blocks with their headers. Blocks grow from 4,096
+// slots to 65,536 as a sheet fills, so that a small sheet stays small, and a large block has its
+// pages mapped in one go: a load writes every slot of it.
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
 #include <utility>
 #include <vector>
+
+#include "text/prefault.h"
 
 namespace kes {
 
@@ -34,7 +39,7 @@ public:
     void reset() {
         blocks_.clear();
         free_ = nullptr;
-        used_ = kBlockSize;
+        used_ = capacity_ = 0;
     }
 
 private:
@@ -42,7 +47,8 @@ private:
         Slot* nextFree;
         alignas(T) unsigned char storage[sizeof(T)];
     };
-    static constexpr size_t kBlockSize = 4096;
+    static constexpr size_t kFirstBlock = 4096;
+    static constexpr size_t kLargestBlock = 65536;
 
     void* takeSlot() {
         if (free_) {
@@ -50,8 +56,10 @@ private:
             free_ = slot->nextFree;
             return slot->storage;
         }
-        if (used_ == kBlockSize) {
-            blocks_.push_back(std::make_unique_for_overwrite<Slot[]>(kBlockSize));
+        if (used_ == capacity_) {
+            capacity_ = blocks_.empty() ? kFirstBlock : std::min(capacity_ * 2, kLargestBlock);
+            blocks_.push_back(std::make_unique_for_overwrite<Slot[]>(capacity_));
+            prefaultForWriting(blocks_.back().get(), capacity_ * sizeof(Slot));
             used_ = 0;
         }
         return blocks_.back()[used_++].storage;
@@ -59,7 +67,8 @@ private:
 
     std::vector<std::unique_ptr<Slot[]>> blocks_;
     Slot* free_ = nullptr;
-    size_t used_ = kBlockSize;
+    size_t used_ = 0;
+    size_t capacity_ = 0;   // of the last block
 };
 
 }  // namespace kes

@@ -3,6 +3,8 @@
 #include <bit>
 #include <cstring>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "sheet/cell_formula.h"
 #include "sheet/sheet_bounds.h"
@@ -14,13 +16,22 @@ namespace {
 static_assert(std::endian::native == std::endian::little, "the native format is written in memory order");
 
 constexpr std::string_view kSignature{"KESBOOK\x1A", 8};
-constexpr uint32_t kVersion = 1;
+// Version 2 writes each distinct string once: a string cell holds the index of an earlier one,
+// or kNewString and the text. Version 1 wrote every string in full; it is still read.
+constexpr uint32_t kVersion = 2;
+constexpr uint32_t kNewString = UINT32_MAX;
 
 // --- writing ---------------------------------------------------------------------------------
 
 class Output {
 public:
     explicit Output(std::string& out) : out_(out) {}
+    void string(const SharedString* entry) {
+        const auto [at, added] = strings_.try_emplace(entry, uint32_t(strings_.size()));
+        if (!added) return put(at->second);
+        put(kNewString);
+        text(entry->text());
+    }
     template <class T>
     void put(T value) {
         char bytes[sizeof(T)];
@@ -34,6 +45,7 @@ public:
 
 private:
     std::string& out_;
+    std::unordered_map<const SharedString*, uint32_t> strings_;
 };
 
 void writeCell(Output& out, const SheetCell& cell) {
@@ -49,7 +61,7 @@ void writeCell(Output& out, const SheetCell& cell) {
     case cdtFloat:
     case cdtDateTime: out.put(cell.number); break;
     case cdtInteger: out.put(cell.integer); break;
-    case cdtString: out.text(cell.string->text()); break;
+    case cdtString: out.string(cell.string); break;
     case cdtFormula: out.text(cell.formula->text); break;
     }
 }
@@ -93,7 +105,21 @@ void writeSheet(Output& out, SheetTable& sheet) {
 
 class Input {
 public:
-    explicit Input(std::string_view bytes) : bytes_(bytes) {}
+    Input(std::string_view bytes, uint32_t version) : bytes_(bytes), version_(version) {}
+
+    // A string cell's text: its own, or (version 2) the entry of an earlier cell.
+    void string(CellRef& cell) {
+        if (version_ < 2) return cell.setString(text("string"));
+        const uint32_t ref = get<uint32_t>("string");
+        if (ref == kNewString) {
+            cell.setString(text("string"));
+            strings_.push_back(cell.cell()->string);
+        } else if (ref < strings_.size()) {
+            cell.setSharedString(strings_[ref]);
+        } else {
+            fail("string", "refers to no earlier string");
+        }
+    }
 
     template <class T>
     T get(const char* what) {
@@ -128,8 +154,10 @@ private:
     }
 
     std::string_view bytes_;
+    uint32_t version_;
     size_t position_ = 0;
     std::u16string scratch_;
+    std::vector<SharedString*> strings_;   // held by the cells that read them first
 };
 
 void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, uint32_t styleCount) {
@@ -155,7 +183,7 @@ void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, 
     case cdtFloat: cell.assign(CellValue::makeFloat(in.get<double>("number"))); break;
     case cdtDateTime: cell.assign(CellValue::makeDateTime(in.get<double>("date"))); break;
     case cdtInteger: cell.assign(CellValue::makeInteger(in.get<int32_t>("integer"))); break;
-    case cdtString: cell.setString(in.text("string")); break;
+    case cdtString: in.string(cell); break;
     case cdtFormula: {
         const std::u16string_view text = in.text("formula");
         if (!cell.setFormula(text)) cell.setString(text);
@@ -231,8 +259,10 @@ void NativeWriter::Write(Workbook& book, std::string& out) {
 void NativeReader::Read(Workbook& book, ByteStream& stream) {
     const std::string_view bytes = stream.rest();
     if (!hasNativeHeader(bytes)) throw ESpreadSheetReaderError("native workbook: no native header");
-    Input in(bytes.substr(12));
-    if (bytes.substr(8, 4) != std::string_view("\x01\0\0\0", 4)) in.fail("version", "written by a newer program");
+    uint32_t version;
+    std::memcpy(&version, bytes.data() + 8, sizeof version);
+    Input in(bytes.substr(12), version);
+    if (version > kVersion) in.fail("version", "written by a newer program");
     FormatSettings settings = book.settings();
     settings.date1904 = in.get<uint8_t>("date system") != 0;
     book.setSettings(settings);

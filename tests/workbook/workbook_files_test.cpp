@@ -108,6 +108,32 @@ TEST(NativeFormat, KeepsEveryKindOfValueAndSetting) {
     EXPECT_EQ(loaded.sheet(0).getCell(1, 1).dataType(), cdtCurrency);
     EXPECT_FALSE(loaded.history().canUndo());
     EXPECT_FALSE(loaded.modified);
+    EXPECT_EQ(loaded.strings().size(), book.strings().size()) << "equal texts share one entry again";
+}
+
+TEST(NativeFormat, ReadsTheFirstVersionWithEveryStringInFull) {
+    std::string v1("KESBOOK\x1A", 8);
+    const auto put = [&](auto value) { v1.append(reinterpret_cast<const char*>(&value), sizeof value); };
+    const auto text = [&](std::u16string_view s) {
+        put(uint32_t(s.size()));
+        v1.append(reinterpret_cast<const char*>(s.data()), s.size() * 2);
+    };
+    put(uint32_t(1));                          // version
+    put(uint8_t(0));                           // 1900 dates
+    put(uint32_t(1)), text(u"");               // one style, General
+    put(uint32_t(1)), put(int32_t(0));         // one sheet, active
+    text(u"S"), put(uint8_t(2)), put(uint8_t(0)), put(int32_t(96));
+    put(int32_t(0)), put(int32_t(0)), put(uint32_t(0)), put(uint32_t(0));   // focus, areas, widths
+    put(uint32_t(1)), put(int32_t(0)), put(uint32_t(2));                    // row 0 with two cells
+    for (int32_t column : {0, 1}) {
+        put(column), put(uint16_t(0)), put(uint8_t(cdtString)), put(uint8_t(0));
+        text(u"\u87BA\u4E1D");
+    }
+    Workbook book;
+    ByteStream stream{v1, 0};
+    LoadFromStream(book, stream);
+    EXPECT_EQ(book.sheet(0).getCell(0, 1).displayText(), u"\u87BA\u4E1D");
+    EXPECT_EQ(book.strings().size(), 1u);
 }
 
 // Every cut of a snapshot, and a few bytes changed in it, must either load or fail with a
