@@ -8,7 +8,7 @@
 namespace kes {
 
 SharedStringTable::~SharedStringTable() {
-    for (SharedString* entry : slots_) std::free(entry);
+    for (const Slot& slot : slots_) std::free(slot.entry);
 }
 
 uint32_t SharedStringTable::hashOf(std::u16string_view text) {
@@ -17,26 +17,30 @@ uint32_t SharedStringTable::hashOf(std::u16string_view text) {
         h ^= c;
         h *= 16777619u;
     }
+    // FNV's low bits, which pick the slot, see little of the high bits: mix them in.
+    h ^= h >> 16;
+    h *= 0x85EBCA6Bu;
+    h ^= h >> 13;
     return h;
 }
 
 size_t SharedStringTable::slotOf(std::u16string_view text, uint32_t hash) const {
     const size_t mask = slots_.size() - 1;
     for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        const SharedString* entry = slots_[i];
-        if (!entry || (entry->hash_ == hash && entry->text() == text)) return i;
+        const Slot& slot = slots_[i];
+        if (!slot.entry || (slot.hash == hash && slot.entry->text() == text)) return i;
     }
 }
 
 void SharedStringTable::grow() {
-    std::vector<SharedString*> old = std::move(slots_);
-    slots_.assign(old.empty() ? 1024 : old.size() * 2, nullptr);
+    std::vector<Slot> old = std::move(slots_);
+    slots_.assign(old.empty() ? 1024 : old.size() * 2, Slot{});
     const size_t mask = slots_.size() - 1;
-    for (SharedString* entry : old) {
-        if (!entry) continue;
-        size_t i = entry->hash_ & mask;
-        while (slots_[i]) i = (i + 1) & mask;
-        slots_[i] = entry;
+    for (const Slot& slot : old) {
+        if (!slot.entry) continue;
+        size_t i = slot.hash & mask;
+        while (slots_[i].entry) i = (i + 1) & mask;
+        slots_[i] = slot;
     }
 }
 
@@ -44,7 +48,7 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
     if ((count_ + 1) * 4 > slots_.size() * 3) grow();
     const uint32_t hash = hashOf(text);
     const size_t slot = slotOf(text, hash);
-    if (SharedString* entry = slots_[slot]) {
+    if (SharedString* entry = slots_[slot].entry) {
         ++entry->refs_;
         return entry;
     }
@@ -56,7 +60,7 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
     entry->hash_ = hash;
     std::memcpy(entry->chars_, text.data(), text.size() * sizeof(char16_t));
     entry->chars_[text.size()] = 0;
-    slots_[slot] = entry;
+    slots_[slot] = {entry, hash};
     ++count_;
     return entry;
 }
@@ -66,8 +70,8 @@ void SharedStringTable::release(SharedString* entry) {
     // Remove by backward-shift, so that probing never needs tombstones.
     const size_t mask = slots_.size() - 1;
     size_t hole = slotOf(entry->text(), entry->hash_);
-    for (size_t i = (hole + 1) & mask; slots_[i]; i = (i + 1) & mask) {
-        const size_t home = slots_[i]->hash_ & mask;
+    for (size_t i = (hole + 1) & mask; slots_[i].entry; i = (i + 1) & mask) {
+        const size_t home = slots_[i].hash & mask;
         // Move the entry back when the hole lies cyclically within [home, i).
         const bool holeInProbeRange = home <= i ? (home <= hole && hole < i) : (hole >= home || hole < i);
         if (holeInProbeRange) {
@@ -75,7 +79,7 @@ void SharedStringTable::release(SharedString* entry) {
             hole = i;
         }
     }
-    slots_[hole] = nullptr;
+    slots_[hole] = Slot{};
     --count_;
     std::free(entry);
 }

@@ -39,7 +39,13 @@ private:
     size_t slotOf(std::u16string_view text, uint32_t hash) const;
     void grow();
 
-    std::vector<SharedString*> slots_;   // open addressing, linear probing, no tombstones
+    // Open addressing, linear probing, no tombstones. The hash beside the entry spares a probe
+    // a visit to an entry that cannot match.
+    struct Slot {
+        SharedString* entry = nullptr;
+        uint32_t hash = 0;
+    };
+    std::vector<Slot> slots_;
     size_t count_ = 0;
 };
 

@@ -177,6 +177,13 @@ struct SharedFormula {
 class PackageReader {
 public:
     PackageReader(Workbook& book, std::string_view bytes) : book_(book), zip_(bytes) {}
+    PackageReader(const PackageReader&) = delete;
+    PackageReader& operator=(const PackageReader&) = delete;
+    ~PackageReader() {
+        for (SharedString* entry : entries_) {
+            if (entry) book_.strings().release(entry);
+        }
+    }
 
     void read() {
         const std::optional<std::string> workbookPart = workbookPartOf(zip_);
@@ -228,6 +235,7 @@ private:
         for (Token t; (t = reader.next()) != Token::End;) {
             if (t == Token::StartElement && reader.name() == "si") strings_.push_back(readStringItem(reader));
         }
+        entries_.resize(strings_.size(), nullptr);
     }
 
     void readStyles(const std::string& part) {
@@ -394,7 +402,15 @@ private:
             auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), index);
             if (ec != std::errc() || end != v.data() + v.size()) index = -1;
             if (index < 0 || size_t(index) >= strings_.size()) report("The \"" + std::to_string(index) + "\" shared string index is invalid");
-            cell.setString(strings_[size_t(index)]);
+            // The table's entry is looked up by its text once, then shared by reference.
+            SharedString*& entry = entries_[size_t(index)];
+            if (entry) {
+                cell.setSharedString(entry);
+            } else {
+                cell.setString(strings_[size_t(index)]);
+                entry = cell.cell()->string;
+                book_.strings().addRef(entry);   // held until the reader ends
+            }
             break;
         }
         case 6:
@@ -409,6 +425,7 @@ private:
     Workbook& book_;
     ZipReader zip_;
     std::vector<std::u16string> strings_;
+    std::vector<SharedString*> entries_;   // strings_ in the workbook's table, once a cell used them
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
 };

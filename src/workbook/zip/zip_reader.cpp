@@ -1,5 +1,7 @@
 #include "workbook/zip/zip_reader.h"
 
+#include "text/prefault.h"
+
 #include <zlib.h>
 
 #include <algorithm>
@@ -125,6 +127,8 @@ std::string ZipReader::extract(const ZipEntry& entry) const {
         if (entry.compressedSize != entry.size) throw EZipError("zip: stored entry " + entry.name + " has two different sizes");
         out.assign(packed);
     } else if (entry.method == 8) {
+        out.reserve(entry.size);
+        prefaultForWriting(out.data(), entry.size);   // every byte is written: map the pages in one go
         out.resize(entry.size);
         z_stream z{};
         if (inflateInit2(&z, -MAX_WBITS) != Z_OK) throw EZipError("zip: the inflater cannot start");
