@@ -9,6 +9,7 @@
 #include "sheet/clipboard_text.h"
 #include "sheet/navigation.h"
 #include "sheet/sheet_bounds.h"
+#include "sheet/sheet_error.h"
 #include "ui/window_support_win32.h"
 
 namespace kes {
@@ -495,6 +496,15 @@ void GridControl::undoable(Action&& action) {
 void GridControl::clearSelection() {
     undoable([&] {
         SheetTable& table = sheet();
+        // Cells of an array formula change only together; the grid does not know an array's
+        // extent, so a selection that holds any of them is refused before anything changes.
+        for (const CellRect& area : table.selection().areas()) {
+            table.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
+                row->cells.forEach(area.left, area.right, true, [&](SheetCell* cell) {
+                    if (cell->inArray) throw ESheetError("You cannot change part of an array.");
+                });
+            });
+        }
         for (const CellRect& area : table.selection().areas()) {
             table.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
                 row->cells.forEach(area.left, area.right, true, [&](SheetCell* cell) {

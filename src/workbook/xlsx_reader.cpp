@@ -3,9 +3,11 @@
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <optional>
 #include <unordered_map>
 
 #include "sheet/cell_formula.h"
+#include "sheet/formula/cell_address.h"
 #include "sheet/format/number_format.h"
 #include "sheet/sheet_bounds.h"
 #include "text/utf8.h"
@@ -151,6 +153,20 @@ int32_t columnOfReference(std::string_view ref, bool& ok) {
     return ok ? int32_t(column - 1) : 0;
 }
 
+// "B2:C4" or "B2" as an area; none when it is neither.
+std::optional<CellRect> areaOfReference(std::string_view ref) {
+    const std::u16string text = fromUtf8(ref);
+    formula::CellAddress first, last;
+    const size_t end = formula::scanCellAddress(text, 0, first);
+    if (end == 0) return std::nullopt;
+    last = first;
+    if (end < text.size()) {
+        if (text[end] != u':' || formula::scanCellAddress(text, end + 1, last) != text.size()) return std::nullopt;
+    }
+    formula::orderCorners(first, last);
+    return CellRect{first.column, first.row, last.column, last.row};
+}
+
 std::optional<double> invariantNumber(std::string_view text) {
     while (!text.empty() && (text.front() == ' ')) text.remove_prefix(1);
     while (!text.empty() && (text.back() == ' ')) text.remove_suffix(1);
@@ -220,6 +236,16 @@ public:
         for (DeferredFormula& f : deferred_) {
             CellRef cell = f.sheet->createCell(f.row, f.column);
             if (!cell.setFormula(u"=" + f.text)) cell.setString(u"=" + f.text);
+        }
+        // The cells an array formula fills can only be changed together: the grid refuses to
+        // change one of them. The file holds every one of them, so only existing cells are marked.
+        for (const ArrayArea& array : arrays_) {
+            for (SheetRow* row = array.sheet->rows().lowerBound(array.area.top); row && row->index <= array.area.bottom;
+                 row = row->next) {
+                for (SheetCell* c = row->cells.lowerBound(array.area.left); c && c->index <= array.area.right; c = c->next) {
+                    c->inArray = true;
+                }
+            }
         }
         if (activeTab >= 0 && activeTab < book_.sheetCount()) book_.setActiveSheetIndex(activeTab);
     }
@@ -348,7 +374,11 @@ private:
             } else if (reader.name() == "f") {
                 hasF = true;
                 std::string_view ft, si, ref;
-                isShared = reader.attribute("t", ft) && ft == "shared";
+                const bool hasType = reader.attribute("t", ft);
+                isShared = hasType && ft == "shared";
+                if (hasType && ft == "array" && reader.attribute("ref", ref)) {
+                    if (auto area = areaOfReference(ref)) arrays_.push_back({&sheet, *area});
+                }
                 if (reader.attribute("si", si)) sharedIndex = si;
                 if (reader.attribute("ref", ref)) sharedRef = ref;
                 formula = reader.elementText();
@@ -428,6 +458,11 @@ private:
     std::vector<SharedString*> entries_;   // strings_ in the workbook's table, once a cell used them
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
+    struct ArrayArea {
+        SheetTable* sheet;
+        CellRect area;
+    };
+    std::vector<ArrayArea> arrays_;
 };
 
 }  // namespace

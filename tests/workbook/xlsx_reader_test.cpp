@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sheet/sheet_error.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/workbook_files.h"
 #include "workbook/zip/zip_writer.h"
@@ -65,6 +66,30 @@ TEST(XlsxReader, ReadsCellsByTheTypeTable) {
     EXPECT_EQ(book.activeSheet()->getCell(1, 4).dataType(), cdtBlank);
     EXPECT_EQ(shown(book, 2, 2), u"7") << "a row without r follows the previous one";
     EXPECT_EQ(shown(book, 2, 3), u"8") << "a cell without r follows the previous cell";
+}
+
+TEST(XlsxReader, ArrayFormulasGuardTheirCellsAndSharedStringsShareEntries) {
+    const std::string bytes = package(
+        "<row r=\"1\"><c r=\"A1\" t=\"s\"><v>0</v></c><c r=\"C1\"><v>1.5</v></c></row>"
+        "<row r=\"4\"><c r=\"A4\"><f t=\"array\" ref=\"A4:B5\">C1*2</f><v>3</v></c><c r=\"B4\"><v>3</v></c>"
+        "<c r=\"C4\" t=\"s\"><v>0</v></c></row><row r=\"5\"><c r=\"A5\"><v>3</v></c><c r=\"B5\"><v>3</v></c></row>");
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream);
+    SheetTable& sheet = *book.activeSheet();
+    EXPECT_EQ(shown(book, 3, 0), u"3");
+    for (auto [row, column] : {std::pair{3, 0}, {3, 1}, {4, 0}, {4, 1}}) {
+        EXPECT_TRUE(sheet.getCell(row, column).cell()->inArray) << row << "," << column;
+    }
+    EXPECT_FALSE(sheet.getCell(3, 2).cell()->inArray);
+    try {
+        sheet.getCell(4, 1).setText(u"9", 1);
+        ADD_FAILURE() << "a cell of an array was changed";
+    } catch (const ESheetError& e) {
+        EXPECT_STREQ(e.what(), "You cannot change part of an array.");
+    }
+    EXPECT_EQ(sheet.getCell(3, 2).cell()->string, sheet.getCell(0, 0).cell()->string) << "one entry for one text";
+    EXPECT_EQ(book.strings().size(), 1u);
 }
 
 TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
