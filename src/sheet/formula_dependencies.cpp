@@ -15,8 +15,13 @@ using formula::Operator;
 using formula::ReferenceShape;
 
 // Areas up to this many cells are entered cell by cell: a row's SUM(A2:L2) costs twelve
-// entries and nothing on later changes elsewhere.
+// entries and nothing on later changes elsewhere. A formula enters at most kCellBudget cells
+// so; the rest of its areas are checked on every change instead, which bounds the memory a
+// hostile formula can take.
 constexpr int64_t kCellByCell = 256;
+constexpr int64_t kCellBudget = 1024;
+
+int64_t cellsOf(const CellRect& r) { return int64_t(r.right - r.left + 1) * int64_t(r.bottom - r.top + 1); }
 
 bool readsUnknownInputs(std::u16string_view function) {
     static constexpr std::u16string_view kVolatile[] = {u"TODAY", u"NOW", u"RAND", u"RANDBETWEEN",
@@ -139,13 +144,15 @@ void FormulaDependencies::computed(CellFormula& formula, SheetTable& sheet, int3
     formula.column = column;
     const Reads reads = readsOf(formula, sheet);
     if (reads.unknown) alwaysStale_.insert(&formula);
+    int64_t budget = kCellBudget;
     for (const Area& area : reads.areas) {
         const CellRect& r = area.rect;
-        const int64_t cells = int64_t(r.right - r.left + 1) * int64_t(r.bottom - r.top + 1);
-        if (cells > kCellByCell) {
+        const int64_t cells = cellsOf(r);
+        if (cells > kCellByCell || cells > budget) {
             wideReads_[&formula].push_back(area);
             continue;
         }
+        budget -= cells;
         for (int32_t y = r.top; y <= r.bottom; ++y) {
             for (int32_t x = r.left; x <= r.right; ++x) {
                 readers_.add({area.sheet, y, x}, &formula);
@@ -162,9 +169,12 @@ void FormulaDependencies::forget(CellFormula& formula) {
     --tracked_;
     alwaysStale_.erase(&formula);
     wideReads_.erase(&formula);
+    int64_t budget = kCellBudget;   // as computed() spent it
     for (const Area& area : readsOf(formula, *formula.sheet).areas) {
         const CellRect& r = area.rect;
-        if (int64_t(r.right - r.left + 1) * int64_t(r.bottom - r.top + 1) > kCellByCell) continue;
+        const int64_t cells = cellsOf(r);
+        if (cells > kCellByCell || cells > budget) continue;
+        budget -= cells;
         for (int32_t y = r.top; y <= r.bottom; ++y) {
             for (int32_t x = r.left; x <= r.right; ++x) {
                 readers_.remove({area.sheet, y, x}, &formula);

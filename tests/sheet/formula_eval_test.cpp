@@ -225,6 +225,19 @@ TEST_F(Recalculation, FollowsDeletesUndoReplacedFormulasAndSheets) {
     put(900, 7, u"x");
     EXPECT_TRUE(stale(23, 0));
 
+    // A formula of many areas enters only some of them cell by cell; a change in any counts.
+    std::u16string many = u"=SUM(";
+    for (int32_t block = 0; block < 8; ++block) {
+        const std::string area = "H" + std::to_string(101 + block * 256) + ":H" + std::to_string(356 + block * 256);
+        many += std::u16string(area.begin(), area.end()) + (block < 7 ? u"," : u")");
+    }
+    put(24, 0, many);
+    EXPECT_EQ(at(24, 0), u"0");
+    put(1900, 7, u"5");   // H1901, in the last area
+    EXPECT_EQ(at(24, 0), u"5");
+    put(101, 7, u"1");   // H102, in the first
+    EXPECT_EQ(at(24, 0), u"6");
+
     // Breaking a cycle gives the values back.
     put(30, 0, u"=B31");
     put(30, 1, u"=A31");
