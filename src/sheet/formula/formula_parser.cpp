@@ -1,5 +1,7 @@
 #include "sheet/formula/formula_parser.h"
 
+#include <algorithm>
+
 #include <charconv>
 #include <cstdio>
 #include <system_error>
@@ -161,8 +163,9 @@ bool Parser::parse() {
     if (text_.empty() || text_[0] != u'=') return fail(0, "a formula starts with =");
     if (text_.size() > kMaxFormulaLength) return fail(kMaxFormulaLength, "a formula holds at most 8192 characters");
     // Every node and every stored text comes from at least one character of the formula, so
-    // these reservations are never outgrown for the strings and rarely for the nodes.
-    nodes_.reserve(text_.size() / 2 + 4);
+    // these reservations are never outgrown for the strings and rarely for the nodes of the
+    // short formulas that most cells hold; longer ones grow as they go.
+    nodes_.reserve(std::min<size_t>(text_.size() / 2 + 4, 16));
     strings_.reserve(text_.size());
     pos_ = 1;
     if (!parseExpression()) return false;
@@ -687,8 +690,8 @@ std::unique_ptr<Expression> parseFormula(std::u16string_view text, ParseError* e
     Parser parser(text, *expression);
     if (parser.parse()) {
         // A sheet may hold hundreds of thousands of formulas: each keeps only what it uses.
-        expression->nodes_.shrink_to_fit();
-        expression->strings_.shrink_to_fit();
+        if (expression->nodes_.capacity() > expression->nodes_.size() + 4) expression->nodes_.shrink_to_fit();
+        if (expression->strings_.capacity() > expression->strings_.size() + 16) expression->strings_.shrink_to_fit();
         return expression;
     }
     if (error) *error = parser.error();
