@@ -1,7 +1,6 @@
 #include "sheet/formula/formula_parser.h"
 
 #include <algorithm>
-
 #include <charconv>
 #include <cstdio>
 #include <system_error>
