@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "workbook/workbook_errors.h"
@@ -68,6 +69,73 @@ TEST(CompoundFile, ADamagedXlsFailsAndLeavesTheWorkbookAsItWas) {
     EXPECT_THROW(LoadFromStream(book, stream), ESpreadSheetReaderError);
     ASSERT_TRUE(book.activeSheet()->getCell(0, 0));
     EXPECT_EQ(book.activeSheet()->getCell(0, 0).displayText(), u"kept");
+}
+
+// A compound file whose "Workbook" stream holds the given bytes, padded to the 4096 bytes that
+// keep it out of the mini stream: sector 0 the table, 1 the directory, 2.. the stream.
+std::string compoundFileWith(std::string stream) {
+    stream.resize(std::max<size_t>((stream.size() + 511) / 512 * 512, 4096), '\0');
+    const uint32_t sectors = uint32_t(stream.size() / 512);
+    std::string bytes = compoundFile(0xFFFFFFFE, 0xFFFFFFFE);
+    bytes.resize(512 * 3);
+    for (uint32_t i = 0; i < sectors; ++i) putAt<uint32_t>(bytes, 512 + (2 + i) * 4, i + 1 < sectors ? 3 + i : 0xFFFFFFFE);
+    putAt<uint32_t>(bytes, 1024 + 128 + 120, uint32_t(stream.size()));
+    return bytes + stream;
+}
+
+void record(std::string& out, uint16_t id, const std::string& data) {
+    const size_t at = out.size();
+    out.resize(at + 4);
+    putAt<uint16_t>(out, at, id);
+    putAt<uint16_t>(out, at + 2, uint16_t(data.size()));
+    out += data;
+}
+
+// A BIFF8 workbook stream: the globals name `sheets` worksheets that all start at the one sheet
+// of 150 numbers that follows them.
+std::string workbookStream(int sheets) {
+    std::string bof(16, '\0');
+    putAt<uint16_t>(bof, 0, 0x0600);
+    std::string out;
+    record(out, 0x0809, bof);
+    const size_t sheetAt = 20 + size_t(sheets) * 15 + 4;
+    for (int i = 0; i < sheets; ++i) {
+        std::string boundSheet = std::string(6, '\0') + std::string("\x03\0S", 3) + char('1' + i) + "x";
+        putAt<uint32_t>(boundSheet, 0, uint32_t(sheetAt));
+        record(out, 0x0085, boundSheet);
+    }
+    record(out, 0x000A, "");
+    EXPECT_EQ(out.size(), sheetAt);
+    record(out, 0x0809, bof);
+    for (uint16_t row = 0; row < 150; ++row) {
+        std::string number(14, '\0');
+        putAt<uint16_t>(number, 0, row);
+        putAt<double>(number, 6, row * 1.5);
+        record(out, 0x0203, number);
+    }
+    record(out, 0x000A, "");
+    return out;
+}
+
+// Every sheet of a hostile file may point at the same records; read once per sheet they would
+// make a few kilobytes cost as many passes over the stream as it names sheets.
+TEST(XlsReader, SheetsSharingTheirRecordsAreRefusedAndTheWorkbookKept) {
+    Workbook book;
+    ByteStream sound{compoundFileWith(workbookStream(1)), 0};
+    LoadFromStream(book, sound);
+    ASSERT_EQ(book.sheetCount(), 1);
+    EXPECT_EQ(book.sheet(0).getCell(149, 0).asFloat(), 223.5);
+
+    book.sheet(0).createCell(0, 0).setText(u"kept", 0);
+    ByteStream shared{compoundFileWith(workbookStream(2)), 0};
+    try {
+        LoadFromStream(book, shared);
+        ADD_FAILURE() << "two sheets on the same records were read";
+    } catch (const ESpreadSheetReaderError& e) {
+        EXPECT_NE(std::string(e.what()).find("overlap"), std::string::npos) << e.what();
+    }
+    ASSERT_EQ(book.sheetCount(), 1);
+    EXPECT_EQ(book.sheet(0).getCell(0, 0).displayText(), u"kept");
 }
 
 }  // namespace

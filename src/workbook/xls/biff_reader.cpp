@@ -56,6 +56,7 @@ public:
         }
         return true;
     }
+    size_t position() const { return position_; }
 
 private:
     std::string_view stream_;
@@ -278,6 +279,10 @@ private:
             default: break;
             }
         }
+        // Sheets of a sound file never share records; a file whose sheets all start at the same
+        // place would have every sheet read the whole stream again.
+        sheetBytes_ += records.position() - position;
+        if (sheetBytes_ > stream_.size()) fail("the sheets overlap in the workbook stream");
     }
 
     static FormulaErrorCode errorOf(uint8_t code) {
@@ -296,6 +301,7 @@ private:
     std::string_view stream_;
     std::vector<std::u16string> strings_;
     std::vector<uint16_t> styles_;
+    size_t sheetBytes_ = 0;   // read by the sheets so far
 };
 
 }  // namespace
