@@ -7,6 +7,7 @@
 
 #include "sheet/cell_formula.h"
 #include "sheet/format/number_format.h"
+#include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
 #include "text/utf8.h"
 #include "workbook/workbook_errors.h"
@@ -431,6 +432,8 @@ void XlsxReader::Read(Workbook& book, ByteStream& stream) {
     } catch (const EZipError& e) {
         throw ESpreadSheetReaderError(e.what());
     } catch (const EXmlError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    } catch (const ESheetError& e) {   // what the cell store refuses, such as a 65,537th style
         throw ESpreadSheetReaderError(e.what());
     }
 }

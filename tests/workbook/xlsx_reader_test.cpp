@@ -10,8 +10,12 @@ namespace kes {
 namespace {
 
 // A package around one worksheet's sheetData, with two shared strings and two cell styles.
+const char* const kTwoStyles = "<styleSheet><numFmts><numFmt numFmtId=\"164\" formatCode=\"0000\"/></numFmts>"
+                               "<cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"164\"/></cellXfs></styleSheet>";
+
 std::string package(const std::string& sheetData, const std::string& contentType =
-                        "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml") {
+                        "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml",
+                    const std::string& styles = kTwoStyles) {
     ZipWriter zip;
     zip.add("[Content_Types].xml",
             "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
@@ -28,8 +32,7 @@ std::string package(const std::string& sheetData, const std::string& contentType
             "<Relationship Id=\"rId2\" Type=\"x/sharedStrings\" Target=\"sharedStrings.xml\"/>"
             "<Relationship Id=\"rId3\" Type=\"x/styles\" Target=\"styles.xml\"/></Relationships>");
     zip.add("xl/sharedStrings.xml", "<sst><si><t>first</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si></sst>");
-    zip.add("xl/styles.xml", "<styleSheet><numFmts><numFmt numFmtId=\"164\" formatCode=\"0000\"/></numFmts>"
-                             "<cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"164\"/></cellXfs></styleSheet>");
+    zip.add("xl/styles.xml", styles);
     zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData></worksheet>");
     return zip.finish();
 }
@@ -67,6 +70,16 @@ TEST(XlsxReader, ReadsCellsByTheTypeTable) {
     EXPECT_EQ(shown(book, 2, 3), u"8") << "a cell without r follows the previous cell";
 }
 
+// More different number formats than the cell store holds styles.
+std::string tooManyStyles() {
+    std::string numFmts, xfs;
+    for (int i = 0; i <= 65536; ++i) {
+        numFmts += "<numFmt numFmtId=\"" + std::to_string(164 + i) + "\" formatCode=\"0 &quot;" + std::to_string(i) + "&quot;\"/>";
+        xfs += "<xf numFmtId=\"" + std::to_string(164 + i) + "\"/>";
+    }
+    return "<styleSheet><numFmts>" + numFmts + "</numFmts><cellXfs>" + xfs + "</cellXfs></styleSheet>";
+}
+
 TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
     struct Case { std::string bytes; const char* error; };
     const Case cases[] = {
@@ -75,6 +88,8 @@ TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
         {package("<row r=\"1\"><c r=\"1A\"><v>1</v></c></row>"), "The \"1A\" column index is invalid"},
         {package("<row r=\"1\"><c r=\"A1\" t=\"n\"><v>x1</v></c></row>"), "is not a valid floating point value"},
         {package("<row r=\"1\"><c r=\"A1\"><v>1</v></c>"), "xml:"},
+        {package("", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml", tooManyStyles()),
+         "too many different cell styles"},
     };
     for (const Case& c : cases) {
         Workbook book;

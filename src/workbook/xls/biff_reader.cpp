@@ -5,6 +5,7 @@
 
 #include "records/ansi_code_page.h"
 #include "sheet/format/number_format.h"
+#include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xls/compound_file.h"
@@ -317,6 +318,8 @@ void BiffReader::Read(Workbook& book, ByteStream& stream) {
         }
         WorkbookReader(book, *workbook).read();
     } catch (const ECompoundFileError& e) {
+        throw ESpreadSheetReaderError(std::string("xls: ") + e.what());
+    } catch (const ESheetError& e) {   // what the cell store refuses, such as a 65,537th style
         throw ESpreadSheetReaderError(std::string("xls: ") + e.what());
     }
 }
