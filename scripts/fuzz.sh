@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${FUZZ_SECONDS:-300}
-targets=${FUZZ_TARGETS:-"zip xml xlsx cfb xls csv native formula cell_text"}
+targets=${FUZZ_TARGETS:-"zip xml xlsx xlsx_parts cfb xls csv native formula cell_text"}
 jobs=${JOBS:-2}
 tree=build/fuzz
 
@@ -18,7 +18,7 @@ cmake --build $tree -j "$jobs" >/dev/null
 max_len() {
     case "$1" in
         zip|xlsx|cfb|xls|native) echo $((1 << 20)) ;;
-        xml) echo $((1 << 18)) ;;
+        xml|xlsx_parts) echo $((1 << 18)) ;;
         csv) echo $((1 << 16)) ;;
         formula) echo 4096 ;;
         *) echo 1024 ;;

@@ -16,7 +16,7 @@ out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(root, "build", "fuzz", 
 corpus = os.path.join(root, "..", "shared", "corpus", "files")
 kesprint = os.path.join(root, "build", "native", "bin", "kesprint")
 
-MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
+MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "xlsx_parts": 1 << 18, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
            "xml": 1 << 18, "csv": 1 << 16, "formula": 4096, "cell_text": 1024}
 
 
@@ -56,6 +56,11 @@ for path in corpus_files():
         seed("zip", data)
         try:
             with zipfile.ZipFile(path) as z:
+                # The parts of the xlsx_parts target, NUL-separated in its fixed order.
+                names = {n.replace("\\", "/").lower(): n for n in z.namelist()}
+                parts = ["[content_types].xml", "_rels/.rels", "xl/workbook.xml", "xl/_rels/workbook.xml.rels",
+                         "xl/worksheets/sheet1.xml", "xl/sharedstrings.xml", "xl/styles.xml", "xl/worksheets/sheet2.xml"]
+                seed("xlsx_parts", b"\0".join(z.read(names[p]) if p in names else b"" for p in parts))
                 for info in z.infolist():
                     if not info.filename.endswith((".xml", ".rels")) or info.file_size > MAX_LEN["xml"]:
                         continue
