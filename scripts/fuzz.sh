@@ -25,6 +25,13 @@ max_len() {
     esac
 }
 
+dictionary() {
+    case "$1" in
+        xml|xlsx_parts) echo "-dict=fuzz/xml.dict" ;;
+        formula|cell_text) echo "-dict=fuzz/formula.dict" ;;
+    esac
+}
+
 status=0
 mkdir -p $tree/crashes
 for t in $targets; do
@@ -34,7 +41,7 @@ for t in $targets; do
     # The grown corpus comes first, so new finds are kept there; the seeds are only read.
     if ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=0 UBSAN_OPTIONS=print_stacktrace=1 \
         "$tree/bin/fuzz_$t" -max_total_time="$seconds" -rss_limit_mb=2048 -malloc_limit_mb=1024 -timeout=10 \
-        -max_len="$(max_len "$t")" -print_final_stats=1 -artifact_prefix="$tree/crashes/$t-" \
+        -max_len="$(max_len "$t")" $(dictionary "$t") -print_final_stats=1 -artifact_prefix="$tree/crashes/$t-" \
         "$corpus" "$tree/seeds/$t" >"$log" 2>&1; then
         echo "fuzz $t: ok, $(grep -o 'stat::number_of_executed_units: *[0-9]*' "$log" | grep -o '[0-9]*$') runs" \
              "in ${seconds}s, corpus $(ls "$corpus" | wc -l)"
