@@ -202,6 +202,8 @@ public:
             } else if (reader.name() == "workbookView" && reader.attribute("activeTab", value)) {
                 std::from_chars(value.data(), value.data() + value.size(), activeTab);
             } else if (reader.name() == "sheet") {
+                if (book_.sheetCount() >= kMaxSheets)
+                    report("The workbook has more than " + std::to_string(kMaxSheets) + " sheets");
                 std::string_view name, id;
                 reader.attribute("name", name);
                 const std::u16string sheetName = fromUtf8(name);

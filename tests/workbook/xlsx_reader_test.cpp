@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sheet/sheet_bounds.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/workbook_files.h"
 #include "workbook/zip/zip_writer.h"
@@ -105,6 +106,39 @@ TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
     }
     EXPECT_FALSE(xlsxWorkbookPart(package("", "application/vnd.ms-word.document.main+xml")));
     EXPECT_TRUE(xlsxWorkbookPart(package("", "application/vnd.openxmlformats-officedocument.spreadsheetml.template.main+xml")));
+}
+
+// A workbook part naming `sheets` sheets, every one the same small worksheet: a few kilobytes of
+// archive for as many sheets as one likes.
+std::string manySheets(int sheets) {
+    ZipWriter zip;
+    zip.add("_rels/.rels", "<Relationships><Relationship Id=\"rId1\" Type=\"x/officeDocument\" Target=\"xl/workbook.xml\"/>"
+                           "</Relationships>");
+    std::string workbook = "<workbook><sheets>";
+    for (int i = 0; i < sheets; ++i) workbook += "<sheet name=\"S\" r:id=\"rId1\"/>";
+    zip.add("xl/workbook.xml", workbook + "</sheets></workbook>");
+    zip.add("xl/_rels/workbook.xml.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"x/worksheet\" Target=\"sheet.xml\"/></Relationships>");
+    zip.add("xl/sheet.xml", "<worksheet><sheetData><row><c><v>1</v></c></row></sheetData></worksheet>");
+    return zip.finish();
+}
+
+TEST(XlsxReader, RefusesMoreSheetsThanAWorkbookHoldsKeepingTheWorkbook) {
+    const SpreadSheetFormat& xlsx = *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx");
+    Workbook book;
+    ByteStream most{manySheets(kMaxSheets), 0};
+    LoadFromStream(book, most, xlsx);
+    EXPECT_EQ(book.sheetCount(), kMaxSheets);
+    EXPECT_EQ(book.sheet(kMaxSheets - 1).getCell(0, 0).asFloat(), 1.0);
+
+    ByteStream tooMany{manySheets(kMaxSheets + 1), 0};
+    try {
+        LoadFromStream(book, tooMany, xlsx);
+        ADD_FAILURE() << "loaded";
+    } catch (const ESpreadSheetReaderError& e) {
+        EXPECT_NE(std::string(e.what()).find("more than 10000 sheets"), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(book.sheetCount(), kMaxSheets);
 }
 
 }  // namespace

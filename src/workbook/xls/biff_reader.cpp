@@ -180,6 +180,8 @@ public:
             case kFormat: formats[get<uint16_t>(r.data, 0, "FORMAT")] = unicodeString(r.data, 2, false, "FORMAT"); break;
             case kXf: xfFormats.push_back(get<uint16_t>(r.data, 2, "XF")); break;
             case kBoundSheet:
+                if (sheets.size() >= size_t(kMaxSheets))
+                    fail("the workbook has more than " + std::to_string(kMaxSheets) + " sheets");
                 sheets.push_back({unicodeString(r.data, 6, true, "BOUNDSHEET"), get<uint32_t>(r.data, 0, "BOUNDSHEET"),
                                   get<uint8_t>(r.data, 5, "BOUNDSHEET")});
                 break;
