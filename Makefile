@@ -32,7 +32,7 @@ test: native win32 win64
 
 # Every reader under libFuzzer for FUZZ_SECONDS each; `make test` gives them FUZZ_TEST_SECONDS.
 FUZZ_SECONDS ?= 300
-FUZZ_TEST_SECONDS ?= 8
+FUZZ_TEST_SECONDS ?= 7
 fuzz: native
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) scripts/fuzz.sh
 

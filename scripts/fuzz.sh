@@ -2,7 +2,7 @@
 # Builds the libFuzzer targets in build/fuzz (clang, address and undefined-behaviour sanitizers)
 # and runs each for FUZZ_SECONDS (default 300), one after the other. Fails on any crash, leak,
 # time-out or memory blow-up; the input that caused it is left in build/fuzz/crashes/.
-#   FUZZ_SECONDS=8 scripts/fuzz.sh            the bounded run of `make test`
+#   FUZZ_SECONDS=7 scripts/fuzz.sh            the bounded run of `make test` (about 90 s)
 #   FUZZ_TARGETS="xlsx zip" scripts/fuzz.sh   some targets only
 set -euo pipefail
 cd "$(dirname "$0")/.."
