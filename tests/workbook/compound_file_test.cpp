@@ -186,5 +186,35 @@ TEST(XlsReader, RefusesMoreSheetsThanAWorkbookHolds) {
     EXPECT_EQ(book.sheet(0).getCell(0, 0).displayText(), u"kept");
 }
 
+// More different number formats than the cell store holds styles: its refusal comes out as the
+// reader's error, like every other fault of the file.
+TEST(XlsReader, MoreNumberFormatsThanStylesIsAReaderError) {
+    std::string bof(16, '\0');
+    putAt<uint16_t>(bof, 0, 0x0600);
+    std::string stream;
+    record(stream, 0x0809, bof);
+    for (uint32_t i = 0; i < 65536; ++i) {
+        const std::string code = "0\"" + std::to_string(i) + "\"";
+        std::string format(5, '\0');   // the index, then the code's length and 8-bit characters
+        putAt<uint16_t>(format, 0, uint16_t(i));
+        putAt<uint16_t>(format, 2, uint16_t(code.size()));
+        record(stream, 0x041E, format + code);
+    }
+    for (uint32_t i = 0; i < 65536; ++i) {
+        std::string xf(4, '\0');
+        putAt<uint16_t>(xf, 2, uint16_t(i));
+        record(stream, 0x00E0, xf);
+    }
+    record(stream, 0x000A, "");
+    Workbook book;
+    ByteStream bytes{compoundFileWith(stream), 0};
+    try {
+        LoadFromStream(book, bytes);
+        ADD_FAILURE() << "loaded";
+    } catch (const ESpreadSheetReaderError& e) {
+        EXPECT_NE(std::string(e.what()).find("too many different cell styles"), std::string::npos) << e.what();
+    }
+}
+
 }  // namespace
 }  // namespace kes
