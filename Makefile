@@ -4,7 +4,7 @@ NATIVE := build/native
 WIN32  := build/win32
 WIN64  := build/win64
 
-.PHONY: all deps native win32 win64 test bench demo clean
+.PHONY: all deps native win32 win64 test fuzz bench demo clean
 
 all: native win32 win64
 
@@ -25,10 +25,17 @@ win64: deps
 
 test: native win32 win64
 	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
+	@FUZZ_SECONDS=$(FUZZ_TEST_SECONDS) scripts/fuzz.sh
 	@/usr/bin/python3 tests/interop/interop.py $(NATIVE)/bin/kesprint
 	@/usr/bin/python3 tests/interop/formula_oracle.py $(NATIVE)/bin/kesprint
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh
+
+# Every reader under libFuzzer for FUZZ_SECONDS each; `make test` gives them FUZZ_TEST_SECONDS.
+FUZZ_SECONDS ?= 300
+FUZZ_TEST_SECONDS ?= 7
+fuzz: native
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) scripts/fuzz.sh
 
 bench: native win64
 	@scripts/run-benchmarks.sh

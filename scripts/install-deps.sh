@@ -3,6 +3,7 @@
 set -euo pipefail
 packages=(
   cmake g++ make libgtest-dev zlib1g-dev
+  clang libclang-rt-14-dev llvm
   g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix
   gcc-mingw-w64-i686-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64
   libz-mingw-w64-dev

@@ -9,6 +9,7 @@
 #include "sheet/cell_formula.h"
 #include "sheet/formula/cell_address.h"
 #include "sheet/format/number_format.h"
+#include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
 #include "text/utf8.h"
 #include "workbook/workbook_errors.h"
@@ -224,6 +225,8 @@ public:
             } else if (reader.name() == "workbookView" && reader.attribute("activeTab", value)) {
                 std::from_chars(value.data(), value.data() + value.size(), activeTab);
             } else if (reader.name() == "sheet") {
+                if (book_.sheetCount() >= kMaxSheets)
+                    report("The workbook has more than " + std::to_string(kMaxSheets) + " sheets");
                 std::string_view name, id;
                 reader.attribute("name", name);
                 const std::u16string sheetName = fromUtf8(name);
@@ -483,6 +486,8 @@ void XlsxReader::Read(Workbook& book, ByteStream& stream) {
     } catch (const EZipError& e) {
         throw ESpreadSheetReaderError(e.what());
     } catch (const EXmlError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    } catch (const ESheetError& e) {   // what the cell store refuses, such as a 65,537th style
         throw ESpreadSheetReaderError(e.what());
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sheet/sheet_bounds.h"
 #include "sheet/sheet_error.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/workbook_files.h"
@@ -11,8 +12,12 @@ namespace kes {
 namespace {
 
 // A package around one worksheet's sheetData, with two shared strings and two cell styles.
+const char* const kTwoStyles = "<styleSheet><numFmts><numFmt numFmtId=\"164\" formatCode=\"0000\"/></numFmts>"
+                               "<cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"164\"/></cellXfs></styleSheet>";
+
 std::string package(const std::string& sheetData, const std::string& contentType =
-                        "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml") {
+                        "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml",
+                    const std::string& styles = kTwoStyles) {
     ZipWriter zip;
     zip.add("[Content_Types].xml",
             "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
@@ -29,8 +34,7 @@ std::string package(const std::string& sheetData, const std::string& contentType
             "<Relationship Id=\"rId2\" Type=\"x/sharedStrings\" Target=\"sharedStrings.xml\"/>"
             "<Relationship Id=\"rId3\" Type=\"x/styles\" Target=\"styles.xml\"/></Relationships>");
     zip.add("xl/sharedStrings.xml", "<sst><si><t>first</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si></sst>");
-    zip.add("xl/styles.xml", "<styleSheet><numFmts><numFmt numFmtId=\"164\" formatCode=\"0000\"/></numFmts>"
-                             "<cellXfs><xf numFmtId=\"0\"/><xf numFmtId=\"164\"/></cellXfs></styleSheet>");
+    zip.add("xl/styles.xml", styles);
     zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData></worksheet>");
     return zip.finish();
 }
@@ -92,6 +96,16 @@ TEST(XlsxReader, ArrayFormulasGuardTheirCellsAndSharedStringsShareEntries) {
     EXPECT_EQ(book.strings().size(), 1u);
 }
 
+// More different number formats than the cell store holds styles.
+std::string tooManyStyles() {
+    std::string numFmts, xfs;
+    for (int i = 0; i <= 65536; ++i) {
+        numFmts += "<numFmt numFmtId=\"" + std::to_string(164 + i) + "\" formatCode=\"0 &quot;" + std::to_string(i) + "&quot;\"/>";
+        xfs += "<xf numFmtId=\"" + std::to_string(164 + i) + "\"/>";
+    }
+    return "<styleSheet><numFmts>" + numFmts + "</numFmts><cellXfs>" + xfs + "</cellXfs></styleSheet>";
+}
+
 TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
     struct Case { std::string bytes; const char* error; };
     const Case cases[] = {
@@ -100,6 +114,8 @@ TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
         {package("<row r=\"1\"><c r=\"1A\"><v>1</v></c></row>"), "The \"1A\" column index is invalid"},
         {package("<row r=\"1\"><c r=\"A1\" t=\"n\"><v>x1</v></c></row>"), "is not a valid floating point value"},
         {package("<row r=\"1\"><c r=\"A1\"><v>1</v></c>"), "xml:"},
+        {package("", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml", tooManyStyles()),
+         "too many different cell styles"},
     };
     for (const Case& c : cases) {
         Workbook book;
@@ -115,6 +131,39 @@ TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
     }
     EXPECT_FALSE(xlsxWorkbookPart(package("", "application/vnd.ms-word.document.main+xml")));
     EXPECT_TRUE(xlsxWorkbookPart(package("", "application/vnd.openxmlformats-officedocument.spreadsheetml.template.main+xml")));
+}
+
+// A workbook part naming `sheets` sheets, every one the same small worksheet: a few kilobytes of
+// archive for as many sheets as one likes.
+std::string manySheets(int sheets) {
+    ZipWriter zip;
+    zip.add("_rels/.rels", "<Relationships><Relationship Id=\"rId1\" Type=\"x/officeDocument\" Target=\"xl/workbook.xml\"/>"
+                           "</Relationships>");
+    std::string workbook = "<workbook><sheets>";
+    for (int i = 0; i < sheets; ++i) workbook += "<sheet name=\"S\" r:id=\"rId1\"/>";
+    zip.add("xl/workbook.xml", workbook + "</sheets></workbook>");
+    zip.add("xl/_rels/workbook.xml.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"x/worksheet\" Target=\"sheet.xml\"/></Relationships>");
+    zip.add("xl/sheet.xml", "<worksheet><sheetData><row><c><v>1</v></c></row></sheetData></worksheet>");
+    return zip.finish();
+}
+
+TEST(XlsxReader, RefusesMoreSheetsThanAWorkbookHoldsKeepingTheWorkbook) {
+    const SpreadSheetFormat& xlsx = *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx");
+    Workbook book;
+    ByteStream most{manySheets(kMaxSheets), 0};
+    LoadFromStream(book, most, xlsx);
+    EXPECT_EQ(book.sheetCount(), kMaxSheets);
+    EXPECT_EQ(book.sheet(kMaxSheets - 1).getCell(0, 0).asFloat(), 1.0);
+
+    ByteStream tooMany{manySheets(kMaxSheets + 1), 0};
+    try {
+        LoadFromStream(book, tooMany, xlsx);
+        ADD_FAILURE() << "loaded";
+    } catch (const ESpreadSheetReaderError& e) {
+        EXPECT_NE(std::string(e.what()).find("more than 10000 sheets"), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(book.sheetCount(), kMaxSheets);
 }
 
 }  // namespace

@@ -175,10 +175,16 @@ std::u16string joinTop(std::vector<std::u16string>& stack, size_t count, const N
 // recursion: a formula nested thousands of operators deep costs no call stack.
 std::u16string formulaText(const Expression& expression) {
     std::vector<std::u16string> stack;
+    // Whether each piece ends with a defined name. "Name:" followed by a word would read back as
+    // whole columns or a range of sheets ("BC:D", "A:Sheet2!B1"), so such a range keeps a space
+    // before its colon, as it must have had to parse as it did.
+    std::vector<bool> endsWithName;
     for (const Node& node : expression.nodes()) {
         std::u16string piece;
+        bool nameEnds = node.kind == NodeKind::Name;
         switch (node.kind) {
         case NodeKind::Unary: {
+            nameEnds = node.op != Operator::Percent && endsWithName.back();
             std::u16string operand = std::move(stack.back());
             stack.pop_back();
             if (node.op == Operator::Percent) {
@@ -190,10 +196,15 @@ std::u16string formulaText(const Expression& expression) {
             break;
         }
         case NodeKind::Binary: {
+            const bool leftNameEnds = endsWithName[endsWithName.size() - 2];
+            nameEnds = endsWithName.back();
             std::u16string right = std::move(stack.back());
             stack.pop_back();
             piece = std::move(stack.back());
             stack.pop_back();
+            if (node.op == Operator::Range && leftNameEnds && !right.empty() &&
+                (startsName(right, 0) || right[0] == u'$' || isDigit(right[0])))
+                piece += u' ';
             piece.append(operatorText(node.op)).append(right);
             break;
         }
@@ -210,6 +221,8 @@ std::u16string formulaText(const Expression& expression) {
         default: appendLeaf(piece, expression, node); break;
         }
         stack.push_back(std::move(piece));
+        endsWithName.resize(stack.size() - 1);
+        endsWithName.push_back(nameEnds);
     }
     std::u16string text = u"=";
     if (!stack.empty()) text += stack.back();

@@ -6,6 +6,7 @@
 
 #include "records/ansi_code_page.h"
 #include "sheet/format/number_format.h"
+#include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xls/compound_file.h"
@@ -59,6 +60,7 @@ public:
         }
         return true;
     }
+    size_t position() const { return position_; }
 
 private:
     std::string_view stream_;
@@ -183,6 +185,8 @@ public:
             case kFormat: formats[get<uint16_t>(r.data, 0, "FORMAT")] = unicodeString(r.data, 2, false, "FORMAT"); break;
             case kXf: xfFormats.push_back(get<uint16_t>(r.data, 2, "XF")); break;
             case kBoundSheet:
+                if (sheets.size() >= size_t(kMaxSheets))
+                    fail("the workbook has more than " + std::to_string(kMaxSheets) + " sheets");
                 sheets.push_back({unicodeString(r.data, 6, true, "BOUNDSHEET"), get<uint32_t>(r.data, 0, "BOUNDSHEET"),
                                   get<uint8_t>(r.data, 5, "BOUNDSHEET")});
                 break;
@@ -330,6 +334,10 @@ private:
             default: break;
             }
         }
+        // Sheets of a sound file never share records; a file whose sheets all start at the same
+        // place would have every sheet read the whole stream again.
+        sheetBytes_ += records.position() - position;
+        if (sheetBytes_ > stream_.size()) fail("the sheets overlap in the workbook stream");
     }
 
     static FormulaErrorCode errorOf(uint8_t code) {
@@ -349,6 +357,7 @@ private:
     std::vector<std::u16string> strings_;
     std::vector<uint16_t> styles_;
     std::vector<std::u16string> externSheetNames_;
+    size_t sheetBytes_ = 0;   // read by the sheets so far
 };
 
 }  // namespace
@@ -364,6 +373,8 @@ void BiffReader::Read(Workbook& book, ByteStream& stream) {
         }
         WorkbookReader(book, *workbook).read();
     } catch (const ECompoundFileError& e) {
+        throw ESpreadSheetReaderError(std::string("xls: ") + e.what());
+    } catch (const ESheetError& e) {   // what the cell store refuses, such as a 65,537th style
         throw ESpreadSheetReaderError(std::string("xls: ") + e.what());
     }
 }

@@ -127,6 +127,11 @@ std::string ZipReader::extract(const ZipEntry& entry) const {
         if (entry.compressedSize != entry.size) throw EZipError("zip: stored entry " + entry.name + " has two different sizes");
         out.assign(packed);
     } else if (entry.method == 8) {
+        // Deflate gives at most 1032 bytes for each byte it reads: a larger size is a lie that
+        // would have the reader allocate up to the limit for a few bytes of input.
+        if (entry.size / 1032 > entry.compressedSize)
+            throw EZipError("zip: " + entry.name + " claims " + std::to_string(entry.size) + " bytes from " +
+                            std::to_string(entry.compressedSize) + ", more than deflate can give");
         out.reserve(entry.size);
         prefaultForWriting(out.data(), entry.size);   // every byte is written: map the pages in one go
         out.resize(entry.size);

@@ -150,6 +150,32 @@ TEST(FormulaParser, AcceptsNamesAndFunctions) {
     }
 }
 
+// A name before a range colon was written back as text that read as another formula or none:
+// "BUw :B" as whole columns BUW:B, "A :Uw!A1" as a range of sheets A:Uw. The canonical text of
+// these keeps the space, and reads back as the same tree.
+TEST(FormulaParser, NamesBeforeARangeColonReadBackAsTheSameTree) {
+    const Accepted cases[] = {
+        {u"=Uw!A0:BUw :B", u"=Uw!A0 :BUw :B", u"(: (: name:<Uw>A0 name:BUw) name:B)"},
+        {u"=A :Uw!A1", u"=A :Uw!A1", u"(: name:A <Uw>A1)"},
+        {u"=Rate:B2", u"=Rate :B2", u"(: name:Rate B2)"},
+        {u"=-Rate:$B$2", u"=-Rate :$B$2", u""},
+        {u"=Rate:INDEX(B:B,2)", u"=Rate :INDEX(B:B,2)", u""},
+        {u"=Rate:B2%", u"=Rate :B2%", u""},
+        {u"=(Rate):B2", u"=(Rate):B2", u""},
+        {u"=Rate:#REF!", u"=Rate:#REF!", u""},
+        {u"=A:C", u"=A:C", u""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.text.begin(), c.text.end()));
+        expectAccepted(c);
+        const auto expression = parseFormula(c.text);
+        ASSERT_NE(expression, nullptr);
+        const auto again = parseFormula(formulaText(*expression));
+        ASSERT_NE(again, nullptr);
+        EXPECT_EQ(dumpTree(*again), dumpTree(*expression));
+    }
+}
+
 TEST(FormulaParser, GroupsOperatorsByExcelPrecedence) {
     const Accepted cases[] = {
         {u"=1+2*3", u"=1+2*3", u"(+ 1 (* 2 3))"},

@@ -86,6 +86,7 @@ TEST(ZipReader, RefusesDamagedAndHostileArchives) {
         {{{"crc.xml", "hello", 0, -1, 1}}, "CRC"},
         {{{"secret.xml", "hello", 1}}, "encrypted"},
         {{{"huge.xml", "hello", 0, int64_t(3) << 30}}, "beyond the limit"},
+        {{{"claims.xml", "hello", 0, int64_t(900) << 20}}, "more than deflate can give"},
     };
     for (const Case& c : cases) {
         const std::string zip = makeZip(c.parts);

@@ -1,0 +1,95 @@
+#!/usr/bin/env python3
+"""Builds the seed corpora of the fuzz targets under OUT/<target>/ from the shared corpus of real
+workbooks (by extension), the parts and formulas inside them, what our own writers make of them
+(kesprint convert, when a native build is there), and a few small hand-made inputs."""
+import hashlib
+import html
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import zipfile
+
+root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(root, "build", "fuzz", "seeds")
+corpus = os.path.join(root, "..", "shared", "corpus", "files")
+kesprint = os.path.join(root, "build", "native", "bin", "kesprint")
+
+MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "xlsx_parts": 1 << 18, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
+           "xml": 1 << 18, "csv": 1 << 16, "formula": 4096, "cell_text": 1024}
+
+
+def seed(target, data):
+    if len(data) > MAX_LEN[target]:
+        return
+    folder = os.path.join(out, target)
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, hashlib.sha1(data).hexdigest()), "wb") as f:
+        f.write(data)
+
+
+def corpus_files():
+    if not os.path.isdir(corpus):
+        return []
+    return sorted(os.path.join(corpus, n) for n in os.listdir(corpus))
+
+
+formulas = ["SUM(A1:B2)", "IF(A1>0,\"yes\",\"no\")", "VLOOKUP($A$1,Sheet2!A:C,3,FALSE)", "'\u7b2c\u4e8c\u9875'!B3*2",
+            "-(1+2)^3%&\"x\"", "A1:B2 B2:C3", "{1,2;3,4}", "#REF!+#N/A", "TEXTJOIN(\",\",TRUE,A1:A9)",
+            "DATEDIF(DATE(2020,1,31),TODAY(),\"m\")", "R1C1", "XFD1048576", "INDEX(A:A,MATCH(\"k\",B:B,0))"]
+texts = ["42", "-1.5e300", "\u00a512.5", "TRUE", "#DIV/0!", "2026-11-22 8:30", "12:61", "1/2", "007", "=A1+1",
+         "50%", "(1,234.5)", "\u54c1\u540d", "1e-400", " 3 ", "=", "2/29/1900"]
+for f in formulas:
+    seed("formula", b"\x00\x00" + f.encode())
+for i, t in enumerate(texts):
+    seed("cell_text", bytes([i * 37 & 0xFF]) + t.encode())
+seed("csv", "\ufeffname,price\r\n\u54c1\u540d,\"1,2\"\r\n\"a\"\"b\",=1+2\r\n".encode())
+seed("csv", b"\xff\xfe" + "a,b\r\n1,2\r\n".encode("utf-16-le"))
+seed("csv", "\u54c1,\u540d\r\n".encode("gbk"))
+
+for path in corpus_files():
+    data = open(path, "rb").read()
+    ext = os.path.splitext(path)[1].lower()
+    if ext in (".xlsx", ".xlsm"):
+        seed("xlsx", data)
+        seed("zip", data)
+        try:
+            with zipfile.ZipFile(path) as z:
+                # The parts of the xlsx_parts target, NUL-separated in its fixed order.
+                names = {n.replace("\\", "/").lower(): n for n in z.namelist()}
+                parts = ["[content_types].xml", "_rels/.rels", "xl/workbook.xml", "xl/_rels/workbook.xml.rels",
+                         "xl/worksheets/sheet1.xml", "xl/sharedstrings.xml", "xl/styles.xml", "xl/worksheets/sheet2.xml"]
+                seed("xlsx_parts", b"\0".join(z.read(names[p]) if p in names else b"" for p in parts))
+                for info in z.infolist():
+                    if not info.filename.endswith((".xml", ".rels")) or info.file_size > MAX_LEN["xml"]:
+                        continue
+                    part = z.read(info)
+                    seed("xml", b"\x03" + part)
+                    for f in re.findall(rb"<(?:\w+:)?f[ >][^<]*?>?([^<]+)</", part)[:20]:
+                        seed("formula", b"\x01\xff" + html.unescape(f.decode("utf-8", "replace")).encode())
+                    for t in re.findall(rb"<(?:\w+:)?[tv]>([^<]{1,64})</", part)[:10]:
+                        seed("cell_text", b"\x00" + html.unescape(t.decode("utf-8", "replace")).encode())
+        except (zipfile.BadZipFile, RuntimeError, NotImplementedError, zipfile.LargeZipFile, ValueError):
+            pass
+    elif ext == ".xls":
+        seed("xls", data)
+        seed("cfb", data)
+
+# What our writers make: the native and CSV formats have no files of their own in the corpus.
+if os.access(kesprint, os.X_OK):
+    with tempfile.TemporaryDirectory() as tmp:
+        small = [p for p in corpus_files() if os.path.getsize(p) < 60000][:24]
+        for i, path in enumerate(small):
+            for ext, target in ((".bin", "native"), (".csv", "csv"), (".xlsx", "xlsx")):
+                made = os.path.join(tmp, f"{i}{ext}")
+                if subprocess.run([kesprint, "convert", path, made], capture_output=True).returncode == 0:
+                    seed(target, open(made, "rb").read())
+                    if target == "xlsx":
+                        seed("zip", open(made, "rb").read())
+else:
+    print(f"fuzz_seeds: no {kesprint}, so no seeds of our own writers", file=sys.stderr)
+
+for target in sorted(MAX_LEN):
+    folder = os.path.join(out, target)
+    print(f"{target}: {len(os.listdir(folder)) if os.path.isdir(folder) else 0} seeds")
