@@ -30,6 +30,11 @@ void UndoHistory::record(SheetTable& sheet, int32_t row, int32_t column, CellSta
     redo_.clear();
     Record r{&sheet, row, column, std::move(before)};
     if (openDepth_ > 0) {
+        // A cell made and then written by one command is recorded once, with its first state.
+        if (!open_.empty()) {
+            const Record& last = open_.back();
+            if (last.sheet == &sheet && last.row == row && last.column == column) return;
+        }
         open_.push_back(std::move(r));
     } else {
         push(undo_, Action{std::move(r)});
@@ -41,7 +46,6 @@ void UndoHistory::replay(std::vector<Action>& from, std::vector<Action>& to) {
     Action action = std::move(from.back());
     from.pop_back();
     Action inverse;
-    inverse.reserve(action.size());
     replaying_ = true;
     for (auto it = action.rbegin(); it != action.rend(); ++it) {
         inverse.push_back({it->sheet, it->row, it->column, it->sheet->cellState(it->row, it->column)});

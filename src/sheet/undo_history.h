@@ -4,6 +4,7 @@
 // puts those states back in reverse order.
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 #include "sheet/cell_value.h"
@@ -48,7 +49,9 @@ private:
         int32_t column;
         CellState before;
     };
-    using Action = std::vector<Record>;
+    // A paste of a hundred thousand rows records over a million cells: a deque grows without
+    // moving what it holds.
+    using Action = std::deque<Record>;
 
     void replay(std::vector<Action>& from, std::vector<Action>& to);
     static void push(std::vector<Action>& stack, Action action);
