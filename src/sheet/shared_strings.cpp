@@ -32,9 +32,15 @@ size_t SharedStringTable::slotOf(std::u16string_view text, uint32_t hash) const 
     }
 }
 
-void SharedStringTable::grow() {
+void SharedStringTable::reserve(size_t count) {
+    size_t slots = slots_.empty() ? 1024 : slots_.size();
+    while (count * 4 > slots * 3) slots *= 2;
+    if (slots != slots_.size()) grow(slots);
+}
+
+void SharedStringTable::grow(size_t slots) {
     std::vector<Slot> old = std::move(slots_);
-    slots_.assign(old.empty() ? 1024 : old.size() * 2, Slot{});
+    slots_.assign(slots, Slot{});
     const size_t mask = slots_.size() - 1;
     for (const Slot& slot : old) {
         if (!slot.entry) continue;
@@ -45,7 +51,7 @@ void SharedStringTable::grow() {
 }
 
 SharedString* SharedStringTable::acquire(std::u16string_view text) {
-    if ((count_ + 1) * 4 > slots_.size() * 3) grow();
+    if ((count_ + 1) * 4 > slots_.size() * 3) grow(slots_.empty() ? 1024 : slots_.size() * 2);
     const uint32_t hash = hashOf(text);
     const size_t slot = slotOf(text, hash);
     if (SharedString* entry = slots_[slot].entry) {

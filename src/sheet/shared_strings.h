@@ -33,11 +33,13 @@ public:
     void release(SharedString* entry);
 
     size_t size() const { return count_; }
+    // Room for `count` entries in all without growing, for readers that know how many come.
+    void reserve(size_t count);
 
 private:
     static uint32_t hashOf(std::u16string_view text);
     size_t slotOf(std::u16string_view text, uint32_t hash) const;
-    void grow();
+    void grow(size_t slots);
 
     // Open addressing, linear probing, no tombstones. The hash beside the entry spares a probe
     // a visit to an entry that cannot match.

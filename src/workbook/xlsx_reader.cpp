@@ -265,6 +265,9 @@ private:
             if (t == Token::StartElement && reader.name() == "si") strings_.push_back(readStringItem(reader));
         }
         entries_.resize(strings_.size(), nullptr);
+        // Most of them will be cells' texts: the workbook's table takes them without growing,
+        // up to a bound, so that a file of millions of empty items cannot make it reserve more.
+        book_.strings().reserve(book_.strings().size() + std::min<size_t>(strings_.size(), size_t(1) << 22));
     }
 
     void readStyles(const std::string& part) {
