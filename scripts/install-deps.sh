@@ -9,7 +9,7 @@ packages=(
   libz-mingw-w64-dev
   wine wine64 xvfb xauth x11-apps fonts-wqy-microhei
   python3 python3-openpyxl python3-xlsxwriter
-  libreoffice-calc-nogui python3-xlrd
+  libreoffice-calc-nogui gnumeric python3-xlrd
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -403,6 +403,8 @@ private:
             return boolean(v.type == cdtError);
         }
         if (bare == u"NA" && n == 0) return error(ecNA);
+        // LibreOffice saves a logical value as one of these formulas.
+        if ((bare == u"TRUE" || bare == u"FALSE") && n == 0) return boolean(bare == u"TRUE");
         if ((bare == u"ROW" || bare == u"COLUMN") && n <= 1) {
             if (n == 0) return number(double(bare == u"ROW" ? row_ : column_) + 1);
             const Value r = arg(0);

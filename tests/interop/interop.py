@@ -1,12 +1,14 @@
 #!/usr/bin/python3
 """Workbooks made by other programs, read by ours; and ours, read by another program.
 
-Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages). Every cell
+Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages), and saved
+again by LibreOffice and Gnumeric as .xlsx and .xls when they are installed. Every cell
 that a producer wrote must come out of `kesprint cells` with the kind and value it was written
 with; every workbook that `kesprint convert` writes must read back in openpyxl with the same
 values, and every .xls it writes must read back in xlrd with the same values and types. Prints
 one line per check and "N passed, N failed".
 """
+import csv
 import datetime
 import json
 import os
@@ -95,7 +97,10 @@ def make_openpyxl(path):
     book.save(path)
 
 
-def check_read(path, sheets, date1904):
+def check_read(path, sheets, date1904, logical_formulas=False, trims=False):
+    """Every cell of ROWS. LibreOffice saves a logical value as the formula TRUE()
+    (logical_formulas); Gnumeric writes texts without xml:space="preserve", whose surrounding
+    white space Excel drops, and so do we (trims)."""
     found, error = cells(path)
     check(found is not None, "%s loads (%s)" % (os.path.basename(path), error))
     if found is None:
@@ -103,6 +108,10 @@ def check_read(path, sheets, date1904):
     for sheet in sheets:
         for row, col, _, kind, value in ROWS:
             c = found.get((sheet, row, col))
+            if logical_formulas and kind == "boolean":
+                kind = "formula"
+            if trims and isinstance(value, str):
+                value = value.strip()
             ok = c is not None and c["type"] == kind and c["value"] == value
             check(ok, "%s %s!%d,%d: %r" % (os.path.basename(path), sheet, row, col, c))
 
@@ -174,6 +183,73 @@ with tempfile.TemporaryDirectory() as folder:
                                  os.path.join(folder, "ours-0.xls")], capture_output=True, text=True, timeout=120)
         check(result.returncode == 0 and os.path.exists(os.path.join(out, "ours-0.csv")),
               "LibreOffice converts our .xls: " + result.stderr.strip())
+
+    # Made by LibreOffice and Gnumeric: the xlsxwriter fixture saved again by each, as .xlsx
+    # and .xls, read by ours with every cell's kind and value as written.
+    source = os.path.join(folder, "xlsxwriter-0.xlsx")
+    produced = []
+    if shutil.which("soffice"):
+        profile = "-env:UserInstallation=file://" + os.path.join(folder, "profile")
+        for kind in ("xlsx", "xls"):
+            out = os.path.join(folder, "libreoffice-" + kind)
+            subprocess.run(["soffice", profile, "--headless", "--convert-to", kind, "--outdir", out, source],
+                           capture_output=True, timeout=180)
+            produced.append(("LibreOffice " + kind, os.path.join(out, "xlsxwriter-0." + kind)))
+    if shutil.which("ssconvert"):
+        for kind, exporter in (("xlsx", "Gnumeric_Excel:xlsx2"), ("xls", "Gnumeric_Excel:excel_biff8")):
+            target = os.path.join(folder, "gnumeric." + kind)
+            subprocess.run(["ssconvert", "-T", exporter, source, target], capture_output=True, timeout=180)
+            produced.append(("Gnumeric " + kind, target))
+    for producer, path in produced:
+        check(os.path.exists(path), producer + " wrote the fixture")
+        if os.path.exists(path):
+            check_read(path, ("First", "第二页", "Third"), False,
+                       logical_formulas=producer.startswith("LibreOffice"), trims=path.endswith("gnumeric.xlsx"))
+            found, _ = cells(path)
+            if found:
+                date = found.get(("First", 2, 0), {})
+                check(date.get("value") == 46348 and date.get("text") == "2026-11-22",
+                      "%s date: %r" % (producer, date))
+                formula = found.get(("First", 2, 1), {})
+                check(formula.get("type") == "formula" and formula.get("text") == "13802469135780",
+                      "%s formula: %r" % (producer, formula))
+
+    # Ours, read back by Gnumeric: every sheet of our .xlsx and .xls as CSV of raw values, cell
+    # by cell against the values our grid holds (numbers and date serials by value).
+    if shutil.which("ssconvert"):
+        for ours in (os.path.join(folder, "ours.xlsx"), os.path.join(folder, "ours-0.xls")):
+            expected, _ = cells(ours)
+            if not expected:
+                continue
+            template = os.path.join(folder, os.path.basename(ours) + "-%n.csv")
+            result = subprocess.run(["ssconvert", "-S", "-T", "Gnumeric_stf:stf_assistant",
+                                     "-O", "separator=, format=raw", ours, template],
+                                    capture_output=True, text=True, timeout=180)
+            check(result.returncode == 0, "Gnumeric reads %s: %s" % (os.path.basename(ours), result.stderr.strip()))
+            names = sorted({name for name, _, _ in expected}, key=lambda n: ("First", "第二页", "Third").index(n))
+            for index, name in enumerate(names):
+                sheet_csv = template.replace("%n", str(index))
+                if not os.path.exists(sheet_csv):
+                    check(False, "Gnumeric wrote sheet %s of %s" % (name, os.path.basename(ours)))
+                    continue
+                with open(sheet_csv, encoding="utf-8") as f:
+                    rows = list(csv.reader(f))
+                for (sheet, row, col), c in sorted(expected.items()):
+                    if sheet != name:
+                        continue
+                    theirs = rows[row][col] if row < len(rows) and col < len(rows[row]) else ""
+                    value = c["value"]
+                    if isinstance(value, bool):
+                        same = theirs == ("TRUE" if value else "FALSE")
+                    elif isinstance(value, (int, float)):
+                        try:
+                            same = abs(float(theirs) - value) <= 1e-12 * max(1.0, abs(value))
+                        except ValueError:
+                            same = False
+                    else:
+                        same = theirs == value
+                    check(same, "Gnumeric reads %s %s!%d,%d as %r, ours %r"
+                          % (os.path.basename(ours), sheet, row, col, theirs, value))
 
 print("%d passed, %d failed" % (passed, failed))
 sys.exit(1 if failed else 0)

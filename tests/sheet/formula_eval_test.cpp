@@ -96,6 +96,8 @@ TEST_F(FormulaEval, LooksUpDatesTextsAndTables) {
         {u"=WEEKDAY(46348)", u"1"},
         {u"=WEEKDAY(46348,2)&WEEKDAY(46348,3)&WEEKDAY(46348,17)&WEEKDAY(46348,12)", u"7616"},
         {u"=WEEKDAY(46348,4)", u"#NUM!"},
+        {u"=TRUE()", u"TRUE"},
+        {u"=NOT(FALSE())", u"TRUE"},
         {u"=COUNTIF(E1:E3,\"?-*\")", u"3"},           // wildcards, case ignored
         {u"=COUNTIF(E1:E3,\"<>a*\")", u"2"},
         {u"=COUNTIF(E1:E3,\"~?-1\")", u"0"},          // ~ takes the next character literally
