@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 """Workbooks made by other programs, read by ours; and ours, read by another program.
 
-Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages), and saved
-again by LibreOffice and Gnumeric as .xlsx and .xls when they are installed. Every cell
+Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages) and SheetJS
+(npm, installed under build/npm), and saved again by LibreOffice and Gnumeric as .xlsx and .xls
+when they are installed. Every cell
 that a producer wrote must come out of `kesprint cells` with the kind and value it was written
 with; every workbook that `kesprint convert` writes must read back in openpyxl with the same
 values, and every .xls it writes must read back in xlrd with the same values and types. Prints
@@ -12,16 +13,20 @@ import csv
 import datetime
 import json
 import os
+import re
 import shutil
 import subprocess
 import sys
 import tempfile
+import zipfile
 
 import openpyxl
 import xlrd
 import xlsxwriter
 
 KESPRINT = sys.argv[1]
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.dirname(os.path.dirname(HERE))
 passed = failed = 0
 
 
@@ -213,6 +218,42 @@ with tempfile.TemporaryDirectory() as folder:
                 formula = found.get(("First", 2, 1), {})
                 check(formula.get("type") == "formula" and formula.get("text") == "13802469135780",
                       "%s formula: %r" % (producer, formula))
+
+    # Made by SheetJS (npm's xlsx, installed under build/npm): shared strings in both date
+    # systems, and the same workbook with the cells' "r" attributes taken out of its sheets.
+    sheetjs = os.path.join(ROOT, "build", "npm")
+    if shutil.which("npm") and not os.path.isdir(os.path.join(sheetjs, "node_modules", "xlsx")):
+        subprocess.run(["npm", "install", "--silent", "--no-audit", "--no-fund", "--prefix", sheetjs, "xlsx@0.18.5"],
+                       capture_output=True, timeout=300)
+    if os.path.isdir(os.path.join(sheetjs, "node_modules", "xlsx")):
+        environment = dict(os.environ, NODE_PATH=os.path.join(sheetjs, "node_modules"))
+        for date1904 in (False, True):
+            path = os.path.join(folder, "sheetjs-%d.xlsx" % date1904)
+            subprocess.run(["node", os.path.join(HERE, "sheetjs_write.js"), path, "1904" if date1904 else "1900"],
+                           env=environment, capture_output=True, timeout=120)
+            check(os.path.exists(path), "SheetJS wrote " + os.path.basename(path))
+            if not os.path.exists(path):
+                continue
+            variants = [path]
+            if not date1904:
+                stripped = os.path.join(folder, "sheetjs-without-r.xlsx")
+                with zipfile.ZipFile(path) as zin, zipfile.ZipFile(stripped, "w", zipfile.ZIP_DEFLATED) as zout:
+                    for item in zin.infolist():
+                        data = zin.read(item.filename)
+                        if item.filename.startswith("xl/worksheets/"):
+                            data = re.sub(rb'(<c) r="[A-Z]+[0-9]+"', rb"\1", data)
+                        zout.writestr(item, data)
+                variants.append(stripped)
+            for variant in variants:
+                check_read(variant, ("First", "第二页", "Third"), date1904)
+                found, _ = cells(variant)
+                if found:
+                    date = found.get(("First", 2, 0), {})
+                    check(date.get("text") == "2026-11-22", "SheetJS date %r" % date)
+                    check(found.get(("First", 2, 1), {}).get("text") == "13802469135780", "SheetJS formula")
+                    check(found.get(("First", 2, 2), {}).get("value") == "#DIV/0!", "SheetJS error")
+    else:
+        print("npm's xlsx (SheetJS) could not be installed: its fixtures are skipped")
 
     # Ours, read back by Gnumeric: every sheet of our .xlsx and .xls as CSV of raw values, cell
     # by cell against the values our grid holds (numbers and date serials by value).
