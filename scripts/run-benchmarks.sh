@@ -20,6 +20,24 @@ echo "== inflate floor: unzip -p"
 if command -v unzip >/dev/null; then
   /usr/bin/time -f "  unzip -p of the same workbook                    %e s" unzip -p "$workbook" >/dev/null
 fi
+echo "== peers loading the same workbook (converted to CSV, which needs every cell read)"
+peers=$(mktemp -d)
+if command -v soffice >/dev/null; then
+  /usr/bin/time -f "  LibreOffice headless                             %e s" \
+    soffice -env:UserInstallation=file://$peers/profile --headless --convert-to csv --outdir "$peers" "$workbook" \
+    >/dev/null 2>"$peers/soffice.err" || true
+  grep "LibreOffice" "$peers/soffice.err" || true
+fi
+if command -v ssconvert >/dev/null; then
+  /usr/bin/time -f "  Gnumeric ssconvert                               %e s" \
+    ssconvert "$workbook" "$peers/gnumeric.csv" >/dev/null 2>"$peers/ssconvert.err" || true
+  grep "Gnumeric" "$peers/ssconvert.err" || true
+fi
+/usr/bin/time -f "  openpyxl read-only                               %e s" /usr/bin/python3 -c "
+import openpyxl, sys
+book = openpyxl.load_workbook(sys.argv[1], read_only=True)
+sum(1 for sheet in book for row in sheet.iter_rows(values_only=True))" "$workbook" 2>&1 | grep openpyxl || true
+rm -rf "$peers"
 echo "== bench_grid_paint (x86_64 under Wine)"
 source scripts/wine-env.sh
 wineboot -i >/dev/null 2>&1 || true
