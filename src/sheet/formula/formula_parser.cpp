@@ -15,7 +15,6 @@ namespace {
 
 // Excel's own limits: Excel refuses such formulas too, and the nesting limit bounds the
 // parser's recursion whatever the text.
-constexpr size_t kMaxFormulaLength = 8192;
 constexpr int kMaxNesting = 64;
 constexpr uint32_t kMaxArguments = 255;
 constexpr size_t kMaxTextLength = 255;

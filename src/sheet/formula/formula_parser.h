@@ -12,6 +12,9 @@
 
 namespace kes::formula {
 
+// The longest formula text, "=" included, that the parser reads, as in Excel.
+constexpr size_t kMaxFormulaLength = 8192;
+
 struct ParseError {
     size_t offset = 0;     // in UTF-16 units from the start of the text, "=" included
     std::string message;   // English, UTF-8

@@ -169,6 +169,22 @@ std::u16string joinTop(std::vector<std::u16string>& stack, size_t count, const N
     return joined;
 }
 
+// A range written as "left:right" must not read back as something else: after a defined name,
+// "Name:B" would be whole columns; after any word, "E3:Sheet2!E28" a range of sheets.
+bool needsSpaceBeforeColon(std::u16string_view left, bool leftIsName, std::u16string_view right) {
+    if (right.empty()) return false;
+    if (leftIsName && (startsName(right, 0) || right[0] == u'$' || isDigit(right[0]))) return true;
+    const size_t word = scanNameChars(right, 0);
+    if (word == 0 || word >= right.size() || right[word] != u'!') return false;
+    // The left piece ends with a bare word, not one that follows a sheet ("Sheet1!A1") or a $.
+    size_t start = left.size();
+    const auto wordChar = [](char16_t c) {
+        return isAsciiLetter(c) || isDigit(c) || c == u'_' || c == u'.' || isWideLetter(c) || (c >= 0xDC00 && c <= 0xDFFF);
+    };
+    while (start > 0 && wordChar(left[start - 1])) --start;
+    return start < left.size() && (start == 0 || (left[start - 1] != u'!' && left[start - 1] != u'$'));
+}
+
 }  // namespace
 
 // The nodes are in postfix order, so the text is built with a stack of pieces rather than by
@@ -202,9 +218,7 @@ std::u16string formulaText(const Expression& expression) {
             stack.pop_back();
             piece = std::move(stack.back());
             stack.pop_back();
-            if (node.op == Operator::Range && leftNameEnds && !right.empty() &&
-                (startsName(right, 0) || right[0] == u'$' || isDigit(right[0])))
-                piece += u' ';
+            if (node.op == Operator::Range && needsSpaceBeforeColon(piece, leftNameEnds, right)) piece += u' ';
             piece.append(operatorText(node.op)).append(right);
             break;
         }

@@ -100,6 +100,7 @@ TEST(FormulaParser, AcceptsReferencesOfEveryForm) {
         {u"='Jan 1:Mar'!A1:B2", u"='Jan 1:Mar'!A1:B2", u"<Jan 1:Mar>A1:B2"},
         {u"=Sheet1!#ref!", u"=Sheet1!#REF!", u"<Sheet1>#REF!"},
         {u"=Sheet1!A1:Sheet2!B2", u"=Sheet1!A1:Sheet2!B2", u"(: <Sheet1>A1 <Sheet2>B2)"},
+        {u"=E3:'Sheet2'!E28", u"=E3 :Sheet2!E28", u"(: E3 <Sheet2>E28)"},   // not the sheets E3 to Sheet2
         {u"=A1:B2:C3", u"=A1:B2:C3", u"(: A1:B2 C3)"},
         {u"=A1:INDEX(B:B,2)", u"=A1:INDEX(B:B,2)", u"(: A1 (INDEX B:B 2))"},
         {u"=A1:B2 B1:C3", u"=A1:B2 B1:C3", u"(isect A1:B2 B1:C3)"},
