@@ -63,12 +63,38 @@ TEST(FormulaTokens, ReadsExcelsOwnShortcutsAndRefusesWhatItDoesNotKnow) {
     for (const std::string& tokens : refused) EXPECT_FALSE(formulaFromTokens(tokens, {u"Data"})) << tokens.size();
 }
 
+// A shared formula (SHRFMLA) holds offsets from the cell it is read for; LibreOffice writes a
+// column of formulas filled down this way.
+TEST(FormulaTokens, ReadsASharedFormulaForEachOfItsCells) {
+    const std::string times2("\x4C\x00\x00\xFD\xC0\x1E\x02\x00\x05", 9);       // D1*2 in G1
+    const std::string fixedColumn("\x4C\x00\x00\x03\x80\x1E\x02\x00\x05", 9);  // $D1*2
+    const std::string sum("\x2D\xFE\xFF\xFF\xFF\xFE\xC0\xFF\xC0\x19\x10\x00\x00", 13);  // SUM(A1:B2) in C3
+    const struct {
+        std::string tokens;
+        TokenCell cell;
+        std::u16string text;
+    } cases[] = {
+        {times2, {0, 6}, u"=D1*2"},
+        {times2, {2, 6}, u"=D3*2"},
+        {times2, {0, 7}, u"=E1*2"},
+        {fixedColumn, {4, 6}, u"=$D5*2"},
+        {sum, {2, 2}, u"=SUM(A1:B2)"},
+        {sum, {3, 5}, u"=SUM(D2:E3)"},
+        {std::string("\x4C\xFF\xFF\xFF\xC0", 5), {0, 0}, u"=IV65536"},   // wraps round, as in Excel
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(formulaFromTokens(c.tokens, {}, c.cell), c.text) << c.tokens.size();
+        EXPECT_FALSE(formulaFromTokens(c.tokens, {})) << "relative tokens need the cell they are read for";
+    }
+}
+
 TEST(FormulaTokens, ArbitraryBytesNeverCrash) {
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i) {
         std::string tokens(random() % 24, '\0');
         for (char& c : tokens) c = char(random() % 4 == 0 ? 0x19 + random() % 0x44 : random());
         (void)formulaFromTokens(tokens, {u"A", u""});
+        (void)formulaFromTokens(tokens, {u"A", u""}, TokenCell{65535, 255});
     }
 }
 

@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <optional>
 #include <random>
 
 #include "sheet/cell_formula.h"
+#include "text/utf8.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/workbook_files.h"
 #include "workbook/xls/biff_writer.h"
 #include "workbook/xls/compound_file.h"
+#include "workbook/xls/compound_file_writer.h"
 
 namespace kes {
 namespace {
@@ -318,6 +321,94 @@ TEST(XlsWriter, FormulasComeBackAsFormulasOrAsTheirResults) {
         ASSERT_EQ(theirs.dataType(), cdtFormula) << i;
         EXPECT_EQ(theirs.formulaText(), ours.formulaText()) << i;
     }
+}
+
+std::string u16(uint16_t v) { return {char(v & 0xFF), char(v >> 8)}; }
+
+std::string record(uint16_t id, const std::string& data) {
+    return u16(id) + u16(uint16_t(data.size())) + data;
+}
+
+// An .xls file of one sheet "Data" holding RECORDS, as other programs write it.
+std::string xlsOfSheetRecords(const std::string& records) {
+    const std::string bof = u16(0x0600) + u16(0x0005) + std::string(12, '\0');
+    const std::string name = "Data";
+    const auto globals = [&](uint32_t sheetAt) {
+        std::string at(4, '\0');
+        std::memcpy(at.data(), &sheetAt, 4);
+        const std::string boundSheet = at + std::string(2, '\0') + char(name.size()) + '\0' + name;
+        return record(0x0809, bof) + record(0x0085, boundSheet) + record(0x000A, "");
+    };
+    const std::string sheetBof = u16(0x0600) + u16(0x0010) + std::string(12, '\0');
+    std::string stream = globals(uint32_t(globals(0).size()));
+    stream += record(0x0809, sheetBof) + records + record(0x000A, "");
+    CompoundFileWriter file;
+    file.add(u"Workbook", stream);
+    return file.finish();
+}
+
+// FORMULA of a cell whose result is text (it follows in a STRING record) or a number.
+std::string formulaRecord(uint16_t row, uint16_t column, const std::string& tokens,
+                          std::optional<double> number) {
+    std::string result(8, '\0');
+    if (number) std::memcpy(result.data(), &*number, 8);
+    else result[6] = result[7] = char(0xFF);
+    return record(0x0006, u16(row) + u16(column) + u16(0) + result + u16(0) + std::string(4, '\0') +
+                              u16(uint16_t(tokens.size())) + tokens);
+}
+
+std::string sharedFormula(uint16_t firstRow, uint16_t lastRow, uint8_t column, const std::string& tokens) {
+    return record(0x04BC, u16(firstRow) + u16(lastRow) + char(column) + char(column) + '\0' + char(3) +
+                              u16(uint16_t(tokens.size())) + tokens);
+}
+
+std::string stringRecord(const std::string& text) {
+    return record(0x0207, u16(uint16_t(text.size())) + '\0' + text);
+}
+
+std::string expToken(uint16_t row, uint16_t column) { return '\x01' + u16(row) + u16(column); }
+
+// LibreOffice writes a column of formulas filled down as one shared formula: each cell's FORMULA
+// points at the first cell, whose FORMULA comes before the SHRFMLA with the tokens and before
+// the STRING with its text result. Every cell comes back as its own formula.
+TEST(XlsReader, ASharedFormulaComesBackAsTheFormulaOfEachOfItsCells) {
+    std::string records;
+    for (uint16_t r = 0; r < 3; ++r) {
+        const double number = r + 1;
+        std::string data = u16(r) + u16(3) + u16(0) + std::string(8, '\0');
+        std::memcpy(data.data() + 6, &number, 8);
+        records += record(0x0203, data);
+    }
+    const std::string concatenated("\x4C\x00\x00\xFD\xC0\x17\x01\x00x\x08", 10);   // D1&"x" in G1
+    records += formulaRecord(0, 6, expToken(0, 6), std::nullopt) + sharedFormula(0, 2, 6, concatenated) +
+               stringRecord("1x");
+    for (uint16_t r = 1; r < 3; ++r)
+        records += formulaRecord(r, 6, expToken(0, 6), std::nullopt) +
+                   stringRecord(std::to_string(r + 1) + "x");
+    // Tokens we do not read (a defined name) leave the results; so does a first cell never shared.
+    records += formulaRecord(0, 7, expToken(0, 7), 7) +
+               sharedFormula(0, 1, 7, std::string("\x43\x01\x00\x00\x00", 5));
+    records += formulaRecord(1, 7, expToken(0, 7), 8) + formulaRecord(0, 8, expToken(0, 8), 9);
+
+    Workbook book;
+    load(book, xlsOfSheetRecords(records));
+    SheetTable& sheet = book.sheet(0);
+    for (int32_t r = 0; r < 3; ++r) {
+        const CellRef cell = sheet.getCell(r, 6);
+        ASSERT_TRUE(cell) << r;
+        ASSERT_EQ(cell.dataType(), cdtFormula) << r;
+        EXPECT_EQ(cell.formulaText(), u"=D" + fromUtf8(std::to_string(r + 1)) + u"&\"x\"") << r;
+        EXPECT_EQ(cell.displayText(), fromUtf8(std::to_string(r + 1)) + u"x") << r;
+    }
+    EXPECT_EQ(sheet.getCell(0, 7).dataType(), cdtFloat);
+    EXPECT_EQ(sheet.getCell(1, 7).displayText(), u"8");
+    EXPECT_EQ(sheet.getCell(0, 8).displayText(), u"9");
+
+    Workbook kept;
+    kept.activeSheet()->createCell(0, 0).setString(u"kept");
+    const std::string shortShared = record(0x04BC, std::string(5, '\0'));
+    EXPECT_THROW(load(kept, xlsOfSheetRecords(shortShared)), ESpreadSheetReaderError);
+    EXPECT_EQ(kept.activeSheet()->getCell(0, 0).asString(), u"kept");
 }
 
 // Our own files, damaged: every load either succeeds or fails with a reader error, and a failed

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <unordered_map>
 
 #include "records/ansi_code_page.h"
@@ -21,7 +22,9 @@ enum : uint16_t {
     kFilePass = 0x002F, kContinue = 0x003C, kColInfo = 0x007D, kBoundSheet = 0x0085, kMulRk = 0x00BD,
     kMulBlank = 0x00BE, kXf = 0x00E0, kBlank = 0x0201, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203,
     kLabel = 0x0204, kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
+    kShrFmla = 0x04BC,
 };
+constexpr uint8_t kExp = 0x01;   // the token of a cell whose formula is shared: the first cell's position
 
 struct Record {
     uint16_t id;
@@ -250,6 +253,18 @@ private:
         Record r;
         if (!records.next(r) || r.id != kBof) fail("a sheet does not start with BOF");
         CellRef pendingString;   // a formula whose text result follows in a STRING record
+        // Shared formulas by the position of their first cell. The first cell's own FORMULA comes
+        // before the SHRFMLA record with the tokens, so that cell waits for it.
+        std::map<std::pair<uint16_t, uint16_t>, std::string_view> shared;
+        struct SharedUser {
+            CellRef cell;
+            TokenCell at;
+            std::pair<uint16_t, uint16_t> first;
+        } waiting{};
+        const auto setShared = [&](CellRef c, TokenCell at, std::string_view tokens) {
+            const auto text = formulaFromTokens(tokens, externSheetNames_, at);
+            if (text && c.setFormula(*text)) pendingString = CellRef();
+        };
         while (records.next(r) && r.id != kEof) {
             switch (r.id) {
             case kLabelSst: {
@@ -320,11 +335,32 @@ private:
                 // The formula itself where its tokens are ones we read; else its result stands.
                 if (r.data.size() >= 22) {
                     const uint16_t size = get<uint16_t>(r.data, 20, "FORMULA");
-                    if (22 + size_t(size) <= r.data.size()) {
-                        const auto text = formulaFromTokens(r.data.substr(22, size), externSheetNames_);
-                        if (text && c.setFormula(*text)) pendingString = CellRef();
+                    if (22 + size_t(size) > r.data.size()) break;
+                    const std::string_view tokens = r.data.substr(22, size);
+                    if (size == 5 && uint8_t(tokens[0]) == kExp) {
+                        const TokenCell at{get<uint16_t>(r.data, 0, "FORMULA"),
+                                           get<uint16_t>(r.data, 2, "FORMULA")};
+                        const std::pair<uint16_t, uint16_t> first{get<uint16_t>(tokens, 1, "FORMULA"),
+                                                                  get<uint16_t>(tokens, 3, "FORMULA")};
+                        if (auto it = shared.find(first); it != shared.end()) setShared(c, at, it->second);
+                        else waiting = {c, at, first};
+                        break;
                     }
+                    const auto text = formulaFromTokens(tokens, externSheetNames_);
+                    if (text && c.setFormula(*text)) pendingString = CellRef();
                 }
+                break;
+            }
+            case kShrFmla: {
+                // The range (rows, columns), a reserved byte, a use count, then the tokens.
+                const std::pair<uint16_t, uint16_t> first{get<uint16_t>(r.data, 0, "SHRFMLA"),
+                                                          get<uint8_t>(r.data, 4, "SHRFMLA")};
+                const uint16_t size = get<uint16_t>(r.data, 8, "SHRFMLA");
+                if (10 + size_t(size) > r.data.size()) break;   // its cells keep their results
+                shared[first] = r.data.substr(10, size);
+                if (waiting.cell && waiting.first == first)
+                    setShared(waiting.cell, waiting.at, shared[first]);
+                waiting = {};
                 break;
             }
             case kString:

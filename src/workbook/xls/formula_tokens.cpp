@@ -57,6 +57,8 @@ enum : uint8_t {
     kMemFunc = 0x29,
     kRefErr = 0x2A,
     kAreaErr = 0x2B,
+    kRefN = 0x2C,
+    kAreaN = 0x2D,
     kRef3d = 0x3A,
     kArea3d = 0x3B,
     kRefErr3d = 0x3C,
@@ -396,8 +398,20 @@ std::optional<std::string> formulaTokens(const Expression& expression, const Ext
     return std::move(t.data);
 }
 
+// A corner of a relative reference of a shared formula made absolute for CELL: a relative row is
+// a signed 16-bit offset, a relative column a signed 8-bit one, both wrapping round the sheet as
+// in Excel. The relative flags stay, so that the text keeps its "$" signs.
+void resolveRelative(uint16_t& row, uint16_t& columnField, TokenCell cell) {
+    if (columnField & 0x8000) row = uint16_t(cell.row + int16_t(row));
+    if (columnField & 0x4000) {
+        const uint16_t column = uint16_t((cell.column + int8_t(columnField & 0xFF)) & kLastColumn);
+        columnField = uint16_t((columnField & 0xC000) | column);
+    }
+}
+
 std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
-                                                const std::vector<std::u16string>& externSheets) {
+                                                const std::vector<std::u16string>& externSheets,
+                                                std::optional<TokenCell> cell) {
     TokenReader in(tokens);
     std::vector<std::u16string> stack;
     const auto pop = [&](std::u16string& out) {
@@ -526,6 +540,21 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
             stack.push_back(areaText(r1, r2, c1, in.u16()));
             break;
         }
+        case kRefN: {
+            if (!cell || !in.has(4)) return std::nullopt;
+            uint16_t row = in.u16(), column = in.u16();
+            resolveRelative(row, column, *cell);
+            stack.push_back(addressText(row, column));
+            break;
+        }
+        case kAreaN: {
+            if (!cell || !in.has(8)) return std::nullopt;
+            uint16_t r1 = in.u16(), r2 = in.u16(), c1 = in.u16(), c2 = in.u16();
+            resolveRelative(r1, c1, *cell);
+            resolveRelative(r2, c2, *cell);
+            stack.push_back(areaText(r1, r2, c1, c2));
+            break;
+        }
         case kRef3d:
         case kArea3d: {
             if (!in.has(ptg == kRef3d ? 6 : 10)) return std::nullopt;
@@ -560,7 +589,7 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
             in.skip(size);
             break;
         }
-        default: return std::nullopt;   // shared and array formulas, names, array constants...
+        default: return std::nullopt;   // tExp (the reader follows it), arrays, names, array constants...
         }
     }
     if (stack.size() != 1) return std::nullopt;

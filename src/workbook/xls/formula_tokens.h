@@ -24,10 +24,19 @@ using ExternSheetOf = std::function<std::optional<uint16_t>(std::u16string_view 
 std::optional<std::string> formulaTokens(const formula::Expression& expression,
                                          const ExternSheetOf& externSheet);
 
+// The cell the tokens of a shared formula (SHRFMLA) are read for: their relative references
+// (tRefN, tAreaN) are offsets from it.
+struct TokenCell {
+    uint16_t row;
+    uint16_t column;
+};
+
 // The formula text, "=" included, of tokens; `externSheets` names the sheet of each
 // EXTERNSHEET index (empty for one that is no sheet of this workbook). None for tokens outside
-// the subset, for malformed ones, and for formulas calling a function the grid does not compute.
+// the subset, for malformed ones, and for formulas calling a function the grid does not compute;
+// also for relative references when no `cell` is given.
 std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
-                                                const std::vector<std::u16string>& externSheets);
+                                                const std::vector<std::u16string>& externSheets,
+                                                std::optional<TokenCell> cell = std::nullopt);
 
 }  // namespace kes
