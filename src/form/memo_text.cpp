@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "form/text_helpers.h"
 #include "text/utf8.h"
 
 namespace kes {
@@ -31,7 +32,7 @@ bool MemoText::isBlank() const {
     if (const auto& bytes = content_->utf8) {
         return std::all_of(bytes->begin(), bytes->end(), [](char c) { return uint8_t(c) <= 0x20; });
     }
-    return std::all_of(content_->wide->begin(), content_->wide->end(), [](char16_t c) { return c <= u' '; });
+    return IsEmptyStr(*content_->wide);
 }
 
 }  // namespace kes

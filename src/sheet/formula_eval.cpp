@@ -68,12 +68,7 @@ private:
     }
 
     SheetTable* sheetNamed(std::u16string_view name) {
-        if (name.empty()) return &sheet_;
-        Workbook& book = sheet_.workbook();
-        for (int32_t i = 0; i < book.sheetCount(); ++i) {
-            if (upper(book.sheet(i).name()) == upper(name)) return &book.sheet(i);
-        }
-        return nullptr;
+        return name.empty() ? &sheet_ : sheet_.workbook().findSheet(name);
     }
 
     static CellValue cellValue(SheetTable& sheet, int32_t row, int32_t column) {
