@@ -24,6 +24,8 @@ import tempfile
 
 import openpyxl
 
+from checks import check, finish
+
 KESPRINT = sys.argv[1]
 FORMAT_TABLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "sheet", "format", "format_oracle.tsv")
 
@@ -79,15 +81,6 @@ EXCEL_DIFFERS = {
 }
 
 
-def check(ok, what):
-    global passed, failed
-    if ok:
-        passed += 1
-    else:
-        failed += 1
-        print("FAIL", what)
-
-
 def same(ours, theirs):
     """Our display text against LibreOffice's stored result."""
     if isinstance(theirs, bool):
@@ -122,7 +115,6 @@ def format_rows():
     return rows
 
 
-passed = failed = 0
 if not shutil.which("soffice"):
     print("soffice is not installed: LibreOffice formula oracle skipped")
     sys.exit(0)
@@ -181,5 +173,4 @@ with tempfile.TemporaryDirectory() as folder:
             check(cell is not None and cell["type"] == "formula" and same(got, expected),
                   "%s: ours %r, LibreOffice %r" % (formula, got, expected))
 
-print("%d passed, %d failed" % (passed, failed))
-sys.exit(1 if failed else 0)
+finish()

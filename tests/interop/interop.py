@@ -24,19 +24,11 @@ import openpyxl
 import xlrd
 import xlsxwriter
 
+from checks import check, finish
+
 KESPRINT = sys.argv[1]
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
-passed = failed = 0
-
-
-def check(ok, what):
-    global passed, failed
-    if ok:
-        passed += 1
-    else:
-        failed += 1
-        print("FAIL", what)
 
 
 def cells(path):
@@ -292,5 +284,4 @@ with tempfile.TemporaryDirectory() as folder:
                     check(same, "Gnumeric reads %s %s!%d,%d as %r, ours %r"
                           % (os.path.basename(ours), sheet, row, col, theirs, value))
 
-print("%d passed, %d failed" % (passed, failed))
-sys.exit(1 if failed else 0)
+finish()
