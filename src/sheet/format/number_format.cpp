@@ -93,21 +93,34 @@ std::u16string expandPattern(std::u16string_view pattern, const Date& date, int 
     return out;
 }
 
-std::u16string dateTimeText(double serial, const FormatSettings& settings) {
-    if (settings.date1904 && serial >= 1) serial += 1462;   // a time alone has no date to shift
-    if (serial < 0 || serial >= kLastSerial) return u"########";
-    int64_t days = static_cast<int64_t>(std::floor(serial));
-    int64_t seconds = std::llround((serial - double(days)) * 86400.0);
+// The day and the second of the day of a serial, the seconds rounded to the nearest one.
+void splitSerial(double serial, int64_t& days, int64_t& seconds) {
+    days = static_cast<int64_t>(std::floor(serial));
+    seconds = std::llround((serial - double(days)) * 86400.0);
     if (seconds == 86400) {
         ++days;
         seconds = 0;
     }
+}
+
+double shiftedSerial(double serial, const FormatSettings& settings) {
+    return settings.date1904 && serial >= 1 ? serial + 1462 : serial;   // a time alone has no date to shift
+}
+
+std::u16string dateTimeText(double value, const FormatSettings& settings) {
+    const double serial = shiftedSerial(value, settings);
+    if (serial < 0 || serial >= kLastSerial) return u"########";
+    int64_t days, seconds;
+    splitSerial(serial, days, seconds);
     const Date date = dateOfSerial(days);
     const int hour = int(seconds / 3600), minute = int(seconds / 60 % 60), second = int(seconds % 60);
     const std::u16string datePart = expandPattern(settings.shortDateFormat, date, hour, minute, second);
     const std::u16string timePart = expandPattern(settings.longTimeFormat, date, hour, minute, second);
-    if (seconds == 0) return datePart;
-    if (days == 0) return timePart;
+    switch (dateTimeParts(value, settings)) {
+    case DateTimeParts::Date: return datePart;
+    case DateTimeParts::Time: return timePart;
+    case DateTimeParts::Both: break;
+    }
     return datePart + u' ' + timePart;
 }
 
@@ -133,6 +146,13 @@ std::u16string currencyText(double value, const FormatSettings& settings) {
 }
 
 }  // namespace
+
+DateTimeParts dateTimeParts(double serial, const FormatSettings& settings) {
+    int64_t days, seconds;
+    splitSerial(shiftedSerial(serial, settings), days, seconds);
+    if (seconds == 0) return DateTimeParts::Date;
+    return days == 0 ? DateTimeParts::Time : DateTimeParts::Both;
+}
 
 std::u16string formatGeneral(double value, const FormatSettings& settings) {
     if (value == 0 || !std::isfinite(value)) return u"0";

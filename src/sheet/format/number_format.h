@@ -30,6 +30,12 @@ FormattedText formatText(std::u16string_view text, std::u16string_view code);
 // digits, trailing zeros dropped, plain notation from 1E-9 up to 1E+15, scientific beyond.
 std::u16string formatGeneral(double value, const FormatSettings& settings);
 
+// Which parts the General format shows of a date-time value: the date alone when the value has
+// no time of day, the time alone on day 0, both otherwise. A time alone is not shifted by the
+// 1904 date system.
+enum class DateTimeParts : uint8_t { Date, Time, Both };
+DateTimeParts dateTimeParts(double serial, const FormatSettings& settings);
+
 // True when the code shows dates or times (y, m with d, d, h, s, elapsed [h]...).
 bool isDateTimeFormat(std::u16string_view code);
 

@@ -259,11 +259,11 @@ private:
 // The format of a date or money value whose own style leaves it General, chosen so that the
 // cell shows what it shows in the grid: the date, the time of day, or both.
 std::u16string dateFormatOf(double serial, const FormatSettings& settings) {
-    if (settings.date1904 && serial >= 1) serial += 1462;   // a time alone has no date, as the grid shows it
-    const double days = std::floor(serial);
-    const double seconds = std::round((serial - days) * 86400.0);
-    if (seconds == 0 || seconds == 86400) return settings.shortDateFormat;
-    if (days == 0) return settings.longTimeFormat;
+    switch (dateTimeParts(serial, settings)) {
+    case DateTimeParts::Date: return settings.shortDateFormat;
+    case DateTimeParts::Time: return settings.longTimeFormat;
+    case DateTimeParts::Both: break;
+    }
     return settings.shortDateFormat + u' ' + settings.longTimeFormat;
 }
 
