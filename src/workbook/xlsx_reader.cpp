@@ -12,6 +12,7 @@
 #include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
 #include "text/utf8.h"
+#include "workbook/read_ahead.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xml/xml_reader.h"
 #include "workbook/zip/zip_reader.h"
@@ -20,6 +21,28 @@ namespace kes {
 namespace {
 
 using Token = XmlReader::Token;
+
+// A part's bytes for the XML reader, as they inflate. A big part (a sheet of many rows, its
+// shared strings) inflates on a second thread, a few chunks ahead of its reading.
+class PartSource {
+public:
+    static constexpr uint64_t kReadAheadSize = 4 << 20;
+    // Large, so that the threads meet seldom: waking a thread costs much on some virtual machines.
+    static constexpr size_t kChunkSize = 1 << 20;
+
+    PartSource(const ZipReader& zip, const ZipEntry& entry) : bytes_(zip.open(entry)) {
+        if (entry.size >= kReadAheadSize)
+            ahead_.emplace([this](char* into, size_t capacity) { return bytes_.read(into, capacity); }, kChunkSize, 4);
+    }
+    PartSource(const PartSource&) = delete;
+    PartSource& operator=(const PartSource&) = delete;
+
+    size_t read(char* into, size_t capacity) { return ahead_ ? ahead_->read(into, capacity) : bytes_.read(into, capacity); }
+
+private:
+    ZipEntryReader bytes_;
+    std::optional<ReadAhead> ahead_;   // stopped before bytes_ goes
+};
 
 bool endsWith(std::string_view s, std::string_view tail) { return s.size() >= tail.size() && s.substr(s.size() - tail.size()) == tail; }
 
@@ -97,11 +120,12 @@ std::optional<std::string> workbookPartOf(const ZipReader& zip) {
     return part;
 }
 
-// The text of a string item (<si> or <is>): plain <t>, or rich runs, without phonetic runs.
-// A plain text without xml:space="preserve" loses its surrounding white space, as in Excel.
-std::u16string readStringItem(XmlReader& reader) {
-    std::string text;
-    bool rich = false;
+// The text of a string item (<si> or <is>) into `out`: plain <t>, or rich runs, without
+// phonetic runs. A plain text without xml:space="preserve" loses its surrounding white space, as
+// in Excel. `text` is room for the UTF-8 on the way.
+void readStringItem(XmlReader& reader, std::string& text, std::u16string& out) {
+    text.clear();
+    out.clear();
     const int depth = reader.depth();
     while (reader.depth() >= depth) {
         const Token t = reader.next();
@@ -109,37 +133,31 @@ std::u16string readStringItem(XmlReader& reader) {
         if (t != Token::StartElement) continue;
         if (reader.name() == "rPh") {
             reader.skipElement();
-        } else if (reader.name() == "r") {
-            rich = true;
         } else if (reader.name() == "t") {
             std::string_view space;
             const bool preserve = reader.attribute("space", space) && space == "preserve";
             const bool inRun = reader.depth() > depth + 1;
-            std::string part = reader.elementText();
+            std::string_view part = reader.elementText();
             if (!preserve && !inRun) {
                 const size_t first = part.find_first_not_of(" \t\r\n");
-                part = first == std::string::npos ? "" : part.substr(first, part.find_last_not_of(" \t\r\n") - first + 1);
+                part = first == std::string::npos ? std::string_view() : part.substr(first, part.find_last_not_of(" \t\r\n") - first + 1);
             }
             text += part;
         }
     }
-    (void)rich;
     // _xHHHH_ stands for the character HHHH; _x005F_ escapes the underscore of such an escape.
-    std::string decoded;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '_' && i + 6 < text.size() && text[i + 1] == 'x' && text[i + 6] == '_') {
-            uint32_t cp = 0;
-            auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
-            if (ec == std::errc() && end == text.data() + i + 6) {
-                std::u16string unit(1, char16_t(cp));
-                decoded += toUtf8(unit);
-                i += 6;
-                continue;
-            }
-        }
-        decoded.push_back(text[i]);
+    size_t done = 0;
+    for (size_t i = text.find("_x"); i != std::string::npos && i + 6 < text.size(); i = text.find("_x", i + 1)) {
+        if (text[i + 6] != '_') continue;
+        uint32_t cp = 0;
+        auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
+        if (ec != std::errc() || end != text.data() + i + 6) continue;
+        appendFromUtf8(out, std::string_view(text).substr(done, i - done));
+        out.push_back(char16_t(cp));
+        done = i + 7;
+        i += 6;
     }
-    return fromUtf8(decoded);
+    appendFromUtf8(out, std::string_view(text).substr(done));
 }
 
 int32_t columnOfReference(std::string_view ref, bool& ok) {
@@ -259,10 +277,13 @@ private:
     void readSharedStrings(const std::string& part) {
         const ZipEntry* entry = zip_.find(part);
         if (!entry) return;
-        const std::string xml = zip_.extract(*entry);
-        XmlReader reader(xml);
+        PartSource bytes(zip_, *entry);
+        XmlReader reader([&bytes](char* into, size_t capacity) { return bytes.read(into, capacity); });
         for (Token t; (t = reader.next()) != Token::End;) {
-            if (t == Token::StartElement && reader.name() == "si") strings_.push_back(readStringItem(reader));
+            if (t == Token::StartElement && reader.name() == "si") {
+                readStringItem(reader, utf8_, text_);
+                strings_.push_back(text_);
+            }
         }
         entries_.resize(strings_.size(), nullptr);
         // Most of them will be cells' texts: the workbook's table takes them without growing,
@@ -303,8 +324,8 @@ private:
     void readWorksheet(SheetTable& sheet, const std::string& part) {
         const ZipEntry* entry = zip_.find(part);
         if (!entry) return;
-        const std::string xml = zip_.extract(*entry);
-        XmlReader reader(xml);
+        PartSource bytes(zip_, *entry);
+        XmlReader reader([&bytes](char* into, size_t capacity) { return bytes.read(into, capacity); });
         int32_t lastRow = -1;
         std::unordered_map<std::string, SharedFormula> shared;
         for (Token t; (t = reader.next()) != Token::End;) {
@@ -364,10 +385,17 @@ private:
             if (style < 0 || size_t(style) >= std::max<size_t>(styles_.size(), 1)) report("The \"" + std::to_string(style) + "\" style index is invalid");
             if (!styles_.empty()) cell.setStyle(styles_[size_t(style)]);
         }
-        std::string type = reader.attribute("t", value) ? std::string(value) : std::string();
-        std::string v, formula, sharedIndex, sharedRef;
+        static const char* const kTypes[] = {"?", "b", "e", "n", "str", "s", "", "inlineStr"};
+        int kind = 6;
+        if (reader.attribute("t", value)) {
+            kind = 0;
+            for (int i = 0; i < 8; ++i) {
+                if (value == kTypes[i]) kind = i;
+            }
+        }
+        std::string& v = value_;
+        std::string formula, sharedIndex;
         bool hasV = false, hasF = false, isShared = false;
-        std::u16string inlineText;
         bool hasInline = false;
         const int depth = reader.depth();
         while (reader.depth() >= depth) {
@@ -386,11 +414,10 @@ private:
                     if (auto area = areaOfReference(ref)) arrays_.push_back({&sheet, *area});
                 }
                 if (reader.attribute("si", si)) sharedIndex = si;
-                if (reader.attribute("ref", ref)) sharedRef = ref;
                 formula = reader.elementText();
             } else if (reader.name() == "is") {
                 hasInline = true;
-                inlineText = readStringItem(reader);
+                readStringItem(reader, utf8_, text_);
             }
         }
         if (hasF) {
@@ -408,13 +435,8 @@ private:
             if (!text.empty()) deferred_.push_back({&sheet, row.index, column, std::move(text)});
             return column;
         }
-        static const char* const kTypes[] = {"?", "b", "e", "n", "str", "s", "", "inlineStr"};
-        int kind = 0;
-        for (int i = 0; i < 8; ++i) {
-            if (type == kTypes[i]) kind = i;
-        }
         if (kind == 7) {
-            if (hasInline) cell.setString(inlineText);
+            if (hasInline) cell.setString(text_);
             return column;
         }
         if (!hasV) return column;
@@ -461,6 +483,9 @@ private:
     Workbook& book_;
     ZipReader zip_;
     std::vector<std::u16string> strings_;
+    std::string utf8_;        // room for a string item's UTF-8
+    std::u16string text_;     // a string item's text
+    std::string value_;       // a cell's <v>
     std::vector<SharedString*> entries_;   // strings_ in the workbook's table, once a cell used them
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;

@@ -110,7 +110,7 @@ const ZipEntry* ZipReader::find(std::string_view name) const {
     return nullptr;
 }
 
-std::string ZipReader::extract(const ZipEntry& entry) const {
+ZipEntryReader ZipReader::open(const ZipEntry& entry) const {
     if (entry.flags & 1) throw EZipError("zip: " + entry.name + " is encrypted");
     if (readAt<uint32_t>(data_, entry.localHeaderOffset, "local header") != kLocalHeader)
         throw EZipError("zip: the local header of " + entry.name + " is missing at offset " + std::to_string(entry.localHeaderOffset));
@@ -121,48 +121,113 @@ std::string ZipReader::extract(const ZipEntry& entry) const {
                         std::to_string(start) + ") runs past the end of the file");
     if (entry.size > kMaxEntrySize || entry.size > kMaxTotalSize - inflated_)
         throw EZipError("zip: " + entry.name + " would inflate to " + std::to_string(entry.size) + " bytes, beyond the limit");
-    const std::string_view packed = data_.substr(start, entry.compressedSize);
-    std::string out;
-    if (entry.method == 0) {
-        if (entry.compressedSize != entry.size) throw EZipError("zip: stored entry " + entry.name + " has two different sizes");
-        out.assign(packed);
-    } else if (entry.method == 8) {
-        // Deflate gives at most 1032 bytes for each byte it reads: a larger size is a lie that
-        // would have the reader allocate up to the limit for a few bytes of input.
-        if (entry.size / 1032 > entry.compressedSize)
-            throw EZipError("zip: " + entry.name + " claims " + std::to_string(entry.size) + " bytes from " +
-                            std::to_string(entry.compressedSize) + ", more than deflate can give");
-        out.reserve(entry.size);
-        prefaultForWriting(out.data(), entry.size);   // every byte is written: map the pages in one go
-        out.resize(entry.size);
-        z_stream z{};
-        if (inflateInit2(&z, -MAX_WBITS) != Z_OK) throw EZipError("zip: the inflater cannot start");
-        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
-        z.avail_in = static_cast<uInt>(std::min<uint64_t>(packed.size(), UINT32_MAX));
-        z.next_out = reinterpret_cast<Bytef*>(out.data());
-        z.avail_out = static_cast<uInt>(out.size());
-        int status = inflate(&z, Z_FINISH);
-        // One byte more room tells an entry that inflates beyond its declared size from one that fits.
-        unsigned char probe;
-        if (status == Z_BUF_ERROR && z.avail_out == 0) {
-            z.next_out = &probe;
-            z.avail_out = 1;
-            status = inflate(&z, Z_FINISH);
-            inflateEnd(&z);
-            throw EZipError("zip: " + entry.name + " inflates beyond its declared " + std::to_string(entry.size) + " bytes");
-        }
-        const uint64_t produced = z.total_out;
-        inflateEnd(&z);
-        if (status != Z_STREAM_END || produced != entry.size)
-            throw EZipError("zip: " + entry.name + " is damaged (inflated " + std::to_string(produced) + " of " +
-                            std::to_string(entry.size) + " bytes)");
-    } else {
+    if (entry.method == 0 && entry.compressedSize != entry.size)
+        throw EZipError("zip: stored entry " + entry.name + " has two different sizes");
+    // Deflate gives at most 1032 bytes for each byte it reads: a larger size is a lie that
+    // would have the reader allocate up to the limit for a few bytes of input.
+    if (entry.method == 8 && entry.size / 1032 > entry.compressedSize)
+        throw EZipError("zip: " + entry.name + " claims " + std::to_string(entry.size) + " bytes from " +
+                        std::to_string(entry.compressedSize) + ", more than deflate can give");
+    if (entry.method != 0 && entry.method != 8)
         throw EZipError("zip: " + entry.name + " uses compression method " + std::to_string(entry.method));
+    ZipEntryReader reader(data_.substr(start, entry.compressedSize), entry);
+    inflated_ += entry.size;
+    return reader;
+}
+
+std::string ZipReader::extract(const ZipEntry& entry) const {
+    ZipEntryReader reader = open(entry);
+    std::string out;
+    out.reserve(entry.size);
+    prefaultForWriting(out.data(), entry.size);   // every byte is written: map the pages in one go
+    out.resize(entry.size);
+    size_t filled = 0;
+    while (filled < out.size()) {
+        const size_t added = reader.read(out.data() + filled, out.size() - filled);
+        if (added == 0) break;
+        filled += added;
     }
-    if (crc32(0, reinterpret_cast<const Bytef*>(out.data()), static_cast<uInt>(out.size())) != entry.crc)
-        throw EZipError("zip: " + entry.name + " fails its CRC check");
-    inflated_ += out.size();
+    // One byte more room tells an entry that inflates beyond its declared size from one that
+    // fits, and has the reader check its size and CRC.
+    char probe;
+    if (reader.read(&probe, 1) != 0 || filled != out.size())
+        throw EZipError("zip: " + entry.name + " is damaged (inflated " + std::to_string(filled) + " of " + std::to_string(entry.size) +
+                        " bytes)");
     return out;
+}
+
+struct ZipEntryReader::Inflater {
+    z_stream z{};
+};
+
+ZipEntryReader::ZipEntryReader(std::string_view packed, const ZipEntry& entry)
+    : packed_(packed), name_(entry.name), method_(entry.method), expectedCrc_(entry.crc), size_(entry.size) {
+    if (method_ == 8) {
+        inflater_ = std::make_unique<Inflater>();
+        if (inflateInit2(&inflater_->z, -MAX_WBITS) != Z_OK) {
+            inflater_.reset();
+            throw EZipError("zip: the inflater cannot start");
+        }
+    }
+}
+
+ZipEntryReader::ZipEntryReader(ZipEntryReader&& other) noexcept
+    : packed_(other.packed_), name_(std::move(other.name_)), method_(other.method_), expectedCrc_(other.expectedCrc_),
+      size_(other.size_), produced_(other.produced_), crc_(other.crc_), done_(other.done_), inflater_(std::move(other.inflater_)) {}
+
+ZipEntryReader::~ZipEntryReader() {
+    if (inflater_) inflateEnd(&inflater_->z);
+}
+
+void ZipEntryReader::finish() {
+    done_ = true;
+    if (produced_ != size_)
+        throw EZipError("zip: " + name_ + " is damaged (inflated " + std::to_string(produced_) + " of " + std::to_string(size_) + " bytes)");
+    if (crc_ != expectedCrc_) throw EZipError("zip: " + name_ + " fails its CRC check");
+}
+
+size_t ZipEntryReader::read(char* into, size_t capacity) {
+    if (done_ || capacity == 0) return 0;
+    capacity = std::min<size_t>(capacity, UINT32_MAX);
+    size_t added = 0;
+    if (method_ == 0) {
+        added = std::min<size_t>(capacity, packed_.size());
+        std::memcpy(into, packed_.data(), added);
+        packed_.remove_prefix(added);
+    } else {
+        z_stream& z = inflater_->z;
+        z.next_out = reinterpret_cast<Bytef*>(into);
+        z.avail_out = static_cast<uInt>(capacity);
+        int status = Z_OK;
+        while (z.avail_out > 0 && status == Z_OK) {
+            if (z.avail_in == 0) {
+                if (packed_.empty()) break;
+                z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed_.data()));
+                z.avail_in = static_cast<uInt>(std::min<size_t>(packed_.size(), UINT32_MAX));
+                packed_.remove_prefix(z.avail_in);
+            }
+            status = inflate(&z, Z_NO_FLUSH);
+        }
+        added = capacity - z.avail_out;
+        if (status != Z_OK && status != Z_STREAM_END && status != Z_BUF_ERROR)
+            throw EZipError("zip: " + name_ + " is damaged (inflated " + std::to_string(produced_ + added) + " of " +
+                            std::to_string(size_) + " bytes)");
+        if (added == 0 && status != Z_STREAM_END) {
+            // No progress with room to write: the input ran out before the stream ended.
+            finish();
+            return 0;
+        }
+        if (status == Z_STREAM_END && added == 0) {
+            finish();
+            return 0;
+        }
+    }
+    if (added > size_ - produced_)
+        throw EZipError("zip: " + name_ + " inflates beyond its declared " + std::to_string(size_) + " bytes");
+    produced_ += added;
+    crc_ = static_cast<uint32_t>(crc32(crc_, reinterpret_cast<const Bytef*>(into), static_cast<uInt>(added)));
+    if (added == 0) finish();
+    return added;
 }
 
 }  // namespace kes

@@ -2,6 +2,7 @@
 // Reading a ZIP archive held in memory: the central directory found from the end, entries
 // stored or deflated, ZIP64 sizes, and guards against damaged and hostile archives.
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -24,6 +25,8 @@ struct ZipEntry {
     uint64_t localHeaderOffset = 0;
 };
 
+class ZipEntryReader;
+
 class ZipReader {
 public:
     static constexpr uint64_t kMaxEntrySize = uint64_t(1) << 30;    // what one part may inflate to
@@ -39,6 +42,8 @@ public:
     const ZipEntry* find(std::string_view name) const;
     // The entry's bytes, inflated and checked against its size and CRC.
     std::string extract(const ZipEntry& entry) const;
+    // The same bytes piece by piece, for parts too big to hold whole.
+    ZipEntryReader open(const ZipEntry& entry) const;
 
     // True when the bytes start as an archive does.
     static bool looksLikeZip(std::string_view bytes);
@@ -46,7 +51,36 @@ public:
 private:
     std::string_view data_;
     std::vector<ZipEntry> entries_;
-    mutable uint64_t inflated_ = 0;
+    mutable uint64_t inflated_ = 0;   // what the entries opened so far may inflate to
+};
+
+// An entry's bytes as they inflate. The last read checks them against the entry's size and CRC,
+// and an entry that inflates beyond its size fails as soon as it does.
+class ZipEntryReader {
+public:
+    ZipEntryReader(std::string_view packed, const ZipEntry& entry);
+    ~ZipEntryReader();
+    ZipEntryReader(ZipEntryReader&& other) noexcept;
+    ZipEntryReader(const ZipEntryReader&) = delete;
+    ZipEntryReader& operator=(const ZipEntryReader&) = delete;
+    ZipEntryReader& operator=(ZipEntryReader&&) = delete;
+
+    // Fills `into` with up to `capacity` bytes; 0 once the entry has been read whole and checked.
+    size_t read(char* into, size_t capacity);
+
+private:
+    void finish();
+
+    std::string_view packed_;
+    std::string name_;
+    uint16_t method_;
+    uint32_t expectedCrc_;
+    uint64_t size_;
+    uint64_t produced_ = 0;
+    uint32_t crc_ = 0;
+    bool done_ = false;
+    struct Inflater;
+    std::unique_ptr<Inflater> inflater_;
 };
 
 }  // namespace kes

@@ -2,15 +2,23 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
 namespace kes {
 namespace {
 
-// The tokens of a document as a compact trace: <name a=v> for starts, </name>, "text".
-std::string trace(std::string_view xml, std::initializer_list<const char*> attributes = {}) {
-    XmlReader reader(xml);
+// The tokens of a document as a compact trace: <name a=v> for starts, </name>, "text". With a
+// `piece` size, the reader is given the document that many bytes at a time.
+std::string trace(std::string_view xml, std::initializer_list<const char*> attributes = {}, size_t piece = 0) {
+    size_t given = 0;
+    XmlReader reader = piece == 0 ? XmlReader(xml) : XmlReader([&](char* into, size_t capacity) {
+        const size_t n = std::min({piece, capacity, xml.size() - given});
+        std::memcpy(into, xml.data() + given, n);
+        given += n;
+        return n;
+    }, 64);
     std::string out;
     for (XmlReader::Token t; (t = reader.next()) != XmlReader::Token::End;) {
         if (t == XmlReader::Token::StartElement) {
@@ -64,6 +72,40 @@ TEST(XmlReader, RefusesMalformedDocumentsSayingWhere) {
         } catch (const EXmlError& e) {
             EXPECT_NE(std::string(e.what()).find(c.error), std::string::npos) << e.what();
         }
+    }
+}
+
+// The trace of a document, or its error, and the same read in pieces of every small size, and
+// through a buffer smaller than its tokens.
+std::string traceOrError(std::string_view xml, size_t piece) {
+    try {
+        return trace(xml, {"r", "t", "v"}, piece);
+    } catch (const EXmlError& e) {
+        return e.what();
+    }
+}
+
+TEST(XmlReader, ReadsADocumentGivenInPiecesAsItReadsItWhole) {
+    const std::string longText(300, 'x');
+    const std::string documents[] = {
+        "\xEF\xBB\xBF<?xml version=\"1.0\"?><x:c r=\"A1\" t='s'><x:v>1</x:v></x:c>",
+        "<t>a &amp; b &lt;&gt; &#x4E2D;&#25991; &#x1F600;</t>",
+        "<t><![CDATA[<not> &markup;]]></t>  ",
+        "<a><!-- note --><b/><?pi x?></a>",
+        "<t>line1\r\nline2\rline3</t>",
+        "<a v=\"x&#10;y\tz\"/>",
+        "<a><b r=\"" + longText + "\">" + longText + "</b><c/></a>",
+        "<a><b></a>",
+        "<a>",
+        "<a x=1/>",
+        "<a>&bogus;</a>",
+        "<a><!-- open</a>",
+        "<a><![CDATA[open</a>",
+        "<a>text</a> tail",
+    };
+    for (const std::string& xml : documents) {
+        const std::string whole = traceOrError(xml, 0);
+        for (size_t piece : {1, 2, 3, 5, 8, 13, 1000}) EXPECT_EQ(traceOrError(xml, piece), whole) << xml << " in pieces of " << piece;
     }
 }
 

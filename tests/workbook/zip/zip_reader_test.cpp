@@ -68,6 +68,15 @@ std::string makeZip(const std::vector<Part>& parts) {
     return zip;
 }
 
+// An entry read as a stream, `piece` bytes at a time.
+std::string readInPieces(const ZipReader& reader, const ZipEntry& entry, size_t piece) {
+    ZipEntryReader bytes = reader.open(entry);
+    std::string out, buffer(piece, '\0');
+    while (const size_t n = bytes.read(buffer.data(), piece)) out.append(buffer, 0, n);
+    EXPECT_EQ(bytes.read(buffer.data(), piece), 0u) << "the end is read again as the end";
+    return out;
+}
+
 TEST(ZipReader, ReadsPartsByNameIgnoringCaseAndALeadingSlash) {
     const std::string zip = makeZip({{"xl/workbook.xml", "<workbook/>"}, {"xl/sharedStrings.xml", std::string(100000, 'x')}});
     const ZipReader reader(zip);
@@ -76,6 +85,7 @@ TEST(ZipReader, ReadsPartsByNameIgnoringCaseAndALeadingSlash) {
     ASSERT_NE(strings, nullptr);
     EXPECT_EQ(reader.extract(*strings), std::string(100000, 'x'));
     EXPECT_EQ(reader.find("xl/styles.xml"), nullptr);
+    for (size_t piece : {1, 7, 4096, 1 << 20}) EXPECT_EQ(readInPieces(reader, *strings, piece), std::string(100000, 'x'));
 }
 
 TEST(ZipReader, RefusesDamagedAndHostileArchives) {
@@ -94,6 +104,13 @@ TEST(ZipReader, RefusesDamagedAndHostileArchives) {
         try {
             reader.extract(reader.entries().front());
             ADD_FAILURE() << c.parts.front().name << " was extracted";
+        } catch (const EZipError& e) {
+            EXPECT_NE(std::string(e.what()).find(c.error), std::string::npos) << e.what();
+        }
+        // Read as a stream, the same entry fails the same way, at the latest with its last bytes.
+        try {
+            readInPieces(ZipReader(zip), reader.entries().front(), 1000);
+            ADD_FAILURE() << c.parts.front().name << " was read as a stream";
         } catch (const EZipError& e) {
             EXPECT_NE(std::string(e.what()).find(c.error), std::string::npos) << e.what();
         }
