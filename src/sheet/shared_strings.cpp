@@ -5,10 +5,12 @@
 #include <cstring>
 #include <new>
 
+#include "text/prefault.h"
+
 namespace kes {
 
 SharedStringTable::~SharedStringTable() {
-    for (const Slot& slot : slots_) std::free(slot.entry);
+    for (size_t i = 0; i < slotCount_; ++i) std::free(slots_[i].entry);
 }
 
 uint32_t SharedStringTable::hashOf(std::u16string_view text) {
@@ -25,7 +27,7 @@ uint32_t SharedStringTable::hashOf(std::u16string_view text) {
 }
 
 size_t SharedStringTable::slotOf(std::u16string_view text, uint32_t hash) const {
-    const size_t mask = slots_.size() - 1;
+    const size_t mask = slotCount_ - 1;
     for (size_t i = hash & mask;; i = (i + 1) & mask) {
         const Slot& slot = slots_[i];
         if (!slot.entry || (slot.hash == hash && slot.entry->text() == text)) return i;
@@ -33,16 +35,21 @@ size_t SharedStringTable::slotOf(std::u16string_view text, uint32_t hash) const 
 }
 
 void SharedStringTable::reserve(size_t count) {
-    size_t slots = slots_.empty() ? 1024 : slots_.size();
+    size_t slots = slotCount_ == 0 ? 1024 : slotCount_;
     while (count * 4 > slots * 3) slots *= 2;
-    if (slots != slots_.size()) grow(slots);
+    if (slots != slotCount_) grow(slots);
 }
 
 void SharedStringTable::grow(size_t slots) {
-    std::vector<Slot> old = std::move(slots_);
-    slots_.assign(slots, Slot{});
-    const size_t mask = slots_.size() - 1;
-    for (const Slot& slot : old) {
+    const std::unique_ptr<Slot[]> old = std::move(slots_);
+    const size_t oldCount = slotCount_;
+    slots_ = std::make_unique_for_overwrite<Slot[]>(slots);
+    prefaultForWriting(slots_.get(), slots * sizeof(Slot));   // a large table's pages, in one go
+    std::memset(static_cast<void*>(slots_.get()), 0, slots * sizeof(Slot));
+    slotCount_ = slots;
+    const size_t mask = slots - 1;
+    for (size_t k = 0; k < oldCount; ++k) {
+        const Slot& slot = old[k];
         if (!slot.entry) continue;
         size_t i = slot.hash & mask;
         while (slots_[i].entry) i = (i + 1) & mask;
@@ -51,11 +58,17 @@ void SharedStringTable::grow(size_t slots) {
 }
 
 SharedString* SharedStringTable::acquire(std::u16string_view text) {
-    if ((count_ + 1) * 4 > slots_.size() * 3) grow(slots_.empty() ? 1024 : slots_.size() * 2);
     const uint32_t hash = hashOf(text);
+    SharedString*& recent = recent_[hash % kRecent];
+    if (recent && recent->hash_ == hash && recent->text() == text) {
+        ++recent->refs_;
+        return recent;
+    }
+    if ((count_ + 1) * 4 > slotCount_ * 3) grow(slotCount_ == 0 ? 1024 : slotCount_ * 2);
     const size_t slot = slotOf(text, hash);
     if (SharedString* entry = slots_[slot].entry) {
         ++entry->refs_;
+        recent = entry;
         return entry;
     }
     const size_t bytes = offsetof(SharedString, chars_) + (text.size() + 1) * sizeof(char16_t);
@@ -68,13 +81,15 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
     entry->chars_[text.size()] = 0;
     slots_[slot] = {entry, hash};
     ++count_;
+    recent = entry;
     return entry;
 }
 
 void SharedStringTable::release(SharedString* entry) {
     if (--entry->refs_ != 0) return;
+    if (recent_[entry->hash_ % kRecent] == entry) recent_[entry->hash_ % kRecent] = nullptr;
     // Remove by backward-shift, so that probing never needs tombstones.
-    const size_t mask = slots_.size() - 1;
+    const size_t mask = slotCount_ - 1;
     size_t hole = slotOf(entry->text(), entry->hash_);
     for (size_t i = (hole + 1) & mask; slots_[i].entry; i = (i + 1) & mask) {
         const size_t home = slots_[i].hash & mask;

@@ -1,9 +1,10 @@
 #pragma once
 // The workbook's table of cell texts: equal texts share one reference-counted entry, which
 // lives while a cell refers to it.
+#include <array>
 #include <cstdint>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 namespace kes {
 
@@ -42,13 +43,18 @@ private:
     void grow(size_t slots);
 
     // Open addressing, linear probing, no tombstones. The hash beside the entry spares a probe
-    // a visit to an entry that cannot match.
+    // a visit to an entry that cannot match. All zero bits make an empty slot.
     struct Slot {
-        SharedString* entry = nullptr;
-        uint32_t hash = 0;
+        SharedString* entry;
+        uint32_t hash;
     };
-    std::vector<Slot> slots_;
+    std::unique_ptr<Slot[]> slots_;
+    size_t slotCount_ = 0;
     size_t count_ = 0;
+    // The entries acquired last, by their hash: a text that keeps coming back (a unit, a
+    // customer) is found here without a visit to the large table, which a cache may not hold.
+    static constexpr size_t kRecent = 4096;
+    std::array<SharedString*, kRecent> recent_{};
 };
 
 }  // namespace kes

@@ -2,6 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include <sys/stat.h>
+
 #include "text/utf8.h"
 #include "workbook/file_io.h"
 #include "workbook/workbook_errors.h"
@@ -18,10 +20,9 @@ namespace {
 std::string readWholeFile(std::u16string_view fileName) {
     FILE* file = std::fopen(toUtf8(fileName).c_str(), "rb");
     if (!file) failOn(fileName, "Cannot open file");
-    std::string bytes;
-    char buffer[1 << 16];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, n);
+    struct stat status {};
+    const uint64_t size = fstat(fileno(file), &status) == 0 && status.st_size > 0 ? uint64_t(status.st_size) : 0;
+    std::string bytes = readAllBytes(size, [file](char* into, size_t capacity) { return std::fread(into, 1, capacity, file); });
     const bool failed = std::ferror(file) != 0;
     std::fclose(file);
     if (failed) failOn(fileName, "Cannot read file");

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "text/utf8.h"
@@ -24,11 +25,14 @@ std::string readWholeFile(std::u16string_view fileName) {
     HANDLE file = CreateFileW(wideName(fileName).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                               nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) failOn(fileName, "Cannot open file");
-    std::string bytes;
-    char buffer[1 << 16];
-    DWORD n = 0;
-    BOOL ok;
-    while ((ok = ReadFile(file, buffer, sizeof buffer, &n, nullptr)) && n > 0) bytes.append(buffer, n);
+    LARGE_INTEGER size{};
+    if (!GetFileSizeEx(file, &size) || size.QuadPart < 0) size.QuadPart = 0;
+    BOOL ok = TRUE;
+    std::string bytes = readAllBytes(uint64_t(size.QuadPart), [file, &ok](char* into, size_t capacity) -> size_t {
+        DWORD n = 0;
+        ok = ReadFile(file, into, static_cast<DWORD>(std::min<size_t>(capacity, 1u << 30)), &n, nullptr);
+        return ok ? n : 0;
+    });
     CloseHandle(file);
     if (!ok) failOn(fileName, "Cannot read file");
     return bytes;
