@@ -1,6 +1,7 @@
 #include "sheet/sheet_table.h"
 
 #include "sheet/cell_formula.h"
+#include "sheet/sheet_bounds.h"
 #include "sheet/workbook.h"
 
 namespace kes {
@@ -75,7 +76,27 @@ void SheetTable::clearCells() {
     columns_.clear([](SheetColumn* column) { delete column; });
     cellPool_.reset();
     rowPool_.reset();
+    mergedAreas_.clear();
     changed();
+}
+
+bool SheetTable::addMergedArea(const CellRect& area) {
+    if (area.left < 0 || area.top < 0 || area.right > kMaxColumn || area.bottom > kMaxRow || area.left > area.right ||
+        area.top > area.bottom || (area.left == area.right && area.top == area.bottom) || mergedAreas_.size() >= kMaxMergedAreas)
+        return false;
+    for (const CellRect& kept : mergedAreas_) {
+        if (kept.left <= area.right && area.left <= kept.right && kept.top <= area.bottom && area.top <= kept.bottom) return false;
+    }
+    mergedAreas_.push_back(area);
+    changed();
+    return true;
+}
+
+const CellRect* SheetTable::mergedAreaAt(int32_t row, int32_t column) const {
+    for (const CellRect& area : mergedAreas_) {
+        if (area.contains(row, column)) return &area;
+    }
+    return nullptr;
 }
 
 bool SheetTable::showsZeroValues() const {

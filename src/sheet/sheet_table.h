@@ -3,6 +3,7 @@
 // hold at least one cell, and the selection.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "sheet/cell_ref.h"
 #include "sheet/item_list.h"
@@ -44,7 +45,7 @@ public:
     // The row's own create cell, for readers that walk a row.
     CellRef createCell(SheetRow& row, int32_t column);
     void deleteCell(int32_t row, int32_t column);
-    // Frees every row, cell and column; records nothing.
+    // Frees every row, cell, column and merged area; records nothing.
     void clearCells();
 
     // Display settings: `ZeroValues` Default takes the workbook's setting.
@@ -55,6 +56,15 @@ public:
     int32_t columnWidth(int32_t column);
     void setColumnWidth(int32_t column, int32_t pixels);
     int32_t defaultColumnWidth = 96;
+
+    // Merged areas: each is shown as one cell, whose content is its top left cell's. Workbook
+    // files bring them and take them back. An area of one cell, one reaching beyond the sheet,
+    // one overlapping an area kept before and any beyond kMaxMergedAreas are refused (false).
+    static constexpr size_t kMaxMergedAreas = 10000;
+    bool addMergedArea(const CellRect& area);
+    const std::vector<CellRect>& mergedAreas() const { return mergedAreas_; }
+    // The merged area that holds the cell; null when none does.
+    const CellRect* mergedAreaAt(int32_t row, int32_t column) const;
 
     // Counts every change of the sheet's content, so that views know when to repaint.
     uint64_t version() const { return version_; }
@@ -77,6 +87,7 @@ private:
     ItemList<SheetRow> rows_;
     ItemList<SheetColumn> columns_;
     SheetSelection selection_;
+    std::vector<CellRect> mergedAreas_;
     uint64_t version_ = 0;
 };
 
