@@ -2,12 +2,12 @@
 # Builds the libFuzzer targets in build/fuzz (clang, address and undefined-behaviour sanitizers)
 # and runs each for FUZZ_SECONDS (default 300), one after the other. Fails on any crash, leak,
 # time-out or memory blow-up; the input that caused it is left in build/fuzz/crashes/.
-#   FUZZ_SECONDS=7 scripts/fuzz.sh            the bounded run of `make test` (about 90 s)
+#   FUZZ_SECONDS=7 scripts/fuzz.sh            the bounded run of `make test` (about 100 s)
 #   FUZZ_TARGETS="xlsx zip" scripts/fuzz.sh   some targets only
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${FUZZ_SECONDS:-300}
-targets=${FUZZ_TARGETS:-"zip xml xlsx xlsx_parts cfb xls csv native formula cell_text"}
+targets=${FUZZ_TARGETS:-"zip xml xlsx xlsx_parts ods cfb xls csv native formula cell_text"}
 jobs=${JOBS:-2}
 tree=build/fuzz
 
@@ -17,7 +17,7 @@ cmake --build $tree -j "$jobs" >/dev/null
 
 max_len() {
     case "$1" in
-        zip|xlsx|cfb|xls|native) echo $((1 << 20)) ;;
+        zip|xlsx|ods|cfb|xls|native) echo $((1 << 20)) ;;
         xml|xlsx_parts) echo $((1 << 18)) ;;
         csv) echo $((1 << 16)) ;;
         formula) echo 4096 ;;

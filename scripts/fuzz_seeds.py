@@ -16,7 +16,7 @@ out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(root, "build", "fuzz", 
 corpus = os.path.join(root, "..", "shared", "corpus", "files")
 kesprint = os.path.join(root, "build", "native", "bin", "kesprint")
 
-MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "xlsx_parts": 1 << 18, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
+MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "ods": 1 << 20, "xlsx_parts": 1 << 18, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
            "xml": 1 << 18, "csv": 1 << 16, "formula": 4096, "cell_text": 1024}
 
 
@@ -47,6 +47,37 @@ for i, t in enumerate(texts):
 seed("csv", "\ufeffname,price\r\n\u54c1\u540d,\"1,2\"\r\n\"a\"\"b\",=1+2\r\n".encode())
 seed("csv", b"\xff\xfe" + "a,b\r\n1,2\r\n".encode("utf-16-le"))
 seed("csv", "\u54c1,\u540d\r\n".encode("gbk"))
+
+
+def ods(content, styles=b"", mimetype=b"application/vnd.oasis.opendocument.spreadsheet"):
+    """A small OpenDocument package around a content.xml body, as LibreOffice lays one out."""
+    import io
+    buffer = io.BytesIO()
+    with zipfile.ZipFile(buffer, "w", zipfile.ZIP_DEFLATED) as z:
+        z.writestr(zipfile.ZipInfo("mimetype"), mimetype)
+        z.writestr("styles.xml", b'<office:document-styles xmlns:office="o" xmlns:style="s" xmlns:number="n">'
+                   b"<office:styles>" + styles + b"</office:styles></office:document-styles>")
+        z.writestr("content.xml", b'<?xml version="1.0" encoding="UTF-8"?><office:document-content xmlns:office="o" '
+                   b'xmlns:table="t" xmlns:text="x" xmlns:style="s" xmlns:number="n" xmlns:calcext="c"><office:body>'
+                   b"<office:spreadsheet>" + content + b"</office:spreadsheet></office:body></office:document-content>")
+    return buffer.getvalue()
+
+
+date_style = (b'<number:date-style style:name="N49"><number:year number:style="long"/><number:text>-</number:text>'
+              b'<number:month/><number:text>-</number:text><number:day/></number:date-style>'
+              b'<style:style style:name="ce1" style:family="table-cell" style:data-style-name="N49"/>')
+seed("ods", ods(b'<table:table table:name="S"><table:table-row table:number-rows-repeated="2">'
+                b'<table:table-cell office:value-type="string"><text:p>a<text:s text:c="2"/>b</text:p></table:table-cell>'
+                b'<table:table-cell table:number-columns-repeated="3" office:value-type="float" office:value="1.5"/>'
+                b'<table:table-cell table:style-name="ce1" office:value-type="date" office:date-value="2026-11-22"/>'
+                b'<table:table-cell table:formula="of:=SUM([.B1:.D1];[$S.A1])" table:number-columns-spanned="2"/>'
+                b"<table:covered-table-cell/></table:table-row></table:table>", date_style))
+seed("ods", ods(b'<table:calculation-settings><table:null-date table:date-value="1904-01-01"/></table:calculation-settings>'
+                b'<table:table table:name="T"><table:table-column table:number-columns-repeated="4"/><table:table-row>'
+                b'<table:table-cell office:value-type="time" office:time-value="PT13H45M00S"/>'
+                b'<table:table-cell office:value-type="boolean" office:boolean-value="true"/>'
+                b'<table:table-cell office:value-type="float" calcext:value-type="error"><text:p>#N/A</text:p>'
+                b"</table:table-cell></table:table-row></table:table>"))
 
 for path in corpus_files():
     data = open(path, "rb").read()

@@ -2,6 +2,7 @@
 
 #include "workbook/binary_format.h"
 #include "workbook/csv_format.h"
+#include "workbook/ods_reader.h"
 #include "workbook/xlsx_reader.h"
 #include "workbook/xlsx_writer.h"
 #include "workbook/xls/biff_reader.h"
@@ -61,6 +62,12 @@ SpreadSheetFormat::ReaderFactory CSVFormat::GetReader() const {
 
 SpreadSheetFormat::WriterFactory CSVFormat::GetWriter() const {
     return [] { return std::unique_ptr<SpreadSheetWriter>(new CsvWriter()); };
+}
+
+bool ODSFormat::CanReadFromStream(ByteStream& stream) const { return isOdsPackage(stream.rest()); }
+
+SpreadSheetFormat::ReaderFactory ODSFormat::GetReader() const {
+    return [] { return std::unique_ptr<SpreadSheetReader>(new OdsReader()); };
 }
 
 void registerBuiltinFormats(SpreadSheetFormatsRepository& repository) {

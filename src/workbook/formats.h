@@ -70,6 +70,8 @@ public:
 
 class ODSFormat final : public SpreadSheetFormat {
 public:
+    bool CanReadFromStream(ByteStream& stream) const override;
+    ReaderFactory GetReader() const override;
     std::optional<FormatSettings> CreateFormatSettings() const override { return FormatSettings{}; }
     std::u16string_view GetDescription() const override { return u"OpenDocument SpreadSheet"; }
     std::u16string_view GetExt() const override { return u".ods"; }

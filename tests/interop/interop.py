@@ -2,8 +2,8 @@
 """Workbooks made by other programs, read by ours; and ours, read by another program.
 
 Fixtures are made here with xlsxwriter and openpyxl (Debian's python3 packages) and SheetJS
-(npm, installed under build/npm), and saved again by LibreOffice and Gnumeric as .xlsx and .xls
-when they are installed. Every cell
+(npm, installed under build/npm), and saved again by LibreOffice and Gnumeric as .xlsx, .xls
+and .ods when they are installed. Every cell
 that a producer wrote must come out of `kesprint cells` with the kind and value it was written
 with; every workbook that `kesprint convert` writes must read back in openpyxl with the same
 values, and every .xls it writes must read back in xlrd with the same values and types. Prints
@@ -181,19 +181,20 @@ with tempfile.TemporaryDirectory() as folder:
         check(result.returncode == 0 and os.path.exists(os.path.join(out, "ours-0.csv")),
               "LibreOffice converts our .xls: " + result.stderr.strip())
 
-    # Made by LibreOffice and Gnumeric: the xlsxwriter fixture saved again by each, as .xlsx
-    # and .xls, read by ours with every cell's kind and value as written.
+    # Made by LibreOffice and Gnumeric: the xlsxwriter fixture saved again by each, as .xlsx,
+    # .xls and .ods, read by ours with every cell's kind and value as written.
     source = os.path.join(folder, "xlsxwriter-0.xlsx")
     produced = []
     if shutil.which("soffice"):
         profile = "-env:UserInstallation=file://" + os.path.join(folder, "profile")
-        for kind in ("xlsx", "xls"):
+        for kind in ("xlsx", "xls", "ods"):
             out = os.path.join(folder, "libreoffice-" + kind)
             subprocess.run(["soffice", profile, "--headless", "--convert-to", kind, "--outdir", out, source],
                            capture_output=True, timeout=180)
             produced.append(("LibreOffice " + kind, os.path.join(out, "xlsxwriter-0." + kind)))
     if shutil.which("ssconvert"):
-        for kind, exporter in (("xlsx", "Gnumeric_Excel:xlsx2"), ("xls", "Gnumeric_Excel:excel_biff8")):
+        for kind, exporter in (("xlsx", "Gnumeric_Excel:xlsx2"), ("xls", "Gnumeric_Excel:excel_biff8"),
+                               ("ods", "Gnumeric_OpenCalc:odf")):
             target = os.path.join(folder, "gnumeric." + kind)
             subprocess.run(["ssconvert", "-T", exporter, source, target], capture_output=True, timeout=180)
             produced.append(("Gnumeric " + kind, target))

@@ -209,7 +209,7 @@ void XmlReader::readStartTag() {
         if (valueEnd == std::string_view::npos) truncated("an unterminated attribute value");
         const std::string_view value = doc_.substr(p + 1, valueEnd - p - 1);
         if (value.find('<') != std::string_view::npos) fail("a < inside an attribute value");
-        attributes_.push_back({localPart(attributeName), value});
+        attributes_.push_back({localPart(attributeName), attributeName, value});
         p = valueEnd + 1;
     }
 }
@@ -295,6 +295,16 @@ bool XmlReader::readToken(Token& token) {
 bool XmlReader::attribute(std::string_view localName, std::string_view& value) {
     for (const RawAttribute& a : attributes_) {
         if (sameName(a.name, localName)) {
+            value = decode(a.value, attributeScratch_, true);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool XmlReader::qualifiedAttribute(std::string_view name, std::string_view& value) {
+    for (const RawAttribute& a : attributes_) {
+        if (sameName(a.qualified, name)) {
             value = decode(a.value, attributeScratch_, true);
             return true;
         }

@@ -45,6 +45,9 @@ public:
     // An attribute of the current start element by local name, decoded; null when absent. The
     // view lives until the next call.
     bool attribute(std::string_view localName, std::string_view& value);
+    // The same by the name as written, prefix included ("office:value-type"), for documents that
+    // give one local name under two prefixes.
+    bool qualifiedAttribute(std::string_view name, std::string_view& value);
     // The current text token, decoded; lives until the next call.
     std::string_view text() const { return text_; }
     // Skips the rest of the current element (after its start token).
@@ -56,7 +59,8 @@ public:
 private:
     struct NeedMore {};   // the token being read goes on past the bytes held
     struct RawAttribute {
-        std::string_view name;
+        std::string_view name;        // local
+        std::string_view qualified;   // as written
         std::string_view value;
     };
     [[noreturn]] void fail(const std::string& what) const { throw EXmlError(what, offset()); }
