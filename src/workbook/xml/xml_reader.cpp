@@ -1,6 +1,7 @@
 #include "workbook/xml/xml_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 
@@ -8,10 +9,15 @@ namespace kes {
 namespace {
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool isNameChar(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == ':' || c == '-' ||
-           c == '.' || static_cast<unsigned char>(c) >= 0x80;
-}
+constexpr std::array<bool, 256> kNameChars = [] {
+    std::array<bool, 256> chars{};
+    for (int c = 0; c < 256; ++c) {
+        chars[size_t(c)] = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == ':' ||
+                           c == '-' || c == '.' || c >= 0x80;
+    }
+    return chars;
+}();
+inline bool isNameChar(char c) { return kNameChars[static_cast<unsigned char>(c)]; }
 std::string_view localPart(std::string_view name) {
     const size_t colon = name.rfind(':');
     return colon == std::string_view::npos ? name : name.substr(colon + 1);
