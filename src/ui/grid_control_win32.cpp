@@ -130,6 +130,12 @@ RECT GridControl::cellRect(int32_t row, int32_t column) {
     return r;
 }
 
+RECT GridControl::areaRect(const CellRect& area) {
+    const RECT first = cellRect(area.top, area.left);
+    return {first.left, first.top, cellRect(area.top, area.right).right,
+            headerHeight_ + (area.bottom + 1 - topRow_) * rowHeight_};
+}
+
 int32_t GridControl::columnAt(int x) {
     int32_t c = leftColumn_;
     for (int left = headerWidth_; c < kMaxColumn; ++c) {
@@ -209,11 +215,36 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
     SelectObject(dc, oldPen);
     DeleteObject(pen);
 
+    SheetTable& table = sheet();
+    // Merged areas on screen: most sheets have none and pay nothing for them.
+    std::vector<CellRect> merged;
+    if (!table.mergedAreas().empty()) {
+        for (const CellRect& area : table.mergedAreas()) {
+            if (area.bottom >= topRow_ && area.top <= lastRow && area.right >= leftColumn_ &&
+                area.left <= lastColumn)
+                merged.push_back(area);
+        }
+    }
+
     HGDIOBJ oldFont = SelectObject(dc, font_);
     SetTextColor(dc, RGB(0, 0, 0));
-    SheetTable& table = sheet();
+    std::vector<const CellRect*> rowMerged;   // the areas on screen that hold the row
     for (SheetRow* row = table.rows().lowerBound(topRow_); row && row->index <= lastRow; row = row->next) {
+        if (!merged.empty()) {
+            rowMerged.clear();
+            for (const CellRect& area : merged) {
+                if (row->index >= area.top && row->index <= area.bottom) rowMerged.push_back(&area);
+            }
+        }
+        const auto inMerged = [&rowMerged](int32_t column) {
+            for (const CellRect* area : rowMerged) {
+                if (column >= area->left && column <= area->right) return true;
+            }
+            return false;
+        };
         for (SheetCell* cell = row->cells.lowerBound(leftColumn_); cell && cell->index <= lastColumn; cell = cell->next) {
+            // A merged area's cells show nothing of their own: its top left cell's text is drawn below.
+            if (!rowMerged.empty() && inMerged(cell->index)) continue;
             const CellRef ref(&table, row, cell);
             std::u16string text = ref.displayText();
             if (text.empty()) continue;
@@ -224,34 +255,29 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
             const CellDataType type = ref.formulaResult().type;
             SIZE extent{};
             GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
-            UINT align = DT_LEFT;
-            if (isNumericType(type)) {
-                align = DT_RIGHT;
-                // A number never shows cut: like Excel, a column too narrow for it shows #s.
-                if (extent.cx > r.right - r.left) {
-                    std::wstring hashes(static_cast<size_t>(std::max<LONG>(1, (r.right - r.left) / std::max(1, scaled(7)))), L'#');
-                    DrawTextW(dc, hashes.c_str(), static_cast<int>(hashes.size()), &r, DT_RIGHT | DT_VCENTER | DT_SINGLELINE);
-                    continue;
-                }
-            } else if (type == cdtBoolean || type == cdtError) {
-                align = DT_CENTER;
-            } else if (extent.cx > r.right - r.left) {
-                // Text runs on over empty neighbours to its right, as in Excel.
+            if (!isNumericType(type) && type != cdtBoolean && type != cdtError && extent.cx > r.right - r.left) {
+                // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
                 for (SheetCell* next = cell->next; r.right - r.left < extent.cx && r.right < width;) {
                     const int32_t column = columnAt(r.right + scaled(4));
                     if (next && next->index == column && CellRef(&table, row, next).formulaResult().type != cdtBlank) break;
+                    if (!rowMerged.empty() && inMerged(column)) break;
                     r.right += columnWidth(column);
                     if (next && next->index <= column) next = next->next;
                 }
             }
-            DrawTextW(dc, wide(text), static_cast<int>(text.size()), &r,
-                      align | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
+            drawCellText(dc, text, type, extent, r);
         }
     }
+    if (!merged.empty()) paintMergedAreas(dc, merged);
     SelectObject(dc, oldFont);
 
     const SheetSelection& selection = table.selection();
     RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
+    if (!merged.empty()) {
+        // The focus on a merged cell frames the whole area, as one cell.
+        if (const CellRect* area = table.mergedAreaAt(selection.focusedRow(), selection.focusedColumn()))
+            focus = areaRect(*area);
+    }
     if (selection.focusedRow() >= topRow_ && selection.focusedColumn() >= leftColumn_) {
         HBRUSH frame = CreateSolidBrush(kFocusFrame);
         for (int i = 0; i < 2; ++i) {
@@ -260,6 +286,62 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
         }
         DeleteObject(frame);
     }
+}
+
+// Each area as one cell: its background filled once over the grid lines inside it (its own
+// border lines stay), then its top left cell's text across the whole area, clipped to it. The
+// text keeps its place in the whole area when part of the area is scrolled off.
+void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
+    const SheetSelection& selection = sheet().selection();
+    const std::vector<CellRect>& chosen = selection.areas();
+    // As paintSelection: a selection of one cell is shown by the focus frame alone.
+    const bool singleCell =
+        chosen.size() == 1 && chosen[0].left == chosen[0].right && chosen[0].top == chosen[0].bottom;
+    HBRUSH selectedFill = CreateSolidBrush(kSelectionFill);
+    const int saved = SaveDC(dc);
+    IntersectClipRect(dc, headerWidth_, headerHeight_, clientWidth(), clientHeight());
+    for (const CellRect& area : areas) {
+        const RECT whole = areaRect(area);
+        bool selected = false;
+        for (const CellRect& s : chosen) {
+            selected = selected || (!singleCell && s.left <= area.right && area.left <= s.right &&
+                                    s.top <= area.bottom && area.top <= s.bottom);
+        }
+        const RECT inside{whole.left, whole.top, whole.right - 1, whole.bottom - 1};
+        FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+
+        const CellRef ref = sheet().getCell(area.top, area.left);
+        if (!ref) continue;
+        std::u16string text = ref.displayText();
+        if (text.empty()) continue;
+        std::replace_if(
+            text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+        SIZE extent{};
+        GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+        RECT r = inside;
+        InflateRect(&r, -scaled(3), 0);
+        drawCellText(dc, text, ref.formulaResult().type, extent, r);
+    }
+    RestoreDC(dc, saved);
+    DeleteObject(selectedFill);
+}
+
+// A cell's text in `r`: numbers to the right, truth values and errors centred, text to the left.
+void GridControl::drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r) {
+    UINT align = DT_LEFT;
+    if (isNumericType(type)) {
+        align = DT_RIGHT;
+        // A number never shows cut: like Excel, a column too narrow for it shows #s.
+        if (extent.cx > r.right - r.left) {
+            std::wstring hashes(static_cast<size_t>(std::max<LONG>(1, (r.right - r.left) / std::max(1, scaled(7)))), L'#');
+            DrawTextW(dc, hashes.c_str(), static_cast<int>(hashes.size()), &r, DT_RIGHT | DT_VCENTER | DT_SINGLELINE);
+            return;
+        }
+    } else if (type == cdtBoolean || type == cdtError) {
+        align = DT_CENTER;
+    }
+    DrawTextW(dc, wide(text), static_cast<int>(text.size()), &r,
+              align | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
 }
 
 void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {

@@ -56,6 +56,7 @@ private:
     int clientHeight() const;
     int visibleRows() const;
     RECT cellRect(int32_t row, int32_t column);
+    RECT areaRect(const CellRect& area);   // the whole area, parts off screen included
     int32_t columnAt(int x);
     int32_t rowAt(int y);
     int columnBorderAt(int x, int y);   // the column whose right border lies under (x, y), or -1
@@ -64,6 +65,8 @@ private:
     void paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn);
     void paintCells(HDC dc, int32_t lastRow, int32_t lastColumn);
     void paintSelection(HDC dc);
+    void paintMergedAreas(HDC dc, const std::vector<CellRect>& areas);
+    void drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r);
 
     void updateScrollBars();
     void scrollTo(int32_t topRow, int32_t leftColumn);

@@ -17,8 +17,9 @@ static_assert(std::endian::native == std::endian::little, "the native format is 
 
 constexpr std::string_view kSignature{"KESBOOK\x1A", 8};
 // Version 2 writes each distinct string once: a string cell holds the index of an earlier one,
-// or kNewString and the text. Version 1 wrote every string in full; it is still read.
-constexpr uint32_t kVersion = 2;
+// or kNewString and the text. Version 1 wrote every string in full. Version 3 ends each sheet
+// with its merged areas. The older versions are still read.
+constexpr uint32_t kVersion = 3;
 constexpr uint32_t kNewString = UINT32_MAX;
 
 // --- writing ---------------------------------------------------------------------------------
@@ -99,6 +100,13 @@ void writeSheet(Output& out, SheetTable& sheet) {
         out.put(cells);
         for (SheetCell* c = r->cells.first(); c; c = c->next) writeCell(out, *c);
     }
+    out.put(static_cast<uint32_t>(sheet.mergedAreas().size()));
+    for (const CellRect& a : sheet.mergedAreas()) {
+        out.put(a.left);
+        out.put(a.top);
+        out.put(a.right);
+        out.put(a.bottom);
+    }
 }
 
 // --- reading ---------------------------------------------------------------------------------
@@ -108,6 +116,8 @@ public:
     Input(std::string_view bytes, uint32_t version) : bytes_(bytes), version_(version) {}
 
     // A string cell's text: its own, or (version 2) the entry of an earlier cell.
+    uint32_t version() const { return version_; }
+
     void string(CellRef& cell) {
         if (version_ < 2) return cell.setString(text("string"));
         const uint32_t ref = get<uint32_t>("string");
@@ -232,6 +242,17 @@ void readSheet(Input& in, Workbook& book, uint32_t styleCount) {
         SheetRow& row = *sheet.createRow(index);
         int32_t lastColumn = -1;
         for (uint32_t c = 0; c < cells; ++c) readCell(in, sheet, row, lastColumn, styleCount);
+    }
+    if (in.version() < 3) return;
+    const uint32_t merged = in.count(16, "merged areas");
+    for (uint32_t i = 0; i < merged; ++i) {
+        CellRect r;
+        r.left = in.get<int32_t>("merged area");
+        r.top = in.get<int32_t>("merged area");
+        r.right = in.get<int32_t>("merged area");
+        r.bottom = in.get<int32_t>("merged area");
+        // The writer only writes areas the sheet took: any other is damage.
+        if (!sheet.addMergedArea(r)) in.fail("merged area", "overlapping, of one cell or outside the sheet");
     }
 }
 

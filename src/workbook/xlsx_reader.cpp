@@ -354,6 +354,10 @@ private:
                 if (index > kMaxRow) report("The row index " + std::to_string(index + 1) + " is invalid");
                 lastRow = index;
                 readRow(reader, sheet, *sheet.createRow(index), shared);
+            } else if (reader.name() == "mergeCell" && reader.attribute("ref", value)) {
+                // Files in the wild hold overlapping, one-cell and unreadable merges that Excel
+                // itself shrugs off: the sheet keeps those it can and the rest go unmerged.
+                if (const auto area = areaOfReference(value)) sheet.addMergedArea(*area);
             }
         }
     }

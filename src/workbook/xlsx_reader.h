@@ -1,7 +1,7 @@
 #pragma once
 // The reader of Office Open XML workbooks (.xlsx, .xltx): the package entered through its
 // root relationships, shared strings, number formats of the cell styles, and every worksheet's
-// cells, with formulas turned into formulas once all sheets are read.
+// cells and merged areas, with formulas turned into formulas once all sheets are read.
 #include <optional>
 #include <string>
 

@@ -160,7 +160,22 @@ std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& st
         for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) writeCell(xml, sheet, *row, *cell, strings);
         xml += "</row>";
     }
-    return xml + "</sheetData></worksheet>";
+    xml += "</sheetData>";
+    // Straight after sheetData: Excel repairs a worksheet whose parts are out of their order.
+    if (!sheet.mergedAreas().empty()) {
+        xml += "<mergeCells count=\"";
+        appendNumber(xml, sheet.mergedAreas().size());
+        xml += "\">";
+        for (const CellRect& area : sheet.mergedAreas()) {
+            xml += "<mergeCell ref=\"";
+            appendCellReference(xml, area.top, area.left);
+            xml += ':';
+            appendCellReference(xml, area.bottom, area.right);
+            xml += "\"/>";
+        }
+        xml += "</mergeCells>";
+    }
+    return xml + "</worksheet>";
 }
 
 }  // namespace

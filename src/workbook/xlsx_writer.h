@@ -1,7 +1,7 @@
 #pragma once
 // The writer of Office Open XML workbooks: content types, relationships, workbook, styles,
 // shared strings (each text once, in order of first use) and one worksheet part per sheet,
-// every cell written with its reference, its style and its type.
+// every cell written with its reference, its style and its type, then the sheet's merged areas.
 #include "workbook/spreadsheet_format.h"
 
 namespace kes {

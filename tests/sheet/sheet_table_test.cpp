@@ -102,6 +102,61 @@ TEST(SheetTable, UndoAndRedoPutBackCreatedChangedAndDeletedCells) {
     EXPECT_FALSE(history.canRedo());
 }
 
+TEST(SheetTable, MergedAreasAreKeptOnlyWhenTheyCoverSeveralCellsInsideTheSheetWithoutOverlap) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    ASSERT_TRUE(sheet.addMergedArea({0, 0, 11, 0}));   // A1:L1, a title row
+    ASSERT_TRUE(sheet.addMergedArea({2, 3, 3, 6}));    // C4:D7
+    const struct {
+        CellRect area;
+        bool kept;
+        const char* why;
+    } cases[] = {
+        {{5, 5, 5, 5}, false, "one cell"},
+        {{3, 1, 2, 2}, false, "left beyond right"},
+        {{0, 2, 1, 1}, false, "top below bottom"},
+        {{-1, 1, 1, 1}, false, "left of the sheet"},
+        {{0, -1, 0, 1}, false, "above the sheet"},
+        {{kMaxColumn, 1, kMaxColumn + 1, 1}, false, "right of the sheet"},
+        {{0, kMaxRow, 0, kMaxRow + 1}, false, "below the sheet"},
+        {{11, 0, 12, 0}, false, "overlapping the title's last cell"},
+        {{0, 0, 0, 1}, false, "overlapping the title's first cell"},
+        {{1, 2, 4, 8}, false, "holding C4:D7 inside it"},
+        {{3, 6, 3, 7}, false, "sharing the corner D7"},
+        {{12, 0, 13, 0}, true, "touching the title on its right"},
+        {{2, 2, 3, 2}, true, "touching C4:D7 from above"},
+        {{4, 3, 4, 6}, true, "touching C4:D7 on its right"},
+        {{kMaxColumn - 1, kMaxRow, kMaxColumn, kMaxRow}, true, "the last two cells of the sheet"},
+    };
+    for (const auto& c : cases) {
+        const uint64_t version = sheet.version();
+        EXPECT_EQ(sheet.addMergedArea(c.area), c.kept) << c.why;
+        EXPECT_EQ(sheet.version() != version, c.kept) << c.why << ": only a kept area repaints";
+    }
+    EXPECT_EQ(sheet.mergedAreas().size(), 6u);
+
+    ASSERT_NE(sheet.mergedAreaAt(0, 7), nullptr);
+    EXPECT_EQ(*sheet.mergedAreaAt(0, 7), (CellRect{0, 0, 11, 0}));
+    EXPECT_EQ(*sheet.mergedAreaAt(6, 3), (CellRect{2, 3, 3, 6}));
+    EXPECT_EQ(*sheet.mergedAreaAt(kMaxRow, kMaxColumn), (CellRect{kMaxColumn - 1, kMaxRow, kMaxColumn, kMaxRow}));
+    EXPECT_EQ(sheet.mergedAreaAt(1, 0), nullptr);
+    EXPECT_EQ(sheet.mergedAreaAt(3, 5), nullptr);
+
+    sheet.clearCells();
+    EXPECT_TRUE(sheet.mergedAreas().empty());
+    EXPECT_EQ(sheet.mergedAreaAt(0, 0), nullptr);
+    EXPECT_TRUE(sheet.addMergedArea({0, 0, 11, 0})) << "a cleared sheet takes its areas again";
+}
+
+TEST(SheetTable, MergedAreasStopAtTheirCap) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    for (size_t i = 0; i < SheetTable::kMaxMergedAreas; ++i)
+        ASSERT_TRUE(sheet.addMergedArea({0, int32_t(i), 1, int32_t(i)})) << i;
+    EXPECT_FALSE(sheet.addMergedArea({5, 0, 6, 0}));
+    EXPECT_EQ(sheet.mergedAreas().size(), SheetTable::kMaxMergedAreas);
+}
+
 TEST(SheetTable, LockedHistoryRecordsNothing) {
     Workbook book;
     SheetTable& sheet = *book.activeSheet();

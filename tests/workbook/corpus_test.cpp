@@ -136,5 +136,30 @@ TEST(Corpus, WorkbooksLoadCellExactAndBrokenOnesFailCleanly) {
     EXPECT_GT(refused, 0);
 }
 
+// Excel's own merges, in the order of the file, on both sheets.
+TEST(Corpus, AnExcelWorkbooksMergedAreasAreKept) {
+    const fs::path file = kCorpus / "files" / "calamine_merged_range.xlsx";
+    if (!fs::exists(file)) GTEST_SKIP() << "no corpus beside the project";
+    Workbook book;
+    LoadFromFile(book, wide(file));
+    ASSERT_EQ(book.sheetCount(), 2);
+    const auto area = [](std::u16string_view ref) {
+        const auto corner = [](std::u16string_view cell) {
+            return std::pair{int32_t(cell[0] - u'A'), int32_t(cell[1] - u'1')};
+        };
+        const auto [left, top] = corner(ref.substr(0, 2));
+        const auto [right, bottom] = corner(ref.substr(3, 2));
+        return CellRect{left, top, right, bottom};
+    };
+    std::vector<CellRect> first, second;
+    for (auto ref : {u"H1:H2", u"A1:A2", u"B1:B2", u"C1:D2", u"C3:D3", u"C4:D4", u"E1:E2", u"F1:F2", u"G1:G2"})
+        first.push_back(area(ref));
+    for (auto ref : {u"A1:A4", u"C3:D4", u"F1:H4", u"B1:B2", u"C1:D2", u"E1:E2"}) second.push_back(area(ref));
+    EXPECT_EQ(book.sheet(0).mergedAreas(), first);
+    EXPECT_EQ(book.sheet(1).mergedAreas(), second);
+    ASSERT_NE(book.sheet(1).mergedAreaAt(3, 7), nullptr);
+    EXPECT_EQ(*book.sheet(1).mergedAreaAt(3, 7), area(u"F1:H4"));
+}
+
 }  // namespace
 }  // namespace kes

@@ -38,7 +38,8 @@ std::string snapshot(Workbook& book) {
     return out;
 }
 
-// A workbook with every value kind, a style, widths, a selection, two sheets and the 1904 system.
+// A workbook with every value kind, a style, widths, a selection, merged areas, two sheets and
+// the 1904 system.
 void fill(Workbook& book) {
     SheetTable& first = *book.activeSheet();
     first.createCell(0, 0).setText(u"\u54C1\u540D", 0);
@@ -56,8 +57,12 @@ void fill(Workbook& book) {
     first.setColumnWidth(3, 150);
     first.selection().selectRange({1, 1, 4, 3}, 2, 2);
     first.zeroValues = TriState::Off;
+    first.addMergedArea({0, 0, 11, 0});
+    first.addMergedArea({16382, 1048574, 16383, 1048575});
     SheetTable& second = book.addSheet(u"\u7B2C\u4E8C\u9875");
     second.createCell(3, 3).setText(u"x", 0);
+    second.addMergedArea({3, 3, 4, 5});
+    second.addMergedArea({0, 0, 1, 0});   // the file ends with this one
     book.setActiveSheetIndex(1);
     FormatSettings settings = book.settings();
     settings.date1904 = true;
@@ -106,34 +111,66 @@ TEST(NativeFormat, KeepsEveryKindOfValueAndSetting) {
     EXPECT_EQ(loaded.sheet(0).getCell(5, 16383).displayText(), u"007");
     EXPECT_EQ(loaded.sheet(0).getCell(0, 1).dataType(), cdtFormula);
     EXPECT_EQ(loaded.sheet(0).getCell(1, 1).dataType(), cdtCurrency);
+    EXPECT_EQ(loaded.sheet(0).mergedAreas(), book.sheet(0).mergedAreas());
+    EXPECT_EQ(loaded.sheet(1).mergedAreas(), book.sheet(1).mergedAreas());
     EXPECT_FALSE(loaded.history().canUndo());
     EXPECT_FALSE(loaded.modified);
     EXPECT_EQ(loaded.strings().size(), book.strings().size()) << "equal texts share one entry again";
 }
 
-TEST(NativeFormat, ReadsTheFirstVersionWithEveryStringInFull) {
-    std::string v1("KESBOOK\x1A", 8);
-    const auto put = [&](auto value) { v1.append(reinterpret_cast<const char*>(&value), sizeof value); };
-    const auto text = [&](std::u16string_view s) {
-        put(uint32_t(s.size()));
-        v1.append(reinterpret_cast<const char*>(s.data()), s.size() * 2);
-    };
-    put(uint32_t(1));                          // version
-    put(uint8_t(0));                           // 1900 dates
-    put(uint32_t(1)), text(u"");               // one style, General
-    put(uint32_t(1)), put(int32_t(0));         // one sheet, active
-    text(u"S"), put(uint8_t(2)), put(uint8_t(0)), put(int32_t(96));
-    put(int32_t(0)), put(int32_t(0)), put(uint32_t(0)), put(uint32_t(0));   // focus, areas, widths
-    put(uint32_t(1)), put(int32_t(0)), put(uint32_t(2));                    // row 0 with two cells
-    for (int32_t column : {0, 1}) {
-        put(column), put(uint16_t(0)), put(uint8_t(cdtString)), put(uint8_t(0));
-        text(u"\u87BA\u4E1D");
+// Files of the versions before merged areas: 1 wrote every string in full, 2 each text once.
+TEST(NativeFormat, ReadsTheVersionsBeforeMergedAreas) {
+    for (uint32_t version : {1u, 2u}) {
+        std::string file("KESBOOK\x1A", 8);
+        const auto put = [&](auto value) { file.append(reinterpret_cast<const char*>(&value), sizeof value); };
+        const auto text = [&](std::u16string_view s) {
+            put(uint32_t(s.size()));
+            file.append(reinterpret_cast<const char*>(s.data()), s.size() * 2);
+        };
+        put(version);
+        put(uint8_t(0));                           // 1900 dates
+        put(uint32_t(1)), text(u"");               // one style, General
+        put(uint32_t(1)), put(int32_t(0));         // one sheet, active
+        text(u"S"), put(uint8_t(2)), put(uint8_t(0)), put(int32_t(96));
+        put(int32_t(0)), put(int32_t(0)), put(uint32_t(0)), put(uint32_t(0));   // focus, areas, widths
+        put(uint32_t(1)), put(int32_t(0)), put(uint32_t(2));                    // row 0 with two cells
+        for (int32_t column : {0, 1}) {
+            put(column), put(uint16_t(0)), put(uint8_t(cdtString)), put(uint8_t(0));
+            if (version == 1) {
+                text(u"\u87BA\u4E1D");
+            } else if (column == 0) {
+                put(UINT32_MAX), text(u"\u87BA\u4E1D");   // a new text
+            } else {
+                put(uint32_t(0));                         // the first text again
+            }
+        }
+        Workbook book;
+        ByteStream stream{file, 0};
+        LoadFromStream(book, stream);
+        EXPECT_EQ(book.sheet(0).getCell(0, 1).displayText(), u"\u87BA\u4E1D") << version;
+        EXPECT_EQ(book.strings().size(), 1u) << version;
+        EXPECT_TRUE(book.sheet(0).mergedAreas().empty()) << version;
     }
+}
+
+// The writer writes only areas a sheet took: overlapping ones are damage.
+TEST(NativeFormat, OverlappingMergedAreasAreRefused) {
+    Workbook source;
+    fill(source);
+    std::string bad = snapshot(source);
+    bad.replace(bad.size() - 16, 16, bad.substr(bad.size() - 32, 16));   // the last area repeats the one before
     Workbook book;
-    ByteStream stream{v1, 0};
-    LoadFromStream(book, stream);
-    EXPECT_EQ(book.sheet(0).getCell(0, 1).displayText(), u"\u87BA\u4E1D");
-    EXPECT_EQ(book.strings().size(), 1u);
+    book.activeSheet()->addMergedArea({1, 1, 2, 2});
+    const std::string before = snapshot(book);
+    ByteStream stream{bad, 0};
+    try {
+        LoadFromStream(book, stream, binaryFormat());
+        ADD_FAILURE() << "loaded";
+    } catch (const ESpreadSheetReaderError& e) {
+        EXPECT_NE(std::string(e.what()).find("merged area"), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(snapshot(book), before);
+    EXPECT_EQ(book.activeSheet()->mergedAreas(), (std::vector<CellRect>{{1, 1, 2, 2}}));
 }
 
 // Every cut of a snapshot, and a few bytes changed in it, must either load or fail with a
@@ -145,6 +182,7 @@ TEST(NativeFormat, DamagedSnapshotsFailCleanlyAndRollBack) {
 
     Workbook book;
     book.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
+    book.activeSheet()->addMergedArea({2, 2, 4, 2});
     const std::string before = snapshot(book);
     for (size_t length = 12; length < good.size(); length += 7) {
         ByteStream stream{good.substr(0, length), 0};
@@ -157,6 +195,7 @@ TEST(NativeFormat, DamagedSnapshotsFailCleanlyAndRollBack) {
         ByteStream stream{bad, 0};
         Workbook scratch;
         scratch.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
+        scratch.activeSheet()->addMergedArea({2, 2, 4, 2});
         try {
             LoadFromStream(scratch, stream, binaryFormat());
         } catch (const ESpreadSheetReaderError&) {

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <optional>
 #include <random>
 
 #include "sheet/cell_formula.h"
+#include "sheet/sheet_bounds.h"
 #include "text/utf8.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/workbook_files.h"
@@ -233,6 +235,50 @@ TEST(XlsWriter, AWorkbookOfManyRowsOverSeveralSheetsReadsBack) {
     }
 }
 
+// Merged areas come back, several MERGEDCELLS records of at most 1,026 ranges when there are
+// many; an area reaching past A1:IV65536 keeps the part the format holds.
+TEST(XlsWriter, MergedAreasComeBackCutToTheFormatsLimits) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    sheet.createCell(0, 0).setString(u"\u51FA\u5E93\u5355");   // 出库单
+    std::vector<CellRect> expected = {{0, 0, 255, 0}, {4, 65534, 5, 65535}};
+    ASSERT_TRUE(sheet.addMergedArea({0, 0, kMaxColumn, 0}));            // a whole .xlsx row: A1:IV1
+    ASSERT_TRUE(sheet.addMergedArea({4, 65534, 5, kMaxRow}));            // E65535:F65536
+    ASSERT_TRUE(sheet.addMergedArea({256, 3, 300, 3}));                  // starts past IV: gone
+    ASSERT_TRUE(sheet.addMergedArea({0, 65535, 0, 65536}));              // one cell once cut: gone
+    for (int32_t i = 0; i < 2100; ++i) {
+        const CellRect area{i % 100 * 2, 10 + i / 100, i % 100 * 2 + 1, 10 + i / 100};
+        ASSERT_TRUE(sheet.addMergedArea(area));
+        expected.push_back(area);
+    }
+    book.addSheet(u"Plain").createCell(0, 0).setString(u"x");
+    const std::string bytes = saved(book);
+    const std::string stream = *CompoundFile(bytes).stream(u"Workbook");
+    std::vector<uint16_t> counts;   // of the MERGEDCELLS records, in order
+    uint16_t previous = 0;
+    for (size_t at = 0; at + 4 <= stream.size();) {
+        uint16_t id, size;
+        std::memcpy(&id, stream.data() + at, 2);
+        std::memcpy(&size, stream.data() + at + 2, 2);
+        if (id == 0x00E5) {
+            EXPECT_TRUE(previous == 0x023E || previous == 0x00E5) << "after the window settings";
+            uint16_t count;
+            std::memcpy(&count, stream.data() + at + 4, 2);
+            EXPECT_EQ(size, 2 + 8 * count);
+            counts.push_back(count);
+        }
+        previous = id;
+        at += 4 + size_t(size);
+    }
+    EXPECT_EQ(counts, (std::vector<uint16_t>{1026, 1026, 50}));
+
+    Workbook loaded;
+    load(loaded, bytes);
+    EXPECT_EQ(loaded.sheet(0).mergedAreas(), expected);
+    EXPECT_TRUE(loaded.sheet(1).mergedAreas().empty());
+    EXPECT_EQ(loaded.sheet(0).getCell(0, 0).asString(), u"\u51FA\u5E93\u5355");
+}
+
 // A cell the format cannot hold fails the save with the limit in its message; nothing is written.
 TEST(XlsWriter, CellsBeyondTheFormatsLimitsFailTheSaveAndWriteNothing) {
     const struct {
@@ -409,6 +455,37 @@ TEST(XlsReader, ASharedFormulaComesBackAsTheFormulaOfEachOfItsCells) {
     const std::string shortShared = record(0x04BC, std::string(5, '\0'));
     EXPECT_THROW(load(kept, xlsOfSheetRecords(shortShared)), ESpreadSheetReaderError);
     EXPECT_EQ(kept.activeSheet()->getCell(0, 0).asString(), u"kept");
+}
+
+std::string mergedCells(uint16_t count, const std::vector<std::array<uint16_t, 4>>& ranges) {
+    std::string data = u16(count);
+    for (const auto& [firstRow, lastRow, firstColumn, lastColumn] : ranges)
+        data += u16(firstRow) + u16(lastRow) + u16(firstColumn) + u16(lastColumn);
+    return record(0x00E5, data);
+}
+
+// MERGEDCELLS as other programs write it, and damaged: a count beyond the record takes the
+// ranges the record holds, ranges the sheet refuses stay unmerged, and a record too short for
+// its count of ranges fails the load cleanly.
+TEST(XlsReader, MergedCellsAreReadWithinTheirRecord) {
+    const std::string records =
+        mergedCells(3, {{0, 0, 0, 7}, {2, 5, 1, 1}, {0, 1, 3, 3}}) +      // A1:H1, B3:B6, D1:D2 overlapping
+        mergedCells(9, {{9, 9, 0, 1}, {10, 10, 4, 4}}) +                  // A10:B10, a one-cell E11
+        mergedCells(1, {{20, 21, 300, 301}}) + mergedCells(0, {}) +       // beyond .xls columns, still a sheet's
+        mergedCells(2, {{30, 31, 2, 2}}) + record(0x00E5, u16(1) + std::string(5, '\x01'));
+    Workbook book;
+    load(book, xlsOfSheetRecords(records));
+    const std::vector<CellRect> expected = {
+        {0, 0, 7, 0}, {1, 2, 1, 5}, {0, 9, 1, 9}, {300, 20, 301, 21}, {2, 30, 2, 31}};
+    EXPECT_EQ(book.sheet(0).mergedAreas(), expected);
+
+    Workbook kept;
+    kept.activeSheet()->createCell(0, 0).setString(u"kept");
+    ASSERT_TRUE(kept.activeSheet()->addMergedArea({0, 0, 3, 0}));
+    EXPECT_THROW(load(kept, xlsOfSheetRecords(mergedCells(1, {{0, 0, 0, 1}}) + record(0x00E5, "\x01"))),
+                 ESpreadSheetReaderError);
+    EXPECT_EQ(kept.activeSheet()->getCell(0, 0).asString(), u"kept");
+    EXPECT_EQ(kept.activeSheet()->mergedAreas(), (std::vector<CellRect>{{0, 0, 3, 0}}));
 }
 
 // Our own files, damaged: every load either succeeds or fails with a reader error, and a failed

@@ -17,7 +17,7 @@ const char* const kTwoStyles = "<styleSheet><numFmts><numFmt numFmtId=\"164\" fo
 
 std::string package(const std::string& sheetData, const std::string& contentType =
                         "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml",
-                    const std::string& styles = kTwoStyles) {
+                    const std::string& styles = kTwoStyles, const std::string& afterSheetData = "") {
     ZipWriter zip;
     zip.add("[Content_Types].xml",
             "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
@@ -35,7 +35,7 @@ std::string package(const std::string& sheetData, const std::string& contentType
             "<Relationship Id=\"rId3\" Type=\"x/styles\" Target=\"styles.xml\"/></Relationships>");
     zip.add("xl/sharedStrings.xml", "<sst><si><t>first</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si></sst>");
     zip.add("xl/styles.xml", styles);
-    zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData></worksheet>");
+    zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData>" + afterSheetData + "</worksheet>");
     return zip.finish();
 }
 
@@ -97,6 +97,26 @@ TEST(XlsxReader, ArrayFormulasGuardTheirCellsAndSharedStringsShareEntries) {
 }
 
 // More different number formats than the cell store holds styles.
+// Merges are only looks: those the sheet cannot keep, or whose reference cannot be read, go
+// unmerged and the rest of the file loads.
+TEST(XlsxReader, KeepsTheMergedAreasItCanAndSkipsTheOthers) {
+    const std::string merges =
+        "<mergeCells count=\"12\">"
+        "<mergeCell ref=\"A1:L1\"/><mergeCell ref=\"$C$3:$D$4\"/><mergeCell ref=\"F6:E5\"/>"
+        "<mergeCell ref=\"B2\"/><mergeCell ref=\"K1:M2\"/><mergeCell ref=\"A:A\"/><mergeCell ref=\"garbage\"/>"
+        "<mergeCell ref=\"A1048576:B1048577\"/><mergeCell ref=\"XFD1:XFE1\"/><mergeCell/><mergeCell ref=\"\"/>"
+        "<mergeCell ref=\"xfc1048576:XFD1048576\"/></mergeCells>";
+    const std::string bytes =
+        package("<row r=\"1\"><c r=\"A1\" t=\"s\"><v>0</v></c></row>", "application/vnd.openxmlformats-officedocument."
+                "spreadsheetml.sheet.main+xml", kTwoStyles, merges);
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream, *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx"));
+    EXPECT_EQ(shown(book, 0, 0), u"first");
+    const std::vector<CellRect> expected = {{0, 0, 11, 0}, {2, 2, 3, 3}, {4, 4, 5, 5}, {16382, 1048575, 16383, 1048575}};
+    EXPECT_EQ(book.activeSheet()->mergedAreas(), expected);
+}
+
 std::string tooManyStyles() {
     std::string numFmts, xfs;
     for (int i = 0; i <= 65536; ++i) {

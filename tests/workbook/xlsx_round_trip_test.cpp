@@ -55,6 +55,33 @@ TEST(XlsxWriter, WritesWhatTheReaderReadsBack) {
     EXPECT_EQ(back.columnWidth(0), 180);
 }
 
+// Merged areas go right after sheetData, where Excel expects them, and come back as they were.
+TEST(XlsxWriter, MergedAreasFollowTheSheetDataAndReadBack) {
+    Workbook book;
+    SheetTable& sheet = *book.activeSheet();
+    sheet.createCell(0, 0).setString(u"\u51FA\u5E93\u5355");   // 出库单
+    const std::vector<CellRect> areas = {{0, 0, 11, 0}, {26, 2, 27, 5}, {16382, 1048575, 16383, 1048575}};
+    for (const CellRect& area : areas) ASSERT_TRUE(sheet.addMergedArea(area));
+    book.addSheet(u"Plain").createCell(0, 0).setString(u"x");
+    std::string package;
+    SaveToStream(book, package, &xlsx());
+
+    const std::string worksheet = partOf(package, "xl/worksheets/sheet1.xml");
+    EXPECT_NE(worksheet.find("</sheetData><mergeCells count=\"3\"><mergeCell ref=\"A1:L1\"/><mergeCell ref=\"AA3:AB6\"/>"
+                             "<mergeCell ref=\"XFC1048576:XFD1048576\"/></mergeCells></worksheet>"),
+              std::string::npos)
+        << worksheet;
+    EXPECT_EQ(partOf(package, "xl/worksheets/sheet2.xml").find("mergeCells"), std::string::npos)
+        << "a sheet without merges has no empty mergeCells, which Excel repairs";
+
+    Workbook loaded;
+    ByteStream stream{package, 0};
+    LoadFromStream(loaded, stream);
+    EXPECT_EQ(loaded.sheet(0).mergedAreas(), areas);
+    EXPECT_TRUE(loaded.sheet(1).mergedAreas().empty());
+    EXPECT_EQ(loaded.sheet(0).getCell(0, 0).asString(), u"\u51FA\u5E93\u5355");
+}
+
 TEST(XlsxWriter, SharesEqualTextsAndWritesEveryCellAsSpecified) {
     Workbook book;
     SheetTable& sheet = *book.activeSheet();

@@ -22,7 +22,7 @@ enum : uint16_t {
     kFilePass = 0x002F, kContinue = 0x003C, kColInfo = 0x007D, kBoundSheet = 0x0085, kMulRk = 0x00BD,
     kMulBlank = 0x00BE, kXf = 0x00E0, kBlank = 0x0201, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203,
     kLabel = 0x0204, kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
-    kShrFmla = 0x04BC,
+    kShrFmla = 0x04BC, kMergedCells = 0x00E5,
 };
 constexpr uint8_t kExp = 0x01;   // the token of a cell whose formula is shared: the first cell's position
 
@@ -361,6 +361,23 @@ private:
                 if (waiting.cell && waiting.first == first)
                     setShared(waiting.cell, waiting.at, shared[first]);
                 waiting = {};
+                break;
+            }
+            case kMergedCells: {
+                // A count, then that many ranges of first row, last row, first column, last column.
+                // Merges are only looks: a count beyond the record's end takes the ranges it does
+                // hold, and the ranges the sheet refuses (overlapping, one cell) stay unmerged.
+                const uint16_t count = get<uint16_t>(r.data, 0, "MERGEDCELLS");
+                const size_t ranges = std::min<size_t>(count, (r.data.size() - 2) / 8);
+                for (size_t i = 0; i < ranges; ++i) {
+                    const size_t at = 2 + i * 8;
+                    CellRect area;
+                    area.top = get<uint16_t>(r.data, at, "MERGEDCELLS");
+                    area.bottom = get<uint16_t>(r.data, at + 2, "MERGEDCELLS");
+                    area.left = get<uint16_t>(r.data, at + 4, "MERGEDCELLS");
+                    area.right = get<uint16_t>(r.data, at + 6, "MERGEDCELLS");
+                    sheet.addMergedArea(area);
+                }
                 break;
             }
             case kString:

@@ -43,11 +43,13 @@ enum : uint16_t {
     kStyle = 0x0293,
     kFormat = 0x041E,
     kBof = 0x0809,
+    kMergedCells = 0x00E5,
 };
 
 constexpr size_t kMaxRecordData = 8224;
 constexpr int32_t kLastRow = 65535, kLastColumn = 255;
 constexpr size_t kMaxText = 32767;
+constexpr size_t kMergedRangesPerRecord = 1026;   // as Excel writes them: 2 + 1026 * 8 bytes fit a record
 // Cell formats 0-14 are the style formats Excel expects, 15 the default cell format, 16-20 the
 // built-in Comma, Currency and Percent styles; the cell formats of the workbook follow.
 constexpr uint16_t kDefaultCellXf = 15, kFirstOwnXf = 21;
@@ -340,11 +342,35 @@ public:
         Bytes window;
         window.u16(flags).u16(0).u16(0).u32(0x40).u16(0).u16(0).u32(0);
         record(out, kWindow2, window);
+        writeMergedAreas(out);
         record(out, kEof, std::string_view());
         return out;
     }
 
 private:
+    // Where Excel puts them, after the window settings. An area reaching past A1:IV65536 (a
+    // title merged across a whole .xlsx row) keeps the part the format holds; an area that
+    // starts beyond it has no cell there and goes.
+    void writeMergedAreas(std::string& out) {
+        std::vector<CellRect> areas;
+        for (CellRect area : sheet_.mergedAreas()) {
+            if (area.top > kLastRow || area.left > kLastColumn) continue;
+            area.bottom = std::min(area.bottom, kLastRow);
+            area.right = std::min(area.right, kLastColumn);
+            if (area.top != area.bottom || area.left != area.right) areas.push_back(area);
+        }
+        for (size_t first = 0; first < areas.size(); first += kMergedRangesPerRecord) {
+            const size_t count = std::min(kMergedRangesPerRecord, areas.size() - first);
+            Bytes b;
+            b.u16(uint16_t(count));
+            for (size_t i = first; i < first + count; ++i) {
+                b.u16(uint16_t(areas[i].top)).u16(uint16_t(areas[i].bottom));
+                b.u16(uint16_t(areas[i].left)).u16(uint16_t(areas[i].right));
+            }
+            record(out, kMergedCells, b);
+        }
+    }
+
     // Rows in blocks of up to 32, each block's ROW records before its cells, as Excel writes them.
     std::string rowsAndCells() {
         std::string out;
