@@ -115,9 +115,9 @@ class Input {
 public:
     Input(std::string_view bytes, uint32_t version) : bytes_(bytes), version_(version) {}
 
-    // A string cell's text: its own, or (version 2) the entry of an earlier cell.
     uint32_t version() const { return version_; }
 
+    // A string cell's text: its own, or (version 2) the entry of an earlier cell.
     void string(CellRef& cell) {
         if (version_ < 2) return cell.setString(text("string"));
         const uint32_t ref = get<uint32_t>("string");

@@ -12,7 +12,7 @@
 #include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
 #include "text/utf8.h"
-#include "workbook/read_ahead.h"
+#include "workbook/part_source.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xml/xml_reader.h"
 #include "workbook/zip/zip_reader.h"
@@ -21,28 +21,6 @@ namespace kes {
 namespace {
 
 using Token = XmlReader::Token;
-
-// A part's bytes for the XML reader, as they inflate. A big part (a sheet of many rows, its
-// shared strings) inflates on a second thread, a few chunks ahead of its reading.
-class PartSource {
-public:
-    static constexpr uint64_t kReadAheadSize = 4 << 20;
-    // Large, so that the threads meet seldom: waking a thread costs much on some virtual machines.
-    static constexpr size_t kChunkSize = 1 << 20;
-
-    PartSource(const ZipReader& zip, const ZipEntry& entry) : bytes_(zip.open(entry)) {
-        if (entry.size >= kReadAheadSize)
-            ahead_.emplace([this](char* into, size_t capacity) { return bytes_.read(into, capacity); }, kChunkSize, 4);
-    }
-    PartSource(const PartSource&) = delete;
-    PartSource& operator=(const PartSource&) = delete;
-
-    size_t read(char* into, size_t capacity) { return ahead_ ? ahead_->read(into, capacity) : bytes_.read(into, capacity); }
-
-private:
-    ZipEntryReader bytes_;
-    std::optional<ReadAhead> ahead_;   // stopped before bytes_ goes
-};
 
 bool endsWith(std::string_view s, std::string_view tail) { return s.size() >= tail.size() && s.substr(s.size() - tail.size()) == tail; }
 
