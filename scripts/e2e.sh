@@ -10,6 +10,23 @@ wineboot -i >/dev/null 2>&1 || true
 start_xvfb
 trap stop_xvfb EXIT
 
+# Workbooks for the import case: label rows under their field names, a merged area among them,
+# and the same file cut short.
+/usr/bin/python3 - "$out" <<'PYTHON'
+import sys, xlsxwriter
+book = xlsxwriter.Workbook(sys.argv[1] + "/labels.xlsx")
+sheet = book.add_worksheet("\u6807\u7b7e")
+sheet.write_row(0, 0, ["\u54c1\u540d", "\u6570\u91cf", "\u6761\u7801"])
+sheet.write_row(1, 0, ["\u5185\u516d\u89d2\u87ba\u6813", 200, "6901234567890"])
+sheet.merge_range("A3:B3", "\u5e73\u57ab\u5708")
+sheet.write_string(2, 2, "0012345")
+sheet.merge_range("E2:G5", "\u5907\u6ce8\uff1a\u5408\u5e76\u5355\u5143\u683c")
+sheet.set_column(0, 0, 16)
+sheet.set_column(2, 2, 18)
+book.close()
+data = open(sys.argv[1] + "/labels.xlsx", "rb").read()
+open(sys.argv[1] + "/damaged.xlsx", "wb").write(data[: len(data) // 2])
+PYTHON
 folder=$(winepath -w "$out")
 KES_WINE_TIMEOUT=300 run_with_screenshots "$out" kes_wine explorer /desktop=KesE2E,1280x800 build/win64/bin/e2e_host.exe "$folder" \
   >"$out/e2e.log" 2>/dev/null || true

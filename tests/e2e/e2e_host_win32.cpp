@@ -194,6 +194,24 @@ std::wstring dismissMessageBox(HWND form) {
     return L"(no message box)";
 }
 
+// The open dialog of 导入Excel, given a file name and confirmed; true when the dialog took it.
+bool importFile(HWND form, const std::wstring& fileName) {
+    PostMessageW(childWithText(form, L"\u5BFC\u5165Excel"), BM_CLICK, 0, 0);   // posted: the dialog is modal
+    HWND dialog = nullptr;
+    for (int i = 0; i < 100 && !dialog; ++i) {
+        Sleep(50);
+        EnumThreadWindows(GetWindowThreadProcessId(form, nullptr), matchMessageBox, reinterpret_cast<LPARAM>(&dialog));
+    }
+    if (!dialog) return false;
+    Sleep(300);
+    const std::wstring path = screenshotFolder + L"\\" + fileName;
+    // The file name box: a combo box in explorer-style dialogs, an edit box in older ones.
+    if (!SetDlgItemTextW(dialog, 0x47C, path.c_str()) && !SetDlgItemTextW(dialog, 0x480, path.c_str())) return false;
+    PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+    for (int i = 0; i < 100 && IsWindow(dialog); ++i) Sleep(50);
+    return !IsWindow(dialog);
+}
+
 void screenshot(const std::wstring& name) {
     Sleep(300);
     const std::wstring request = screenshotFolder + L"\\" + name + L".request";
@@ -396,6 +414,34 @@ void cases() {
         check(findOpen, "the find window is open");
         check(received.size() == 1 && received[0].bytes.find("\"a\"") != std::string::npos,
               "payload after undo: " + (received.empty() ? std::string("(none)") : received[0].bytes));
+    });
+
+    run("an imported workbook fills the grid and prints; a damaged one is refused and changes nothing", [] {
+        std::wstring refusal;
+        bool opened = false, reopened = false;
+        session(kFields, [&](HWND form, HWND grid) {
+            key(grid, VK_DOWN);
+            typeRows(grid, {{L"typed", L"1", L"2"}});
+            settle(form);
+            opened = importFile(form, L"damaged.xlsx");
+            refusal = dismissMessageBox(form);
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u9875");   // still the typed row
+            reopened = importFile(form, L"labels.xlsx");
+            settle(form);
+            screenshot(L"imported-with-merged-cells");
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(opened && reopened, "the open dialog takes the file names");
+        // Cut short, the file is no package at all: no format takes it.
+        check(refusal == L"Unsupported document format", "the error is shown: " + utf8(refusal));
+        check(received.size() == 2, "two pages printed");
+        if (received.size() != 2) return;
+        check(received[0].bytes.find("\"typed\"") != std::string::npos, "the failed import left the grid: " + received[0].bytes);
+        const std::string expected = utf8(
+            L"[{\"\u54C1\u540D\":\"\u5185\u516D\u89D2\u87BA\u6813\",\"\u6570\u91CF\":\"200\",\"\u6761\u7801\":\"6901234567890\"},"
+            L"{\"\u54C1\u540D\":\"\u5E73\u57AB\u5708\",\"\u6570\u91CF\":\"\",\"\u6761\u7801\":\"0012345\"}]");
+        check(received[1].bytes == expected, "payload of the imported rows: " + received[1].bytes);
     });
 
     run("a null handle pointer returns 1 without a window", [] {
