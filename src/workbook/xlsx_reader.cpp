@@ -193,9 +193,7 @@ public:
     PackageReader(const PackageReader&) = delete;
     PackageReader& operator=(const PackageReader&) = delete;
     ~PackageReader() {
-        for (SharedString* entry : entries_) {
-            if (entry) book_.strings().release(entry);
-        }
+        for (SharedString* entry : entries_) book_.strings().release(entry);
     }
 
     void read() {
@@ -258,15 +256,21 @@ private:
         PartSource bytes(zip_, *entry);
         XmlReader reader([&bytes](char* into, size_t capacity) { return bytes.read(into, capacity); });
         for (Token t; (t = reader.next()) != Token::End;) {
-            if (t == Token::StartElement && reader.name() == "si") {
+            if (t != Token::StartElement) continue;
+            std::string_view count;
+            if (reader.name() == "sst" && reader.attribute("uniqueCount", count)) {
+                // Most of them will be cells' texts: the workbook's table takes them without
+                // growing, up to a bound, so that a count of millions cannot make it reserve more.
+                size_t unique = 0;
+                std::from_chars(count.data(), count.data() + count.size(), unique);
+                book_.strings().reserve(book_.strings().size() + std::min<size_t>(unique, size_t(1) << 22));
+            } else if (reader.name() == "si") {
+                // Each text goes into the workbook's table at once, and cells share its entry:
+                // equal items, even millions of empty ones, take the room of one.
                 readStringItem(reader, utf8_, text_);
-                strings_.push_back(text_);
+                entries_.push_back(book_.strings().acquire(text_));   // held until the reader ends
             }
         }
-        entries_.resize(strings_.size(), nullptr);
-        // Most of them will be cells' texts: the workbook's table takes them without growing,
-        // up to a bound, so that a file of millions of empty items cannot make it reserve more.
-        book_.strings().reserve(book_.strings().size() + std::min<size_t>(strings_.size(), size_t(1) << 22));
     }
 
     void readStyles(const std::string& part) {
@@ -441,16 +445,8 @@ private:
             long index = -1;
             auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), index);
             if (ec != std::errc() || end != v.data() + v.size()) index = -1;
-            if (index < 0 || size_t(index) >= strings_.size()) report("The \"" + std::to_string(index) + "\" shared string index is invalid");
-            // The table's entry is looked up by its text once, then shared by reference.
-            SharedString*& entry = entries_[size_t(index)];
-            if (entry) {
-                cell.setSharedString(entry);
-            } else {
-                cell.setString(strings_[size_t(index)]);
-                entry = cell.cell()->string;
-                book_.strings().addRef(entry);   // held until the reader ends
-            }
+            if (index < 0 || size_t(index) >= entries_.size()) report("The \"" + std::to_string(index) + "\" shared string index is invalid");
+            cell.setSharedString(entries_[size_t(index)]);
             break;
         }
         case 6:
@@ -464,11 +460,10 @@ private:
 
     Workbook& book_;
     ZipReader zip_;
-    std::vector<std::u16string> strings_;
     std::string utf8_;        // room for a string item's UTF-8
     std::u16string text_;     // a string item's text
     std::string value_;       // a cell's <v>
-    std::vector<SharedString*> entries_;   // strings_ in the workbook's table, once a cell used them
+    std::vector<SharedString*> entries_;   // the shared strings, in the workbook's table
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
     struct ArrayArea {

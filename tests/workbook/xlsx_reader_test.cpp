@@ -17,7 +17,8 @@ const char* const kTwoStyles = "<styleSheet><numFmts><numFmt numFmtId=\"164\" fo
 
 std::string package(const std::string& sheetData, const std::string& contentType =
                         "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml",
-                    const std::string& styles = kTwoStyles, const std::string& afterSheetData = "") {
+                    const std::string& styles = kTwoStyles, const std::string& afterSheetData = "",
+                    const std::string& sharedStrings = "<sst><si><t>first</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si></sst>") {
     ZipWriter zip;
     zip.add("[Content_Types].xml",
             "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
@@ -33,7 +34,7 @@ std::string package(const std::string& sheetData, const std::string& contentType
             "<Relationships><Relationship Id=\"rId1\" Type=\"x/worksheet\" Target=\"worksheets/sheet1.xml\"/>"
             "<Relationship Id=\"rId2\" Type=\"x/sharedStrings\" Target=\"sharedStrings.xml\"/>"
             "<Relationship Id=\"rId3\" Type=\"x/styles\" Target=\"styles.xml\"/></Relationships>");
-    zip.add("xl/sharedStrings.xml", "<sst><si><t>first</t></si><si><r><t>ri</t></r><r><t>ch</t></r></si></sst>");
+    zip.add("xl/sharedStrings.xml", sharedStrings);
     zip.add("xl/styles.xml", styles);
     zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData>" + afterSheetData + "</worksheet>");
     return zip.finish();
@@ -96,7 +97,21 @@ TEST(XlsxReader, ArrayFormulasGuardTheirCellsAndSharedStringsShareEntries) {
     EXPECT_EQ(book.strings().size(), 1u);
 }
 
-// More different number formats than the cell store holds styles.
+// A few kilobytes of archive can list millions of shared strings: equal ones take one entry.
+TEST(XlsxReader, EqualSharedStringsTakeOneEntry) {
+    std::string items;
+    for (int i = 0; i < 200000; ++i) items += i % 2 ? "<si/>" : "<si><t>x</t></si>";
+    const std::string bytes = package("<row r=\"1\"><c r=\"A1\" t=\"s\"><v>199999</v></c><c r=\"B1\" t=\"s\"><v>4</v></c></row>",
+                                      "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml",
+                                      kTwoStyles, "", "<sst uniqueCount=\"2000000000\">" + items + "</sst>");
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream);
+    EXPECT_EQ(shown(book, 0, 0), u"");
+    EXPECT_EQ(shown(book, 0, 1), u"x");
+    EXPECT_EQ(book.strings().size(), 2u) << "what the cells hold, nothing of the reader's is left";
+}
+
 // Merges are only looks: those the sheet cannot keep, or whose reference cannot be read, go
 // unmerged and the rest of the file loads.
 TEST(XlsxReader, KeepsTheMergedAreasItCanAndSkipsTheOthers) {
@@ -117,6 +132,7 @@ TEST(XlsxReader, KeepsTheMergedAreasItCanAndSkipsTheOthers) {
     EXPECT_EQ(book.activeSheet()->mergedAreas(), expected);
 }
 
+// More different number formats than the cell store holds styles.
 std::string tooManyStyles() {
     std::string numFmts, xfs;
     for (int i = 0; i <= 65536; ++i) {
