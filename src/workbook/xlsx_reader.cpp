@@ -1,5 +1,6 @@
 #include "workbook/xlsx_reader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <map>
@@ -260,10 +261,12 @@ private:
             std::string_view count;
             if (reader.name() == "sst" && reader.attribute("uniqueCount", count)) {
                 // Most of them will be cells' texts: the workbook's table takes them without
-                // growing, up to a bound, so that a count of millions cannot make it reserve more.
+                // growing. The count is only believed as far as the part could hold that many
+                // items ("<si/>" at the least), and up to a bound.
                 size_t unique = 0;
                 std::from_chars(count.data(), count.data() + count.size(), unique);
-                book_.strings().reserve(book_.strings().size() + std::min<size_t>(unique, size_t(1) << 22));
+                unique = std::min({unique, size_t(entry->size / 5), size_t(1) << 22});
+                book_.strings().reserve(book_.strings().size() + unique);
             } else if (reader.name() == "si") {
                 // Each text goes into the workbook's table at once, and cells share its entry:
                 // equal items, even millions of empty ones, take the room of one.
