@@ -47,53 +47,38 @@ bool packageIsSpreadsheet(const ZipReader& zip) {
     return false;
 }
 
-std::optional<double> number(std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    double value = 0;
-    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || ec != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
-    return value;
-}
-
 int integer(std::string_view text, int fallback) {
     int value = fallback;
     auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     return ec == std::errc() && end == text.data() + text.size() ? value : fallback;
 }
 
-// Reads digits at `text` into `value`; false when there are none.
-bool digits(std::string_view& text, size_t count, int& value) {
+// Reads `count` digits of `text` into `value`, then the `separator` after them when one is asked.
+bool field(std::string_view& text, size_t count, int& value, char separator = 0) {
     if (text.size() < count) return false;
     auto [end, ec] = std::from_chars(text.data(), text.data() + count, value);
     if (ec != std::errc() || end != text.data() + count) return false;
     text.remove_prefix(count);
+    if (!separator) return true;
+    if (!text.starts_with(separator)) return false;
+    text.remove_prefix(1);
     return true;
 }
 
 // "2026-11-22" or "2026-11-22T13:45:10.5" (a zone after it is ignored) as a 1900-system serial.
 std::optional<double> dateValue(std::string_view text) {
     int year = 0, month = 0, day = 0;
-    if (!digits(text, 4, year) || !text.starts_with('-')) return std::nullopt;
-    text.remove_prefix(1);
-    if (!digits(text, 2, month) || !text.starts_with('-')) return std::nullopt;
-    text.remove_prefix(1);
-    if (!digits(text, 2, day)) return std::nullopt;
-    std::optional<double> serial = dateSerial(year, month, day);
+    if (!field(text, 4, year, '-') || !field(text, 2, month, '-') || !field(text, 2, day)) return std::nullopt;
+    const std::optional<double> serial = dateSerial(year, month, day);
     if (!serial || !text.starts_with('T')) return text.empty() || !serial ? serial : std::nullopt;
     text.remove_prefix(1);
     int hour = 0, minute = 0, second = 0;
-    if (!digits(text, 2, hour) || !text.starts_with(':')) return std::nullopt;
-    text.remove_prefix(1);
-    if (!digits(text, 2, minute) || !text.starts_with(':')) return std::nullopt;
-    text.remove_prefix(1);
-    if (!digits(text, 2, second)) return std::nullopt;
+    if (!field(text, 2, hour, ':') || !field(text, 2, minute, ':') || !field(text, 2, second)) return std::nullopt;
     double fraction = 0;
     if (text.starts_with('.')) {
         size_t n = 1;
         while (n < text.size() && text[n] >= '0' && text[n] <= '9') ++n;
-        fraction = number(std::string("0") + std::string(text.substr(0, n))).value_or(0);
+        fraction = xmlNumber("0" + std::string(text.substr(0, n))).value_or(0);
     }
     if (hour > 23 || minute > 59 || second > 59) return std::nullopt;
     return *serial + (hour * 3600 + minute * 60 + second + fraction) / 86400.0;
@@ -119,7 +104,7 @@ std::optional<double> durationValue(std::string_view text) {
         size_t n = 0;
         while (n < text.size() && ((text[n] >= '0' && text[n] <= '9') || text[n] == '.')) ++n;
         if (n == 0 || n == text.size()) return std::nullopt;
-        const std::optional<double> amount = number(text.substr(0, n));
+        const std::optional<double> amount = xmlNumber(text.substr(0, n));
         if (!amount) return std::nullopt;
         const char unit = text[n];
         if (!inTime && unit == 'D') seconds += *amount * 86400;
@@ -140,7 +125,7 @@ std::optional<int> pixelsOfLength(std::string_view text) {
         {"in", 1}, {"cm", 2.54}, {"mm", 25.4}, {"pt", 72}, {"pc", 6}, {"px", 96}};
     for (const auto& [unit, perInch] : kUnits) {
         if (!text.ends_with(unit)) continue;
-        const std::optional<double> amount = number(text.substr(0, text.size() - unit.size()));
+        const std::optional<double> amount = xmlNumber(text.substr(0, text.size() - unit.size()));
         if (!amount || *amount <= 0 || *amount > 1000) return std::nullopt;
         return static_cast<int>(std::lround(*amount / perInch * 96));
     }
@@ -250,10 +235,8 @@ private:
             } else if (family == "table-column") {
                 const std::string columnStyle(styleName);
                 const int depth = reader.depth();
-                while (reader.depth() >= depth) {
-                    const Token t = reader.next();
-                    if (t == Token::End) break;
-                    if (t == Token::StartElement && reader.name() == "table-column-properties" && reader.attribute("column-width", value)) {
+                while (reader.nextStartWithin(depth)) {
+                    if (reader.name() == "table-column-properties" && reader.attribute("column-width", value)) {
                         if (const auto pixels = pixelsOfLength(value)) columnWidths_[columnStyle] = *pixels;
                     }
                 }
@@ -272,10 +255,7 @@ private:
         const bool elapsed = reader.attribute("truncate-on-overflow", value) && value == "false";
         std::u16string& out = style.section;
         const int depth = reader.depth();
-        while (reader.depth() >= depth) {
-            const Token t = reader.next();
-            if (t == Token::End) break;
-            if (t != Token::StartElement) continue;
+        while (reader.nextStartWithin(depth)) {
             const std::string_view name = reader.name();
             const bool isLong = reader.attribute("style", value) && value == "long";
             if (name == "number") {
@@ -286,7 +266,7 @@ private:
                 const bool grouping = reader.attribute("grouping", value) && value == "true";
                 std::string factor;
                 if (reader.attribute("display-factor", value)) {
-                    for (double f = number(value).value_or(1); f >= 1000 && factor.size() < 4; f /= 1000) factor += ',';
+                    for (double f = xmlNumber(value).value_or(1); f >= 1000 && factor.size() < 4; f /= 1000) factor += ',';
                 }
                 if (general && !grouping && minInteger <= 1 && factor.empty()) {
                     out += u"General";
@@ -433,10 +413,7 @@ private:
         std::vector<std::pair<int32_t, std::string>> columns;   // up to which column a width style reaches
         int32_t columnCount = 0;
         const int depth = reader.depth();
-        while (reader.depth() >= depth) {
-            const Token t = reader.next();
-            if (t == Token::End) break;
-            if (t != Token::StartElement) continue;
+        while (reader.nextStartWithin(depth)) {
             const std::string_view name = reader.name();
             if (name == "table-column") {
                 const int32_t repeat = reader.attribute("number-columns-repeated", value) ? std::max(integer(value, 1), 1) : 1;
@@ -466,10 +443,7 @@ private:
         std::vector<std::pair<int32_t, OdsCell>> cells;   // by first column
         int64_t column = 0;
         const int depth = reader.depth();
-        while (reader.depth() >= depth) {
-            const Token t = reader.next();
-            if (t == Token::End) break;
-            if (t != Token::StartElement) continue;
+        while (reader.nextStartWithin(depth)) {
             const bool covered = reader.name() == "covered-table-cell";
             if (reader.name() != "table-cell" && !covered) continue;
             OdsCell cell = readCell(reader);
@@ -523,10 +497,7 @@ private:
         }
         const int depth = reader.depth();
         bool firstParagraph = true;
-        while (reader.depth() >= depth) {
-            const Token t = reader.next();
-            if (t == Token::End) break;
-            if (t != Token::StartElement) continue;
+        while (reader.nextStartWithin(depth)) {
             if (reader.name() == "p" || reader.name() == "h") {
                 std::u16string paragraph = readParagraph(reader);
                 if (cell.hasStringValue) continue;
@@ -588,7 +559,7 @@ private:
         const std::string& type = source.valueType;
         const bool dateStyle = source.hasStyle && isDateTimeFormat(book_.styles()[source.style].numberFormat);
         if (type == "float" || type == "percentage" || type == "currency") {
-            if (const auto value = number(source.value)) cell.assign(CellValue::makeFloat(*value));
+            if (const auto value = xmlNumber(source.value)) cell.assign(CellValue::makeFloat(*value));
             else cell.setString(source.text);
         } else if (type == "date" || type == "time") {
             std::optional<double> serial = type == "date" ? dateValue(source.value) : durationValue(source.value);
@@ -777,15 +748,7 @@ bool isOdsPackage(std::string_view bytes) {
 }
 
 void OdsReader::Read(Workbook& book, ByteStream& stream) {
-    try {
-        DocumentReader(book, stream.rest()).read();
-    } catch (const EZipError& e) {
-        throw ESpreadSheetReaderError(e.what());
-    } catch (const EXmlError& e) {
-        throw ESpreadSheetReaderError(e.what());
-    } catch (const ESheetError& e) {
-        throw ESpreadSheetReaderError(e.what());
-    }
+    readPackage([&] { DocumentReader(book, stream.rest()).read(); });
 }
 
 }  // namespace kes

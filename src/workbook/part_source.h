@@ -1,10 +1,14 @@
 #pragma once
-// A part of a ZIP package as the XML reader takes it: inflated as it is read. A big part (a
-// sheet of many rows, its shared strings) inflates on a second thread, a few chunks ahead.
+// What the readers of ZIP packages share: a part as the XML reader takes it, inflated as it is
+// read, a big part (a sheet of many rows, its shared strings) on a second thread a few chunks
+// ahead; and the errors of the layers below turned into the reader's.
 #include <cstdint>
 #include <optional>
 
+#include "sheet/sheet_error.h"
 #include "workbook/read_ahead.h"
+#include "workbook/workbook_errors.h"
+#include "workbook/xml/xml_reader.h"
 #include "workbook/zip/zip_reader.h"
 
 namespace kes {
@@ -28,5 +32,20 @@ private:
     ZipEntryReader bytes_;
     std::optional<ReadAhead> ahead_;   // stopped before bytes_ goes
 };
+
+// Runs a package reader: what the archive, the XML and the cell store refuse (a 65,537th style,
+// say) comes out as the reader's error.
+template <class Read>
+void readPackage(Read&& read) {
+    try {
+        read();
+    } catch (const EZipError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    } catch (const EXmlError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    } catch (const ESheetError& e) {
+        throw ESpreadSheetReaderError(e.what());
+    }
+}
 
 }  // namespace kes

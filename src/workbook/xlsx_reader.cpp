@@ -106,10 +106,7 @@ void readStringItem(XmlReader& reader, std::string& text, std::u16string& out) {
     text.clear();
     out.clear();
     const int depth = reader.depth();
-    while (reader.depth() >= depth) {
-        const Token t = reader.next();
-        if (t == Token::End) break;
-        if (t != Token::StartElement) continue;
+    while (reader.nextStartWithin(depth)) {
         if (reader.name() == "rPh") {
             reader.skipElement();
         } else if (reader.name() == "t") {
@@ -163,16 +160,6 @@ std::optional<CellRect> areaOfReference(std::string_view ref) {
     }
     formula::orderCorners(first, last);
     return CellRect{first.column, first.row, last.column, last.row};
-}
-
-std::optional<double> invariantNumber(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ')) text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    double value = 0;
-    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || ec != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
-    return value;
 }
 
 struct DeferredFormula {
@@ -322,7 +309,7 @@ private:
                     int first = 0, last = 0;
                     std::from_chars(min.data(), min.data() + min.size(), first);
                     std::from_chars(max.data(), max.data() + max.size(), last);
-                    const auto characters = invariantNumber(width);
+                    const auto characters = xmlNumber(width);
                     if (characters && first >= 1 && last >= first && *characters > 0) {
                         const int pixels = static_cast<int>(std::lround(*characters * 7 + 5));
                         for (int c = first; c <= std::min(last, kMaxColumn + 1) && c - first < 256; ++c) sheet.setColumnWidth(c - 1, pixels);
@@ -350,10 +337,8 @@ private:
     void readRow(XmlReader& reader, SheetTable& sheet, SheetRow& row, std::unordered_map<std::string, SharedFormula>& shared) {
         const int depth = reader.depth();
         int32_t nextColumn = 0;
-        while (reader.depth() >= depth) {
-            const Token t = reader.next();
-            if (t == Token::End) break;
-            if (t == Token::StartElement && reader.name() == "c") nextColumn = readCell(reader, sheet, row, nextColumn, shared) + 1;
+        while (reader.nextStartWithin(depth)) {
+            if (reader.name() == "c") nextColumn = readCell(reader, sheet, row, nextColumn, shared) + 1;
         }
     }
 
@@ -387,10 +372,7 @@ private:
         bool hasV = false, hasF = false, isShared = false;
         bool hasInline = false;
         const int depth = reader.depth();
-        while (reader.depth() >= depth) {
-            const Token t = reader.next();
-            if (t == Token::End) break;
-            if (t != Token::StartElement) continue;
+        while (reader.nextStartWithin(depth)) {
             if (reader.name() == "v") {
                 hasV = true;
                 v = reader.elementText();
@@ -439,7 +421,7 @@ private:
         }
         case 2: cell.setText(fromUtf8(v), 0); break;
         case 3: {
-            const auto number = invariantNumber(v);
+            const auto number = xmlNumber(v);
             if (!number) report("\"" + v + "\" is not a valid floating point value");
             cell.assign(CellValue::makeFloat(*number));
             break;
@@ -453,7 +435,7 @@ private:
             break;
         }
         case 6:
-            if (const auto number = invariantNumber(v)) cell.assign(CellValue::makeFloat(*number));
+            if (const auto number = xmlNumber(v)) cell.assign(CellValue::makeFloat(*number));
             else cell.setText(fromUtf8(v), 0);
             break;
         default: break;
@@ -489,15 +471,7 @@ std::optional<std::string> xlsxWorkbookPart(std::string_view bytes) {
 }
 
 void XlsxReader::Read(Workbook& book, ByteStream& stream) {
-    try {
-        PackageReader(book, stream.rest()).read();
-    } catch (const EZipError& e) {
-        throw ESpreadSheetReaderError(e.what());
-    } catch (const EXmlError& e) {
-        throw ESpreadSheetReaderError(e.what());
-    } catch (const ESheetError& e) {   // what the cell store refuses, such as a 65,537th style
-        throw ESpreadSheetReaderError(e.what());
-    }
+    readPackage([&] { PackageReader(book, stream.rest()).read(); });
 }
 
 }  // namespace kes

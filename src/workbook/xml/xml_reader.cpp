@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 namespace kes {
@@ -54,6 +55,16 @@ void appendCodePoint(std::string& out, uint32_t cp) {
 }
 
 }  // namespace
+
+std::optional<double> xmlNumber(std::string_view text) {
+    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    double value = 0;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || ec != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
 
 XmlReader::XmlReader(std::string_view document) : doc_(document) {
     if (doc_.starts_with("\xEF\xBB\xBF")) position_ = 3;
@@ -298,9 +309,13 @@ bool XmlReader::readToken(Token& token) {
     return true;
 }
 
-bool XmlReader::attribute(std::string_view localName, std::string_view& value) {
+bool XmlReader::attribute(std::string_view localName, std::string_view& value) { return findAttribute(localName, false, value); }
+
+bool XmlReader::qualifiedAttribute(std::string_view name, std::string_view& value) { return findAttribute(name, true, value); }
+
+bool XmlReader::findAttribute(std::string_view name, bool qualified, std::string_view& value) {
     for (const RawAttribute& a : attributes_) {
-        if (sameName(a.name, localName)) {
+        if (sameName(qualified ? a.qualified : a.name, name)) {
             value = decode(a.value, attributeScratch_, true);
             return true;
         }
@@ -308,12 +323,11 @@ bool XmlReader::attribute(std::string_view localName, std::string_view& value) {
     return false;
 }
 
-bool XmlReader::qualifiedAttribute(std::string_view name, std::string_view& value) {
-    for (const RawAttribute& a : attributes_) {
-        if (sameName(a.qualified, name)) {
-            value = decode(a.value, attributeScratch_, true);
-            return true;
-        }
+bool XmlReader::nextStartWithin(int depth) {
+    while (depth_ >= depth) {
+        const Token token = next();
+        if (token == Token::StartElement) return true;
+        if (token == Token::End) break;
     }
     return false;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -23,6 +24,10 @@ public:
 private:
     size_t offset_;
 };
+
+// A number as XML documents write one: the invariant form, "." before the decimals, blanks
+// around it and a leading "+" allowed; none when the text is no finite number.
+std::optional<double> xmlNumber(std::string_view text);
 
 class XmlReader {
 public:
@@ -50,6 +55,9 @@ public:
     bool qualifiedAttribute(std::string_view name, std::string_view& value);
     // The current text token, decoded; lives until the next call.
     std::string_view text() const { return text_; }
+    // Reads on to the next start tag inside the element whose start gave `depth`; false once
+    // that element has ended.
+    bool nextStartWithin(int depth);
     // Skips the rest of the current element (after its start token).
     void skipElement();
     // Reads the text content of the current element up to its end, nested elements included;
@@ -67,6 +75,7 @@ private:
     // The bytes held end before the token does: read on when more may come, else `what` fails.
     [[noreturn]] void truncated(const char* what) const;
     bool readToken(Token& token);
+    bool findAttribute(std::string_view name, bool qualified, std::string_view& value);
     void readStartTag();
     void skipMarkup();
     void refill();
