@@ -10,6 +10,7 @@ packages=(
   wine wine64 xvfb xauth x11-apps fonts-wqy-microhei
   python3 python3-openpyxl python3-xlsxwriter
   libreoffice-calc-nogui gnumeric python3-xlrd
+  libxlsxwriter-dev
 )
 missing=()
 for p in "${packages[@]}"; do

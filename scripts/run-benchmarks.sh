@@ -19,6 +19,7 @@ for b in build/native/bin/bench_*; do
   echo "== $(basename "$b")"
   case "$b" in
     *bench_workbook_files) "$b" "$workbook" $([ -f "$ods" ] && echo "$ods") || status=1 ;;
+    *bench_xlsx_writer_peer) "$b" "$workbook" || status=1 ;;
     *) "$b" || status=1 ;;
   esac
 done
