@@ -144,6 +144,25 @@ with tempfile.TemporaryDirectory() as folder:
             check(got == value, "openpyxl reads %d,%d of ours as %r, wrote %r" % (row, col, got, value))
         check(sheet.cell(row=3, column=2).value == "=C1*2", "formula text %r" % sheet.cell(row=3, column=2).value)
 
+    # A sheet of some megabytes, past the size from which our reader inflates it on a second
+    # thread and our writer deflates it in pieces: read back by openpyxl, every cell.
+    source = os.path.join(folder, "large.xlsx")
+    book = xlsxwriter.Workbook(source)
+    sheet = book.add_worksheet("Large")
+    large = [[i, "SKU-%06d" % i, "品名%d" % (i * 7919 % 100003), "69%011d" % i, i % 97 * 0.25] * 3 for i in range(12000)]
+    for r, values in enumerate(large):
+        sheet.write_row(r, 0, values)
+    book.close()
+    written = os.path.join(folder, "large-ours.xlsx")
+    result = subprocess.run([KESPRINT, "convert", source, written], capture_output=True, text=True)
+    check(result.returncode == 0, "convert of a large sheet: " + result.stderr.strip())
+    if result.returncode == 0:
+        with zipfile.ZipFile(written) as z:
+            check(z.getinfo("xl/worksheets/sheet1.xml").file_size > 4 << 20, "the large sheet is large")
+        rows = list(openpyxl.load_workbook(written, read_only=True)["Large"].iter_rows(values_only=True))
+        check(len(rows) == len(large) and all(list(a) == b for a, b in zip(rows, large)),
+              "openpyxl reads our large sheet back cell by cell")
+
     # Ours as .xls, read by xlrd: every cell our reader sees in the source, with its kind.
     for date1904 in (False, True):
         source = os.path.join(folder, "rich-%d.xlsx" % date1904)
