@@ -439,7 +439,7 @@ private:
 
     void readRow(XmlReader& reader, SheetTable& sheet, int32_t& row, int32_t& lastColumn) {
         std::string_view value;
-        const int64_t repeat = reader.attribute("number-rows-repeated", value) ? std::max(integer(value, 1), 1) : 1;
+        const int64_t down = reader.attribute("number-rows-repeated", value) ? std::max(integer(value, 1), 1) : 1;
         std::vector<std::pair<int32_t, OdsCell>> cells;   // by first column
         int64_t column = 0;
         const int depth = reader.depth();
@@ -447,18 +447,18 @@ private:
             const bool covered = reader.name() == "covered-table-cell";
             if (reader.name() != "table-cell" && !covered) continue;
             OdsCell cell = readCell(reader);
-            const int32_t repeat = cell.repeat;
+            const int32_t across = cell.repeat;
             if (!covered && cell.hasContent()) {
                 if (column > kMaxColumn) report("The \"" + std::to_string(column + 1) + "\" column index is invalid");
                 cells.emplace_back(int32_t(column), std::move(cell));
             }
-            column += repeat;
+            column += across;
         }
         if (cells.empty()) {
-            row = int32_t(std::min<int64_t>(int64_t(row) + repeat, int64_t(kMaxRow) + 1));
+            row = int32_t(std::min<int64_t>(int64_t(row) + down, int64_t(kMaxRow) + 1));
             return;
         }
-        for (int64_t r = 0; r < repeat; ++r, ++row) {
+        for (int64_t r = 0; r < down; ++r, ++row) {
             if (row > kMaxRow) report("The row index " + std::to_string(int64_t(row) + 1) + " is invalid");
             for (const auto& [first, cell] : cells) {
                 for (int32_t k = 0; k < cell.repeat && first + k <= kMaxColumn; ++k) {
