@@ -4,8 +4,11 @@
 // Items are doubly linked in strictly ascending index order. A search starts from the nearest of
 // first, cursor (where the last search ended) and last, so walking rows top to bottom or cells
 // left to right costs a step or two per access. Jumps far from all three (random access over a
-// long list) go through a lazily built directory of the items, kept while the list only grows at
-// its end, so they cost a halving search instead of a walk over thousands of links.
+// long list) go through a lazily built directory of the items, so they cost a halving search
+// instead of a walk over thousands of links. Items linked in after the directory was built are
+// not in it: a search lands on the directory's item before them and walks on. The directory is
+// built again once there are more of those than the square root of its size, so that items
+// created in any order (a hostile file's cells) cost that many steps each, not a rebuild each.
 //
 // The list neither allocates nor frees items itself: creating, deleting and clearing take the
 // owner's factory and disposer, so that a row does not have to store a pointer back to its sheet.
@@ -161,10 +164,15 @@ private:
         if (!directory_) {
             directory_ = std::make_unique<std::vector<Item*>>();
             for (Item* item = first_; item; item = item->next) directory_->push_back(item);
+            missing_ = 0;
         }
         auto it = std::lower_bound(directory_->begin(), directory_->end(), index,
                                    [](const Item* item, int32_t i) { return item->index < i; });
-        return *it;   // index <= last's index, so lower_bound never reaches the end
+        if (missing_ == 0) return *it;   // index <= last's index, so lower_bound never reaches the end
+        // Items missing from the directory lie between its items: walk on from the one before.
+        Item* item = it == directory_->begin() ? first_ : *(it - 1);
+        while (item->index < index) item = item->next;
+        return item;
     }
 
     void insert(Item* item, Item* hint) {
@@ -181,7 +189,10 @@ private:
         } else {
             linkAfter(item, hint);
         }
-        directory_.reset();
+        if (directory_) {
+            ++missing_;
+            if (missing_ * missing_ > directory_->size()) directory_.reset();
+        }
     }
 
     void linkBefore(Item* item, Item* at) {
@@ -214,6 +225,7 @@ private:
     Item* first_ = nullptr;
     Item* last_ = nullptr;
     std::unique_ptr<std::vector<Item*>> directory_;
+    size_t missing_ = 0;   // items linked in since the directory was built, not at its end
 };
 
 }  // namespace kes
