@@ -27,6 +27,7 @@ test: native win32 win64
 	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
 	@FUZZ_SECONDS=$(FUZZ_TEST_SECONDS) scripts/fuzz.sh
 	@/usr/bin/python3 tests/interop/interop.py $(NATIVE)/bin/kesprint
+	@/usr/bin/python3 tests/interop/producers.py $(NATIVE)/bin/kesprint
 	@/usr/bin/python3 tests/interop/formula_oracle.py $(NATIVE)/bin/kesprint
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh

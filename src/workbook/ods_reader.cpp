@@ -197,8 +197,9 @@ public:
             if (t != Token::StartElement) continue;
             std::string_view value;
             if (reader.name() == "null-date" && reader.attribute("date-value", value)) {
-                // Serials count from the document's null date: 1904-01-01 is Excel's 1904 system.
-                if (value.starts_with("1904-01-01")) {
+                // Serials count from the document's null date: 1904-01-01 is Excel's 1904 system
+                // (Gnumeric writes it 1904-1-1).
+                if (value == "1904-01-01" || value == "1904-1-1") {
                     FormatSettings settings = book_.settings();
                     settings.date1904 = true;
                     book_.setSettings(settings);
@@ -564,9 +565,17 @@ private:
         } else if (type == "date" || type == "time") {
             std::optional<double> serial = type == "date" ? dateValue(source.value) : durationValue(source.value);
             if (serial && type == "date" && book_.settings().date1904) *serial -= 1462;
-            // Without a date format of its own the value is still shown as a date or time.
-            if (serial) cell.assign(dateStyle ? CellValue::makeFloat(*serial) : CellValue::makeDateTime(*serial));
-            else cell.setString(source.text);
+            if (!serial) {
+                cell.setString(source.text);
+            } else {
+                cell.assign(CellValue::makeFloat(*serial));
+                // A file may give no format (Gnumeric's do not): shown as LibreOffice and Gnumeric
+                // show such a value, not as a bare serial.
+                if (!dateStyle) {
+                    const bool wholeDay = *serial == std::floor(*serial);
+                    cell.setStyle(defaultDateStyle(type == "time" ? u"[hh]:mm:ss" : wholeDay ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss"));
+                }
+            }
         } else if (type == "boolean") {
             cell.assign(CellValue::makeBoolean(source.value == "true" || source.value == "1"));
         } else if (type == "error") {
@@ -579,6 +588,12 @@ private:
             sheet.addMergedArea({column, row, int32_t(std::min<int64_t>(int64_t(column) + source.columnsSpanned - 1, kMaxColumn)),
                                  int32_t(std::min<int64_t>(int64_t(row) + source.rowsSpanned - 1, kMaxRow))});
         }
+    }
+
+    uint16_t defaultDateStyle(const char16_t* code) {
+        const auto it = defaultDateStyles_.find(code);
+        if (it != defaultDateStyles_.end()) return it->second;
+        return defaultDateStyles_[code] = book_.styles().add(CellStyle{code});
     }
 
     // settings.xml names the table that was active.
@@ -608,6 +623,7 @@ private:
     std::unordered_map<std::string, OdsCellStyle> cellStyles_;
     std::unordered_map<std::string, std::optional<uint16_t>> styleIndexes_;
     std::unordered_map<std::string, int> columnWidths_;
+    std::unordered_map<std::u16string_view, uint16_t> defaultDateStyles_;
     std::vector<DeferredFormula> deferred_;
     uint64_t copies_ = 0;
 };
