@@ -15,7 +15,6 @@ too, unless the table marks the row as one where we follow Excel over both. Skip
 Prints one line per failure and "N passed, N failed".
 """
 import csv
-import json
 import os
 import shutil
 import subprocess
@@ -24,7 +23,7 @@ import tempfile
 
 import openpyxl
 
-from checks import check, finish
+from checks import check, finish, kesprint_cells
 
 KESPRINT = sys.argv[1]
 FORMAT_TABLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "sheet", "format", "format_oracle.tsv")
@@ -157,12 +156,9 @@ with tempfile.TemporaryDirectory() as folder:
     check(os.path.exists(xlsx), "LibreOffice converted the formula sheet")
     if os.path.exists(xlsx):
         theirs = openpyxl.load_workbook(xlsx, data_only=True).active
-        out = subprocess.run([KESPRINT, "cells", xlsx], capture_output=True, text=True)
-        check(out.returncode == 0, "kesprint reads LibreOffice's xlsx: " + out.stderr.strip())
-        ours = {}
-        for line in out.stdout.splitlines():
-            c = json.loads(line)
-            ours[(c["row"], c["col"])] = c
+        found, error = kesprint_cells(KESPRINT, xlsx)
+        check(found is not None, "kesprint reads LibreOffice's xlsx: " + error)
+        ours = {(row, col): c for (_, row, col), c in (found or {}).items()}
         for i, formula in enumerate(FORMULAS):
             row = len(INPUTS) + i
             if formula in EXCEL_DIFFERS:

@@ -11,7 +11,7 @@ one line per check and "N passed, N failed".
 """
 import csv
 import datetime
-import json
+import functools
 import os
 import re
 import shutil
@@ -24,22 +24,12 @@ import openpyxl
 import xlrd
 import xlsxwriter
 
-from checks import check, finish
+from checks import check, finish, kesprint_cells
 
 KESPRINT = sys.argv[1]
+cells = functools.partial(kesprint_cells, KESPRINT)
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
-
-
-def cells(path):
-    out = subprocess.run([KESPRINT, "cells", path], capture_output=True, text=True)
-    if out.returncode != 0:
-        return None, out.stderr.strip()
-    found = {}
-    for line in out.stdout.splitlines():
-        c = json.loads(line)
-        found[(c["name"], c["row"], c["col"])] = c
-    return found, ""
 
 
 # What the producers write: (row, col, value as written, kind we must read, value we must read)

@@ -11,7 +11,7 @@ by cell. Prints one line per failure and "N passed, N failed"; a producer that i
 skipped with a note.
 """
 import csv
-import glob
+import functools
 import json
 import os
 import re
@@ -22,12 +22,15 @@ import tempfile
 import zipfile
 from xml.sax.saxutils import escape, quoteattr
 
-from checks import check, finish
+from checks import check, finish, kesprint_cells
 
 KESPRINT = os.path.abspath(sys.argv[1])
+cells = functools.partial(kesprint_cells, KESPRINT)
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 NPM_FOLDER = os.path.join(ROOT, "build", "npm")
 TIMEOUT = 180
+
+
 def note(text):
     print("note:", text)
 
@@ -37,17 +40,6 @@ def run(command, **options):
         return subprocess.run(command, capture_output=True, text=True, timeout=TIMEOUT, **options)
     except subprocess.TimeoutExpired:
         return subprocess.CompletedProcess(command, 1, "", "timed out after %d s" % TIMEOUT)
-
-
-def cells(path):
-    out = run([KESPRINT, "cells", path])
-    if out.returncode != 0:
-        return None, out.stderr.strip()
-    found = {}
-    for line in out.stdout.splitlines():
-        c = json.loads(line)
-        found[(c["name"], c["row"], c["col"])] = c
-    return found, ""
 
 
 SHEETS = ("First", "第二页", "Third")
