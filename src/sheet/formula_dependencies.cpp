@@ -23,6 +23,25 @@ constexpr int64_t kCellBudget = 1024;
 
 int64_t cellsOf(const CellRect& r) { return int64_t(r.right - r.left + 1) * int64_t(r.bottom - r.top + 1); }
 
+// A formula's reads as they are entered: each cell of its small areas, up to kCellBudget cells
+// in all, to `cell`, and every other area to `wide`. Entering and forgetting split them alike.
+template <class Areas, class Cell, class Wide>
+void splitReads(const Areas& areas, Cell&& cell, Wide&& wide) {
+    int64_t budget = kCellBudget;
+    for (const auto& area : areas) {
+        const CellRect& r = area.rect;
+        const int64_t cells = cellsOf(r);
+        if (cells > kCellByCell || cells > budget) {
+            wide(area);
+            continue;
+        }
+        budget -= cells;
+        for (int32_t y = r.top; y <= r.bottom; ++y) {
+            for (int32_t x = r.left; x <= r.right; ++x) cell(area, y, x);
+        }
+    }
+}
+
 bool readsUnknownInputs(std::u16string_view function) {
     static constexpr std::u16string_view kVolatile[] = {u"TODAY", u"NOW", u"RAND", u"RANDBETWEEN",
                                                        u"INDIRECT", u"OFFSET", u"CELL", u"INFO"};
@@ -144,21 +163,9 @@ void FormulaDependencies::computed(CellFormula& formula, SheetTable& sheet, int3
     formula.column = column;
     const Reads reads = readsOf(formula, sheet);
     if (reads.unknown) alwaysStale_.insert(&formula);
-    int64_t budget = kCellBudget;
-    for (const Area& area : reads.areas) {
-        const CellRect& r = area.rect;
-        const int64_t cells = cellsOf(r);
-        if (cells > kCellByCell || cells > budget) {
-            wideReads_[&formula].push_back(area);
-            continue;
-        }
-        budget -= cells;
-        for (int32_t y = r.top; y <= r.bottom; ++y) {
-            for (int32_t x = r.left; x <= r.right; ++x) {
-                readers_.add({area.sheet, y, x}, &formula);
-            }
-        }
-    }
+    splitReads(
+        reads.areas, [&](const Area& area, int32_t y, int32_t x) { readers_.add({area.sheet, y, x}, &formula); },
+        [&](const Area& area) { wideReads_[&formula].push_back(area); });
     ++tracked_;
 }
 
@@ -169,18 +176,9 @@ void FormulaDependencies::forget(CellFormula& formula) {
     --tracked_;
     alwaysStale_.erase(&formula);
     wideReads_.erase(&formula);
-    int64_t budget = kCellBudget;   // as computed() spent it
-    for (const Area& area : readsOf(formula, *formula.sheet).areas) {
-        const CellRect& r = area.rect;
-        const int64_t cells = cellsOf(r);
-        if (cells > kCellByCell || cells > budget) continue;
-        budget -= cells;
-        for (int32_t y = r.top; y <= r.bottom; ++y) {
-            for (int32_t x = r.left; x <= r.right; ++x) {
-                readers_.remove({area.sheet, y, x}, &formula);
-            }
-        }
-    }
+    splitReads(
+        readsOf(formula, *formula.sheet).areas,
+        [&](const Area& area, int32_t y, int32_t x) { readers_.remove({area.sheet, y, x}, &formula); }, [](const Area&) {});
 }
 
 void FormulaDependencies::cellChanged(const SheetTable& sheet, int32_t row, int32_t column) {
