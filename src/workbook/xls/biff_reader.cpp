@@ -261,7 +261,8 @@ private:
             TokenCell at;
             std::pair<uint16_t, uint16_t> first;
         } waiting{};
-        const auto setShared = [&](CellRef c, TokenCell at, std::string_view tokens) {
+        const auto setFormula = [&](CellRef c, std::string_view tokens,
+                                    std::optional<TokenCell> at = std::nullopt) {
             const auto text = formulaFromTokens(tokens, externSheetNames_, at);
             if (text && c.setFormula(*text)) pendingString = CellRef();
         };
@@ -342,12 +343,11 @@ private:
                                            get<uint16_t>(r.data, 2, "FORMULA")};
                         const std::pair<uint16_t, uint16_t> first{get<uint16_t>(tokens, 1, "FORMULA"),
                                                                   get<uint16_t>(tokens, 3, "FORMULA")};
-                        if (auto it = shared.find(first); it != shared.end()) setShared(c, at, it->second);
+                        if (auto it = shared.find(first); it != shared.end()) setFormula(c, it->second, at);
                         else waiting = {c, at, first};
                         break;
                     }
-                    const auto text = formulaFromTokens(tokens, externSheetNames_);
-                    if (text && c.setFormula(*text)) pendingString = CellRef();
+                    setFormula(c, tokens);
                 }
                 break;
             }
@@ -359,7 +359,7 @@ private:
                 if (10 + size_t(size) > r.data.size()) break;   // its cells keep their results
                 shared[first] = r.data.substr(10, size);
                 if (waiting.cell && waiting.first == first)
-                    setShared(waiting.cell, waiting.at, shared[first]);
+                    setFormula(waiting.cell, shared[first], waiting.at);
                 waiting = {};
                 break;
             }

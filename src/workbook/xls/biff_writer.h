@@ -1,8 +1,9 @@
 #pragma once
 // The writer of Excel 97-2003 workbooks (.xls, BIFF8 in a compound file): the globals (fonts,
 // number formats, cell formats, sheets, shared strings) and one worksheet substream per sheet,
-// every cell with its value and its number format, and the sheet's merged areas. Dates and money get a date or currency
-// format when their style has none, so that other programs see them as such.
+// every cell with its value and its number format, and the sheet's merged areas. Dates and
+// money get a date or currency format when their style has none, so that other programs see
+// them as such.
 #include <string>
 #include <string_view>
 #include <vector>
