@@ -1,5 +1,6 @@
 #pragma once
 // What the benchmarks share: memory readings and one line per figure.
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -24,6 +25,14 @@ inline long minorFaults() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_minflt;
+}
+
+// How long `work()` takes, in seconds.
+template <class Work>
+double seconds(Work&& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 inline long residentKiB() { return statusKiB("VmRSS:"); }

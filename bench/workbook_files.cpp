@@ -18,18 +18,11 @@ using namespace kes;
 
 namespace {
 
-template <class F>
-double seconds(F&& f) {
-    const auto start = std::chrono::steady_clock::now();
-    f();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 // The median of three timed loads of the file, and each of them.
 double medianLoad(const std::u16string& file, double runs[3]) {
     for (int i = 0; i < 3; ++i) {
         Workbook book;
-        runs[i] = seconds([&] { LoadFromFile(book, file); });
+        runs[i] = bench::seconds([&] { LoadFromFile(book, file); });
     }
     double sorted[3] = {runs[0], runs[1], runs[2]};
     std::sort(sorted, sorted + 3);
@@ -47,16 +40,16 @@ int main(int argc, char** argv) {
     const std::u16string output = input + u".saved.xlsx";
     const long before = bench::residentKiB();
     Workbook book;
-    const double firstLoad = seconds([&] { LoadFromFile(book, input); });
+    const double firstLoad = bench::seconds([&] { LoadFromFile(book, input); });
     const long peak = bench::peakResidentKiB();
     double loads[3];
     const double load = medianLoad(input, loads);
-    const double save = seconds([&] { SaveToFile(book, output); });
+    const double save = bench::seconds([&] { SaveToFile(book, output); });
     std::string snapshot;
-    const double snapshotSave = seconds([&] { SaveToStream(book, snapshot); });
+    const double snapshotSave = bench::seconds([&] { SaveToStream(book, snapshot); });
     Workbook restored;
     ByteStream stream{snapshot, 0};
-    const double snapshotLoad = seconds([&] { LoadFromStream(restored, stream); });
+    const double snapshotLoad = bench::seconds([&] { LoadFromStream(restored, stream); });
 
     // An .xls holds 65,536 rows: the first ones of the label sheet, copied value by value.
     Workbook labels;
@@ -69,10 +62,10 @@ int main(int argc, char** argv) {
     }
     const SpreadSheetFormat& xls = *SpreadSheetFormatsRepository::instance().Find(u"a.xls");
     std::string xlsBytes;
-    const double xlsSave = seconds([&] { SaveToStream(labels, xlsBytes, &xls); });
+    const double xlsSave = bench::seconds([&] { SaveToStream(labels, xlsBytes, &xls); });
     Workbook xlsLoaded;
     ByteStream xlsStream{xlsBytes, 0};
-    const double xlsLoad = seconds([&] { LoadFromStream(xlsLoaded, xlsStream, xls); });
+    const double xlsLoad = bench::seconds([&] { LoadFromStream(xlsLoaded, xlsStream, xls); });
 
     const auto inputSize = std::filesystem::file_size(argv[1]);
     const auto outputSize = std::filesystem::file_size(std::filesystem::path(argv[1]).string() + ".saved.xlsx");
