@@ -1,8 +1,13 @@
-# kes_module(NAME DIR [DEPS ...]): a static library of every .cpp directly in DIR.
-# Files named *_win32.cpp join only the Windows builds, *_posix.cpp only the others.
+# kes_module(NAME DIR [DIRS ...] [DEPS ...]): a static library of every .cpp directly in DIR
+# and in the further DIRS. Files named *_win32.cpp join only the Windows builds, *_posix.cpp
+# only the others.
 function(kes_module name dir)
-  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "DIRS;DEPS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
+  foreach(more ${ARG_DIRS})
+    file(GLOB more_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${more}/*.cpp)
+    list(APPEND sources ${more_sources})
+  endforeach()
   if(WIN32)
     list(FILTER sources EXCLUDE REGEX "_posix\\.cpp$")
   else()

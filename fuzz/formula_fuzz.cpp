@@ -21,12 +21,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (error.offset > text.size()) fuzz::broken("a parse error offset beyond the text");
         return 0;
     }
-    const std::u16string canonical = formula::formulaText(*expression);
+    const std::u16string canonical = formula::formulaText(*expression, formula::TextStyle::File);
     std::unique_ptr<formula::Expression> again = formula::parseFormula(canonical);
     if (!again) fuzz::broken("the canonical text of a formula does not parse");
-    if (formula::formulaText(*again) != canonical) fuzz::broken("the canonical text is not stable");
+    if (formula::formulaText(*again, formula::TextStyle::File) != canonical) fuzz::broken("the canonical text is not stable");
     formula::offsetReferences(*expression, rows, columns);
-    const std::u16string moved = formula::formulaText(*expression);
+    const std::u16string moved = formula::formulaText(*expression, formula::TextStyle::File);
     if (!formula::parseFormula(moved) && moved.size() <= formula::kMaxFormulaLength)
         fuzz::broken("the text of a moved formula does not parse");
     return 0;

@@ -1,5 +1,6 @@
 #include "sheet/cell_ref.h"
 
+#include "sheet/calc/compile.h"
 #include "sheet/cell_formula.h"
 #include "sheet/formula_eval.h"
 #include "sheet/sheet_table.h"
@@ -61,7 +62,7 @@ void CellRef::storeValue(const CellValue& value) {
     case cdtString: c.string = sheet_->workbook().strings().acquire(value.text); break;
     case cdtFormula:
         // Only a formula text that parsed once arrives here (undo, snapshots).
-        if (auto expression = formula::parseFormula(value.text)) {
+        if (auto expression = calc::compileFormula(value.text)) {
             c.formula = new CellFormula{value.text, std::move(expression), {}};
         } else {
             c.string = sheet_->workbook().strings().acquire(value.text);
@@ -118,7 +119,7 @@ void CellRef::setSharedString(SharedString* entry) {
 void CellRef::clear() { replaceValue(CellValue{}); }
 
 bool CellRef::setFormula(std::u16string_view text) {
-    auto expression = formula::parseFormula(text);
+    auto expression = calc::compileFormula(text);
     if (!expression) return false;
     recordChange();
     releaseValue();

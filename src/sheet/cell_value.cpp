@@ -33,9 +33,9 @@ std::u16string_view booleanText(bool value) { return value ? u"TRUE" : u"FALSE";
 
 std::u16string_view errorText(FormulaErrorCode code) {
     static constexpr std::u16string_view texts[] = {
-        u"", u"#NULL!", u"#DIV/0!", u"#VALUE!", u"#REF!", u"#NAME?", u"#NUM!", u"#N/A",
+        u"", u"#NULL!", u"#DIV/0!", u"#VALUE!", u"#REF!", u"#NAME?", u"#NUM!", u"#N/A", u"#SPILL!", u"#CALC!",
     };
-    return code <= ecNA ? texts[code] : texts[ecNone];
+    return code <= ecCalc ? texts[code] : texts[ecNone];
 }
 
 }  // namespace kes

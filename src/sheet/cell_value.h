@@ -18,7 +18,9 @@ enum CellDataType : uint8_t {
     cdtFormula,
 };
 
-enum FormulaErrorCode : uint8_t { ecNone, ecNull, ecDivByZero, ecValue, ecRefErr, ecName, ecNUM, ecNA };
+// The last two are the errors of newer Excel: a result that cannot spill (#SPILL!) and a
+// calculation the engine cannot do, such as an empty FILTER (#CALC!).
+enum FormulaErrorCode : uint8_t { ecNone, ecNull, ecDivByZero, ecValue, ecRefErr, ecName, ecNUM, ecNA, ecSpill, ecCalc };
 
 inline bool isNumericType(CellDataType type) { return type >= cdtCurrency && type <= cdtInteger; }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sheet/calc/functions.h"
 #include "sheet/cell_formula.h"
 #include "sheet/sheet_bounds.h"
 #include "sheet/workbook.h"
@@ -40,19 +41,6 @@ void splitReads(const Areas& areas, Cell&& cell, Wide&& wide) {
             for (int32_t x = r.left; x <= r.right; ++x) cell(area, y, x);
         }
     }
-}
-
-bool readsUnknownInputs(std::u16string_view function) {
-    static constexpr std::u16string_view kVolatile[] = {u"TODAY", u"NOW", u"RAND", u"RANDBETWEEN",
-                                                       u"INDIRECT", u"OFFSET", u"CELL", u"INFO"};
-    for (std::u16string_view name : kVolatile) {
-        if (function.size() == name.size() &&
-            std::equal(name.begin(), name.end(), function.begin(),
-                       [](char16_t a, char16_t b) { return a == (b >= u'a' && b <= u'z' ? b - 32 : b); })) {
-            return true;
-        }
-    }
-    return false;
 }
 
 }  // namespace
@@ -125,29 +113,76 @@ void FormulaDependencies::Readers::clear() {
 
 FormulaDependencies::Reads FormulaDependencies::readsOf(const CellFormula& formula, SheetTable& sheet) const {
     Reads reads;
-    const formula::Expression& e = *formula.expression;
+    if (formula.role == FormulaRole::ArrayMember) {
+        // A member shows its anchor's result: it reads the anchor cell.
+        reads.areas.push_back({&sheet, {formula.array.left, formula.array.top, formula.array.left, formula.array.top}});
+        return reads;
+    }
+    if (!formula.expression) return reads;
+    addReads(*formula.expression, sheet, reads, 0);
+    return reads;
+}
+
+// What an expression reads: its references, the definitions of the names it uses and the
+// areas of the tables it names. Inputs that only evaluation tells (OFFSET, INDIRECT, a range
+// built by a function, a spilled range, a name defined by a formula) make it unknown.
+void FormulaDependencies::addReads(const formula::Expression& e, SheetTable& sheet, Reads& reads, int depth) const {
     const std::vector<Node>& nodes = e.nodes();
     for (const Node& node : nodes) {
-        if (node.kind == NodeKind::Function && readsUnknownInputs(e.text(node.text))) reads.unknown = true;
-        if (node.kind == NodeKind::Binary && node.op == Operator::Range) {
+        switch (node.kind) {
+        case NodeKind::Function:
+            if (node.function == 0 || (calc::functionOfNumber(node.function).flags & calc::kVolatile)) reads.unknown = true;
+            break;
+        case NodeKind::Call: reads.unknown = true; break;
+        case NodeKind::Binary:
             // A1:B2 written so that it did not fold into one area, such as A1:INDEX(...): the
             // area is only known once evaluated.
-            reads.unknown = true;
+            if (node.op == Operator::Range) reads.unknown = true;
+            break;
+        case NodeKind::Name: {
+            if (node.flags & (formula::kFlagLambdaParameter | formula::kFlagExternal)) break;
+            SheetTable* scope = node.sheet.empty() ? &sheet : book_.findSheet(e.text(node.sheet));
+            const DefinedName* name = scope ? book_.names().find(e.text(node.text), book_.indexOf(*scope)) : nullptr;
+            if (!name || !name->expression) break;   // #NAME? until names change, which starts anew
+            if (depth >= 8) reads.unknown = true;
+            else addReads(*name->expression, name->sheet >= 0 ? book_.sheet(name->sheet) : sheet, reads, depth + 1);
+            // A name's relative references move with the cell that uses it.
+            for (const Node& inner : name->expression->nodes()) {
+                if (inner.kind == NodeKind::Reference && (!inner.first.rowAbsolute || !inner.first.columnAbsolute ||
+                                                          !inner.last.rowAbsolute || !inner.last.columnAbsolute)) {
+                    reads.unknown = true;
+                }
+            }
+            break;
         }
-        if (node.kind != NodeKind::Reference || node.shape == ReferenceShape::Invalid) continue;
-        if (!node.lastSheet.empty()) {
-            reads.unknown = true;
-            continue;
+        case NodeKind::Table: {
+            const std::u16string_view name = e.text(node.text);
+            const TableDefinition* table = name.empty() ? nullptr : book_.tables().find(name);
+            if (!table || table->sheet >= book_.sheetCount()) {
+                reads.unknown = true;
+                break;
+            }
+            reads.areas.push_back({&book_.sheet(table->sheet), table->area});
+            break;
         }
-        const std::u16string_view name = e.text(node.sheet);
-        const SheetTable* target = name.empty() ? &sheet : book_.findSheet(name);
-        if (!target) continue;   // #REF! until a sheet of that name comes, which starts anew
-        CellRect rect{node.first.column, node.first.row, node.last.column, node.last.row};
-        if (node.shape == ReferenceShape::Columns) rect.top = 0, rect.bottom = kMaxRow;
-        if (node.shape == ReferenceShape::Rows) rect.left = 0, rect.right = kMaxColumn;
-        reads.areas.push_back({target, rect});
+        case NodeKind::Reference: {
+            if (node.shape == ReferenceShape::Invalid || (node.flags & formula::kFlagExternal)) break;
+            if (!node.lastSheet.empty() || (node.flags & formula::kFlagSpill)) {
+                reads.unknown = true;
+                break;
+            }
+            const std::u16string_view name = e.text(node.sheet);
+            const SheetTable* target = name.empty() ? &sheet : book_.findSheet(name);
+            if (!target) break;   // #REF! until a sheet of that name comes, which starts anew
+            CellRect rect{node.first.column, node.first.row, node.last.column, node.last.row};
+            if (node.shape == ReferenceShape::Columns) rect.top = 0, rect.bottom = kMaxRow;
+            if (node.shape == ReferenceShape::Rows) rect.left = 0, rect.right = kMaxColumn;
+            reads.areas.push_back({target, rect});
+            break;
+        }
+        default: break;
+        }
     }
-    return reads;
 }
 
 bool FormulaDependencies::isCurrent(const CellFormula& formula) const {

@@ -18,6 +18,9 @@
 
 namespace kes {
 
+namespace formula {
+class Expression;
+}
 class SheetTable;
 class Workbook;
 struct CellFormula;
@@ -94,6 +97,7 @@ private:
     };
 
     Reads readsOf(const CellFormula& formula, SheetTable& sheet) const;
+    void addReads(const formula::Expression& expression, SheetTable& sheet, Reads& reads, int depth) const;
 
     Workbook& book_;
     uint64_t epoch_ = 1;   // formulas entered under an older epoch are neither current nor entered

@@ -35,10 +35,19 @@ SheetTable* Workbook::findSheet(std::u16string_view name) {
     return nullptr;
 }
 
+int32_t Workbook::indexOf(const SheetTable& sheet) const {
+    for (size_t i = 0; i < sheets_.size(); ++i) {
+        if (sheets_[i].get() == &sheet) return static_cast<int32_t>(i);
+    }
+    return -1;
+}
+
 void Workbook::clearAll() {
     formulas_.invalidateAll();
     history_.clear();
     sheets_.clear();
+    names_.clear();
+    tables_.clear();
     styles_.clear();
     displayCache_.clear();
     activeSheet_ = 0;

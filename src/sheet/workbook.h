@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sheet/cell_styles.h"
+#include "sheet/defined_names.h"
 #include "sheet/display_cache.h"
 #include "sheet/format/format_settings.h"
 #include "sheet/formula_dependencies.h"
@@ -43,6 +44,12 @@ public:
     UndoHistory& history() { return history_; }
     DisplayCache& displayCache() { return displayCache_; }
     FormulaDependencies& formulas() { return formulas_; }
+    // Defined names and tables; whoever changes them calls namesChanged().
+    DefinedNames& names() { return names_; }
+    TableDefinitions& tables() { return tables_; }
+    void namesChanged() { formulas_.invalidateAll(); }
+    // The index of a sheet of this workbook; -1 for another.
+    int32_t indexOf(const SheetTable& sheet) const;
 
     const FormatSettings& settings() const { return settings_; }
     void setSettings(FormatSettings settings);
@@ -67,6 +74,8 @@ private:
     UndoHistory history_;
     DisplayCache displayCache_;
     FormatSettings settings_;
+    DefinedNames names_;
+    TableDefinitions tables_;
     FormulaDependencies formulas_{*this};
     uint32_t settingsGeneration_ = 0;
     uint64_t contentVersion_ = 0;

@@ -185,7 +185,7 @@ void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, 
     case cdtBoolean: cell.assign(CellValue::makeBoolean(in.get<uint8_t>("boolean") != 0)); break;
     case cdtError: {
         const uint8_t code = in.get<uint8_t>("error");
-        if (code > ecNA) in.fail("error", "unknown code");
+        if (code > ecCalc) in.fail("error", "unknown code");
         cell.assign(CellValue::makeError(static_cast<FormulaErrorCode>(code)));
         break;
     }

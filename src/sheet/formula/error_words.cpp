@@ -12,7 +12,7 @@ namespace {
 constexpr ErrorWord kErrorWords[] = {
     {u"#NULL!", ErrorCode::Null}, {u"#DIV/0!", ErrorCode::DivByZero}, {u"#VALUE!", ErrorCode::Value},
     {u"#REF!", ErrorCode::Ref},   {u"#NAME?", ErrorCode::Name},       {u"#NUM!", ErrorCode::Num},
-    {u"#N/A", ErrorCode::NA},
+    {u"#N/A", ErrorCode::NA},     {u"#SPILL!", ErrorCode::Spill},     {u"#CALC!", ErrorCode::Calc},
 };
 
 bool startsWithIgnoringAsciiCase(std::u16string_view text, std::u16string_view prefix) {

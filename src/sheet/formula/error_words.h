@@ -1,5 +1,6 @@
 #pragma once
-// The error values as formulas write them: #NULL! #DIV/0! #VALUE! #REF! #NAME? #NUM! #N/A.
+// The error values as formulas write them: #NULL! #DIV/0! #VALUE! #REF! #NAME? #NUM! #N/A, and
+// the newer #SPILL! and #CALC!.
 #include <cstddef>
 #include <string_view>
 

@@ -13,7 +13,7 @@
 namespace kes::formula {
 
 // Numbered as the cell store's FormulaErrorCode, so that a result converts by a cast.
-enum class ErrorCode : uint8_t { Null = 1, DivByZero, Value, Ref, Name, Num, NA };
+enum class ErrorCode : uint8_t { Null = 1, DivByZero, Value, Ref, Name, Num, NA, Spill, Calc };
 
 enum class NodeKind : uint8_t {
     Number,
@@ -28,6 +28,8 @@ enum class NodeKind : uint8_t {
     Unary,
     Binary,
     Paren,       // parentheses as written, so that the text comes back as the user wrote it
+    Table,       // a structured reference: Table1[Col], Table1[[#This Row],[Jan]:[Dec]], [@Col]
+    Call,        // a call of what its first child gives (a LAMBDA) with the other children
 };
 
 enum class Operator : uint8_t {
@@ -35,6 +37,7 @@ enum class Operator : uint8_t {
     Power, Multiply, Divide, Add, Subtract, Concat,
     Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual,
     Range, Intersect, Union,
+    Single,                  // unary @: implicit intersection
 };
 
 enum class ReferenceShape : uint8_t {
@@ -43,6 +46,24 @@ enum class ReferenceShape : uint8_t {
     Columns,   // whole columns first.column to last.column; the rows are unused
     Rows,      // whole rows first.row to last.row; the columns are unused
     Invalid,   // Sheet1!#REF!, a reference that no longer points anywhere
+};
+
+// The parts of a table a structured reference names; none given means the data rows.
+enum TableItem : uint32_t {
+    kTableAll = 1,
+    kTableData = 2,
+    kTableHeaders = 4,
+    kTableTotals = 8,
+    kTableThisRow = 16,
+};
+
+// What a node carries besides its kind, as bits of Node::flags.
+enum NodeFlag : uint8_t {
+    kFlagFilePrefix = 1,        // Function: written with _xlfn. in workbook files
+    kFlagWorksheetPrefix = 2,   // Function: written with _xlfn._xlws. (SORT, FILTER)
+    kFlagExternal = 4,          // Reference, Name: in another workbook; text (Name: lastSheet) names it
+    kFlagSpill = 8,             // Reference: A1#, the whole result the formula at A1 spills
+    kFlagLambdaParameter = 16,  // Name: a parameter of LET or LAMBDA, written with _xlpm. in files
 };
 
 // A piece of Expression::text(): a string literal's value, a name, a sheet name.
@@ -66,13 +87,17 @@ struct Node {
     ErrorCode error = ErrorCode::Value;    // Error
     ReferenceShape shape = ReferenceShape::Cell;   // Reference
     bool boolean = false;                  // Boolean
+    uint8_t flags = 0;                     // NodeFlag bits
+    uint16_t function = 0;       // Function: the built-in it calls, as bound by the evaluator; 0 unbound
     uint32_t subtreeStart = 0;   // index of the first node of this node's subtree
-    uint32_t count = 0;          // Function: arguments; Array: columns
+    uint32_t count = 0;          // Function, Call: arguments; Array: columns; Table: TableItem bits
     uint32_t rows = 0;           // Array: rows
     double number = 0;           // Number
-    TextSpan text;               // String: the value; Name and Function: the name
-    TextSpan sheet;              // Reference, Name: empty for the formula's own sheet
-    TextSpan lastSheet;          // Reference: the last sheet of Sheet1:Sheet3!A1, else empty
+    TextSpan text;               // String: the value; Name and Function: the name; Table: the table
+                                 // (empty inside the table); external Reference: the workbook
+    TextSpan sheet;              // Reference, Name: empty for the formula's own sheet; Table: first column
+    TextSpan lastSheet;          // Reference: the last sheet of Sheet1:Sheet3!A1, else empty;
+                                 // Table: last column of a column range; external Name: the workbook
     CellAddress first;           // Reference
     CellAddress last;            // Reference; equal to first for a cell
 };
@@ -95,6 +120,14 @@ public:
     // The sibling written before the child at `index`; the last child is at parent index - 1.
     uint32_t previousSibling(uint32_t index) const { return nodes_[index].subtreeStart - 1; }
 
+    // For the evaluator, which binds function nodes to its built-ins once per formula and marks
+    // the names that LET and LAMBDA bind; nothing else of a parsed formula changes.
+    void bindFunction(uint32_t index, uint16_t function, uint8_t prefixFlags) {
+        nodes_[index].function = function;
+        nodes_[index].flags |= prefixFlags;
+    }
+    void markLambdaParameter(uint32_t index) { nodes_[index].flags |= kFlagLambdaParameter; }
+
 private:
     friend class Parser;
     friend void offsetReferences(Expression& expression, int32_t rows, int32_t columns);
@@ -110,6 +143,7 @@ inline uint32_t Expression::childCount(const Node& node) {
     case NodeKind::Paren: return 1;
     case NodeKind::Binary: return 2;
     case NodeKind::Function: return node.count;
+    case NodeKind::Call: return node.count + 1;
     case NodeKind::Array: return node.count * node.rows;
     default: return 0;
     }

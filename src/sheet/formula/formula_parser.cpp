@@ -89,9 +89,18 @@ private:
     bool parseArrayValue(size_t open);
     bool parseWord();
     bool parseFunction(size_t nameBegin, size_t nameEnd);
-    bool parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t lastBegin, size_t lastEnd);
+    bool parseArguments(size_t open, uint32_t& count);
+    bool parseCalls(uint32_t start);
+    void foldFileForms(uint32_t start);
+    bool parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t lastBegin, size_t lastEnd, TextSpan book);
     bool parseQuotedSheets();
-    bool parseReferenceBody(TextSpan sheet, TextSpan lastSheet);
+    bool parseBracket();
+    bool parseExternalBook(TextSpan& book);
+    bool parseTable(TextSpan table);
+    bool parseTableColumns(TextSpan& first, TextSpan& last);
+    bool parseTableColumn(TextSpan& column);
+    bool parseTableItem(uint32_t& items);
+    bool parseReferenceBody(TextSpan sheet, TextSpan lastSheet, TextSpan book = {});
     bool tryWholeRows(TextSpan sheet, TextSpan lastSheet);
     bool tryWholeColumns(TextSpan sheet, TextSpan lastSheet);
     bool endsReference(size_t offset) const;
@@ -233,11 +242,12 @@ bool Parser::parseUnary() {
     skipSpaces();
     const size_t signsBegin = pos_;
     size_t signsEnd = pos_;
-    for (char16_t c = peek(); !atEnd() && (c == u'-' || c == u'+'); c = peek()) signsEnd = ++pos_;
+    for (char16_t c = peek(); !atEnd() && (c == u'-' || c == u'+' || c == u'@'); c = peek()) signsEnd = ++pos_;
     if (!parseUnion()) return false;
     for (size_t i = signsEnd; i > signsBegin; --i) {
         const char16_t c = text_[i - 1];
         if (c == u'-' || c == u'+') pushNode(NodeKind::Unary, start).op = c == u'-' ? Operator::Negate : Operator::Plus;
+        if (c == u'@') pushNode(NodeKind::Unary, start).op = Operator::Single;
     }
     return true;
 }
@@ -329,6 +339,8 @@ bool Parser::yieldsReference(uint32_t index) const {
         switch (node.kind) {
         case NodeKind::Reference:
         case NodeKind::Name:
+        case NodeKind::Table:
+        case NodeKind::Call:
         case NodeKind::Function: return true;
         case NodeKind::Error: return node.error == ErrorCode::Ref;
         case NodeKind::Binary:
@@ -350,6 +362,7 @@ bool Parser::parsePrimary() {
     case u'#': return parseErrorLiteral();
     case u'\'': return parseQuotedSheets();
     case u'$': return parseReferenceBody({}, {});
+    case u'[': return parseBracket();
     default: break;
     }
     if (isDigit(c)) return tryWholeRows({}, {}) || parseNumber();
@@ -371,7 +384,7 @@ bool Parser::parseParen() {
     unionAllowed_ = outerUnionAllowed;
     --nesting_;
     pushNode(NodeKind::Paren, start);
-    return true;
+    return parseCalls(start);
 }
 
 bool Parser::parseString() {
@@ -508,46 +521,124 @@ bool Parser::parseWord() {
     const size_t end = scanNameChars(text_, begin);
     const char16_t next = at(end);
     if (next == u'(') return parseFunction(begin, end);
-    if (next == u'!') return parseUnquotedSheets(begin, end, end, end);
+    if (next == u'!') return parseUnquotedSheets(begin, end, end, end, {});
     if (next == u':') {
         const size_t lastEnd = scanNameChars(text_, end + 1);
-        if (lastEnd > end + 1 && at(lastEnd) == u'!') return parseUnquotedSheets(begin, end, end + 1, lastEnd);
+        if (lastEnd > end + 1 && at(lastEnd) == u'!') return parseUnquotedSheets(begin, end, end + 1, lastEnd, {});
+    }
+    if (next == u'[') {
+        CellAddress address;
+        if (scanCellAddress(text_, begin, address) == end) return fail(begin, "a table name cannot read as a cell");
+        const TextSpan table = storeText(text_.substr(begin, end - begin));
+        pos_ = end;
+        return parseTable(table);
     }
     return parseReferenceBody({}, {});
 }
 
+// The prefixes workbook files give newer functions (_xlfn., _xlfn._xlws.) and the parameters
+// of LET and LAMBDA (_xlpm.): the formula keeps them as flags, its text shows the plain names.
+namespace {
+
+size_t prefixLength(std::u16string_view name, std::u16string_view prefix) {
+    if (name.size() <= prefix.size()) return 0;
+    for (size_t i = 0; i < prefix.size(); ++i) {
+        if (asciiUpper(name[i]) != asciiUpper(prefix[i])) return 0;
+    }
+    return prefix.size();
+}
+
+}  // namespace
+
 bool Parser::parseFunction(size_t nameBegin, size_t nameEnd) {
     if (!enterNesting(nameBegin)) return false;
-    const TextSpan name = storeUpperCase(text_.substr(nameBegin, nameEnd - nameBegin));
+    std::u16string_view name = text_.substr(nameBegin, nameEnd - nameBegin);
+    uint8_t flags = 0;
+    if (const size_t length = prefixLength(name, u"_xlfn.")) {
+        name.remove_prefix(length);
+        flags |= kFlagFilePrefix;
+    }
+    if (const size_t length = prefixLength(name, u"_xlws.")) {
+        name.remove_prefix(length);
+        flags |= kFlagWorksheetPrefix;
+    }
+    if (name.empty() || !startsName(name, 0)) return fail(nameBegin, "not a function name");
+    const TextSpan nameSpan = storeUpperCase(name);
     pos_ = nameEnd + 1;
     const uint32_t start = nodeCount();
     const bool outerUnionAllowed = unionAllowed_;
     unionAllowed_ = false;
     uint32_t arguments = 0;
-    if (peek() == u')' && !atEnd()) {
-        ++pos_;
-    } else {
-        for (;;) {
-            const char16_t c = peek();
-            if (!atEnd() && (c == u',' || c == u')')) pushLeaf(NodeKind::Missing);
-            else if (!parseExpression()) return false;
-            if (++arguments > kMaxArguments) return fail(pos_, "a function takes at most 255 arguments");
-            const char16_t after = peek();
-            if (atEnd()) return fail(nameEnd, "this ( is not closed");
-            if (after != u',' && after != u')') return failUnexpected();
-            ++pos_;
-            if (after == u')') break;
-        }
-    }
+    if (!parseArguments(nameEnd, arguments)) return false;
     unionAllowed_ = outerUnionAllowed;
     --nesting_;
     Node& node = pushNode(NodeKind::Function, start);
     node.count = arguments;
-    node.text = name;
+    node.text = nameSpan;
+    node.flags = flags;
+    foldFileForms(start);
+    return parseCalls(start);
+}
+
+// The arguments after "(", up to and with the closing ")".
+bool Parser::parseArguments(size_t open, uint32_t& count) {
+    count = 0;
+    if (peek() == u')' && !atEnd()) {
+        ++pos_;
+        return true;
+    }
+    for (;;) {
+        const char16_t c = peek();
+        if (!atEnd() && (c == u',' || c == u')')) pushLeaf(NodeKind::Missing);
+        else if (!parseExpression()) return false;
+        if (++count > kMaxArguments) return fail(pos_, "a function takes at most 255 arguments");
+        const char16_t after = peek();
+        if (atEnd()) return fail(open, "this ( is not closed");
+        if (after != u',' && after != u')') return failUnexpected();
+        ++pos_;
+        if (after == u')') return true;
+    }
+}
+
+// LAMBDA(x, x + 1)(2): what a function or parentheses give, called with arguments.
+bool Parser::parseCalls(uint32_t start) {
+    while (!atEnd() && current() == u'(') {
+        const size_t open = pos_;
+        if (!enterNesting(open)) return false;
+        ++pos_;
+        const bool outerUnionAllowed = unionAllowed_;
+        unionAllowed_ = false;
+        uint32_t arguments = 0;
+        if (!parseArguments(open, arguments)) return false;
+        unionAllowed_ = outerUnionAllowed;
+        --nesting_;
+        pushNode(NodeKind::Call, start).count = arguments;
+    }
     return true;
 }
 
-bool Parser::parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t lastBegin, size_t lastEnd) {
+// Files write the @ operator as _xlfn.SINGLE(x) and A1# as _xlfn.ANCHORARRAY(A1): both become
+// the forms typed in the grid.
+void Parser::foldFileForms(uint32_t start) {
+    Node& node = nodes_.back();
+    if (!(node.flags & kFlagFilePrefix) || node.count != 1) return;
+    const std::u16string_view name = std::u16string_view(strings_).substr(node.text.offset, node.text.length);
+    if (name == u"SINGLE") {
+        node = Node{};
+        node.kind = NodeKind::Unary;
+        node.op = Operator::Single;
+        node.subtreeStart = start;
+        return;
+    }
+    Node& argument = nodes_[nodes_.size() - 2];
+    if (name == u"ANCHORARRAY" && argument.kind == NodeKind::Reference && argument.shape == ReferenceShape::Cell &&
+        !(argument.flags & kFlagSpill)) {
+        argument.flags |= kFlagSpill;
+        nodes_.pop_back();
+    }
+}
+
+bool Parser::parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t lastBegin, size_t lastEnd, TextSpan book) {
     const std::u16string_view first = text_.substr(firstBegin, firstEnd - firstBegin);
     const std::u16string_view last = text_.substr(lastBegin, lastEnd - lastBegin);
     if (sheetNameNeedsQuotes(first)) return fail(firstBegin, "this sheet name must be in quotes, as 'name'!");
@@ -558,13 +649,22 @@ bool Parser::parseUnquotedSheets(size_t firstBegin, size_t firstEnd, size_t last
     const TextSpan sheet = storeText(first);
     const TextSpan lastSheet = last.empty() ? TextSpan{} : storeText(last);
     pos_ = (last.empty() ? firstEnd : lastEnd) + 1;
-    return parseReferenceBody(sheet, lastSheet);
+    return parseReferenceBody(sheet, lastSheet, book);
 }
 
 // 'My Sheet'!A1, 'It''s'!A1, 'Jan:Mar'!A1 (a colon cannot be part of a sheet name, so inside
-// the quotes it separates the first and last sheets).
+// the quotes it separates the first and last sheets), and a sheet of another workbook:
+// '[Book1.xlsx]Sheet 1'!A1, 'C:\Data\[Book1.xlsx]Sheet1'!A1, '[1]Sheet 1'!A1.
 bool Parser::parseQuotedSheets() {
     const size_t open = pos_++;
+    TextSpan book;
+    const size_t close = text_.find(u']', pos_);
+    const size_t bracket = text_.find(u'[', pos_);
+    const size_t quote = text_.find(u'\'', pos_);
+    if (bracket != std::u16string_view::npos && close != std::u16string_view::npos && bracket < close && close < quote) {
+        book = storeText(text_.substr(pos_, close - pos_ + 1));
+        pos_ = close + 1;
+    }
     const uint32_t offset = static_cast<uint32_t>(strings_.size());
     uint32_t split = 0;
     for (;;) {
@@ -591,23 +691,177 @@ bool Parser::parseQuotedSheets() {
     }
     if (current() != u'!' || atEnd()) return fail(pos_, "a sheet name in quotes must be followed by !");
     ++pos_;
-    return parseReferenceBody(sheet, lastSheet);
+    return parseReferenceBody(sheet, lastSheet, book);
+}
+
+// "[" starts a sheet or name of another workbook ([1]Sheet1!A1, [Book1.xlsx]Sheet1!A1, [1]!Name)
+// or a structured reference inside a table ([@Qty], [[#This Row],[Qty]]).
+bool Parser::parseBracket() {
+    const size_t open = pos_;
+    const size_t close = text_.find(u']', open + 1);
+    if (close != std::u16string_view::npos && close > open + 1) {
+        const std::u16string_view inside = text_.substr(open + 1, close - open - 1);
+        const bool plain = inside.find_first_of(u"[]@#'") == std::u16string_view::npos;
+        const size_t wordEnd = scanNameChars(text_, close + 1);
+        const bool sheetFollows = wordEnd > close + 1 && (at(wordEnd) == u'!' || at(wordEnd) == u':');
+        if (plain && (at(close + 1) == u'!' || sheetFollows)) {
+            TextSpan book;
+            if (!parseExternalBook(book)) return false;
+            if (current() == u'!') {
+                ++pos_;
+                if (!startsName(text_, pos_)) return fail(pos_, "a name must follow the workbook");
+                const size_t end = scanNameChars(text_, pos_);
+                Node& node = pushLeaf(NodeKind::Name);
+                node.text = storeText(text_.substr(pos_, end - pos_));
+                node.lastSheet = book;
+                node.flags |= kFlagExternal;
+                pos_ = end;
+                return true;
+            }
+            const size_t firstBegin = pos_;
+            const size_t firstEnd = scanNameChars(text_, firstBegin);
+            if (at(firstEnd) == u'!') return parseUnquotedSheets(firstBegin, firstEnd, firstEnd, firstEnd, book);
+            const size_t lastEnd = scanNameChars(text_, firstEnd + 1);
+            if (at(firstEnd) == u':' && lastEnd > firstEnd + 1 && at(lastEnd) == u'!') {
+                return parseUnquotedSheets(firstBegin, firstEnd, firstEnd + 1, lastEnd, book);
+            }
+            return fail(firstBegin, "a sheet name and ! must follow the workbook");
+        }
+    }
+    return parseTable({});
+}
+
+bool Parser::parseExternalBook(TextSpan& book) {
+    const size_t close = text_.find(u']', pos_);
+    book = storeText(text_.substr(pos_, close - pos_ + 1));
+    pos_ = close + 1;
+    return true;
+}
+
+// Table1[], Table1[#All], Table1[Qty], Table1[@Qty], Table1[@[Unit Price]],
+// Table1[[#Headers],[#Data],[Jan]:[Dec]]. pos_ is at the opening bracket.
+bool Parser::parseTable(TextSpan table) {
+    const size_t open = pos_++;
+    uint32_t items = 0;
+    TextSpan first, last;
+    const char16_t c = current();
+    if (atEnd()) return fail(open, "this [ is not closed");
+    if (c == u'@') {
+        ++pos_;
+        items = kTableThisRow;
+        if (current() == u'[') {
+            if (!parseTableColumns(first, last)) return false;
+        } else if (current() != u']' && !parseTableColumn(first)) {
+            return false;
+        }
+    } else if (c == u'#') {
+        if (!parseTableItem(items)) return false;
+    } else if (c == u'[') {
+        for (;;) {
+            skipSpaces();
+            if (current() != u'[' || atEnd()) return failUnexpected();
+            if (at(pos_ + 1) == u'#') {
+                ++pos_;
+                if (!parseTableItem(items)) return false;
+                if (current() != u']') return failUnexpected();
+                ++pos_;
+            } else {
+                if (!first.empty()) return fail(pos_, "a structured reference names one column or one range of columns");
+                if (!parseTableColumns(first, last)) return false;
+            }
+            skipSpaces();
+            if (current() == u',' && !atEnd()) {
+                ++pos_;
+                continue;
+            }
+            break;
+        }
+    } else if (c != u']' && !parseTableColumn(first)) {
+        return false;
+    }
+    if (current() != u']' || atEnd()) return atEnd() ? fail(open, "this [ is not closed") : failUnexpected();
+    ++pos_;
+    Node& node = pushLeaf(NodeKind::Table);
+    node.text = table;
+    node.count = items;
+    node.sheet = first;
+    node.lastSheet = last;
+    return true;
+}
+
+// [Jan] or [Jan]:[Dec], pos_ at the first bracket.
+bool Parser::parseTableColumns(TextSpan& first, TextSpan& last) {
+    ++pos_;
+    if (!parseTableColumn(first)) return false;
+    if (current() != u']' || atEnd()) return fail(pos_, "this column name is not closed");
+    ++pos_;
+    if (current() == u':' && at(pos_ + 1) == u'[') {
+        pos_ += 2;
+        if (!parseTableColumn(last)) return false;
+        if (current() != u']' || atEnd()) return fail(pos_, "this column name is not closed");
+        ++pos_;
+    }
+    return true;
+}
+
+// A column name up to the next ] that no ' escapes.
+bool Parser::parseTableColumn(TextSpan& column) {
+    const uint32_t offset = static_cast<uint32_t>(strings_.size());
+    while (!atEnd() && current() != u']') {
+        char16_t c = text_[pos_++];
+        if (c == u'[') return fail(pos_ - 1, "a [ in a column name is written '[");
+        if (c == u'\'') {
+            if (atEnd()) break;
+            c = text_[pos_++];
+        }
+        strings_ += c;
+    }
+    column = {offset, static_cast<uint32_t>(strings_.size()) - offset};
+    if (column.empty()) return fail(pos_, "a column name cannot be empty");
+    if (column.length > kMaxTextLength) return fail(pos_, "a column name holds at most 255 characters");
+    return true;
+}
+
+bool Parser::parseTableItem(uint32_t& items) {
+    static constexpr struct {
+        std::u16string_view word;
+        TableItem item;
+    } kItems[] = {{u"#ALL", kTableAll},         {u"#DATA", kTableData},          {u"#HEADERS", kTableHeaders},
+                  {u"#TOTALS", kTableTotals}, {u"#THIS ROW", kTableThisRow}};
+    for (const auto& [word, item] : kItems) {
+        if (prefixLength(text_.substr(pos_), word) == word.size() && (at(pos_ + word.size()) == u']')) {
+            items |= item;
+            pos_ += word.size();
+            return true;
+        }
+    }
+    return fail(pos_, "not a part of a table; they are #All #Data #Headers #Totals #This Row");
 }
 
 // What may follow a sheet name, or stand alone: whole rows, whole columns, a cell, #REF!
 // after a sheet name, TRUE and FALSE when alone, or a defined name.
-bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet) {
+bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet, TextSpan book) {
     const size_t begin = pos_;
     const bool qualified = !sheet.empty();
     const char16_t c = current();
+    const uint32_t start = nodeCount();
+    // What a reference of another workbook carries beside its cells.
+    const auto external = [&] {
+        if (book.empty() || nodeCount() == start) return true;
+        Node& node = nodes_.back();
+        node.flags |= kFlagExternal;
+        if (node.kind == NodeKind::Reference) node.text = book;
+        else node.lastSheet = book;
+        return true;
+    };
     if (qualified && c == u'#') {
         const ErrorWord* word = errorWordAt(text_, pos_);
         if (!word || word->code != ErrorCode::Ref) return fail(begin, "after a sheet name only #REF! can stand for an error");
         pushReference(ReferenceShape::Invalid, sheet, lastSheet);
         pos_ += word->text.size();
-        return true;
+        return external();
     }
-    if (tryWholeRows(sheet, lastSheet) || tryWholeColumns(sheet, lastSheet)) return true;
+    if (tryWholeRows(sheet, lastSheet) || tryWholeColumns(sheet, lastSheet)) return external();
     CellAddress address;
     if (const size_t end = scanCellAddress(text_, begin, address)) {
         const char16_t next = at(end);
@@ -616,7 +870,11 @@ bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet) {
             node.first = address;
             node.last = address;
             pos_ = end;
-            return true;
+            if (next == u'#' && !errorWordAt(text_, end)) {
+                node.flags |= kFlagSpill;
+                ++pos_;
+            }
+            return external();
         }
         // A1B is a mistyped reference rather than a name; Q1_Sales and Q1.Sales are names.
         if (c == u'$' || next == u'$' || isAsciiLetter(next) || isWideLetter(next)) {
@@ -629,18 +887,25 @@ bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet) {
     }
     const size_t end = scanNameChars(text_, begin);
     if (at(end) == u'$') return fail(begin, "not a valid cell reference");
-    const std::u16string_view word = text_.substr(begin, end - begin);
+    std::u16string_view word = text_.substr(begin, end - begin);
     if (!lastSheet.empty()) return fail(begin, "a name cannot be taken from a range of sheets");
     const bool isTrue = equalsIgnoringAsciiCase(word, u"TRUE");
-    if (!qualified && (isTrue || equalsIgnoringAsciiCase(word, u"FALSE"))) {
+    if (!qualified && book.empty() && (isTrue || equalsIgnoringAsciiCase(word, u"FALSE"))) {
         pushLeaf(NodeKind::Boolean).boolean = isTrue;
     } else {
+        uint8_t flags = 0;
+        if (const size_t length = prefixLength(word, u"_xlpm."); length && !qualified) {
+            word.remove_prefix(length);
+            flags = kFlagLambdaParameter;
+            if (!startsName(word, 0)) return fail(begin, "not a parameter name");
+        }
         Node& node = pushLeaf(NodeKind::Name);
         node.text = storeText(word);
         node.sheet = sheet;
+        node.flags = flags;
     }
     pos_ = end;
-    return true;
+    return external();
 }
 
 // A whole-column or whole-row range stops where a name or a reference could not go on.

@@ -24,10 +24,15 @@ struct ParseError {
 // given, when the text is not a formula. Never throws for any text.
 std::unique_ptr<Expression> parseFormula(std::u16string_view text, ParseError* error = nullptr);
 
+// Display is the text the grid shows and takes; File is the text workbook files carry, with the
+// prefixes of newer functions (_xlfn.), of LET and LAMBDA parameters (_xlpm.), and
+// _xlfn.SINGLE(x) and _xlfn.ANCHORARRAY(A1) for @x and A1#.
+enum class TextStyle : uint8_t { Display, File };
+
 // The formula's text rebuilt from the tree, with "=", in Excel's canonical spelling: no spaces
 // but those of intersections, function names, references, booleans and errors upper case,
 // names and sheet names as written, the parentheses the user wrote.
-std::u16string formulaText(const Expression& expression);
+std::u16string formulaText(const Expression& expression, TextStyle style = TextStyle::Display);
 
 // Moves every relative reference by (rows, columns), as Excel does when a formula is copied
 // or a shared formula is expanded; a reference moved off the sheet becomes #REF!.

@@ -15,6 +15,7 @@ std::u16string_view operatorText(Operator op) {
     case Operator::Negate: return u"-";
     case Operator::Plus: return u"+";
     case Operator::Percent: return u"%";
+    case Operator::Single: return u"@";
     case Operator::Power: return u"^";
     case Operator::Multiply: return u"*";
     case Operator::Divide: return u"/";
@@ -101,22 +102,39 @@ void appendQuoted(std::u16string& out, std::u16string_view text, char16_t quote)
     out += quote;
 }
 
+// The workbook part of an external reference as it was read: "[1]", "[Book1.xlsx]",
+// "C:\\Data\\[Book1.xlsx]".
+std::u16string_view bookOf(const Expression& expression, const Node& node) {
+    if (!(node.flags & kFlagExternal)) return {};
+    return expression.text(node.kind == NodeKind::Name ? node.lastSheet : node.text);
+}
+
 void appendSheetPrefix(std::u16string& out, const Expression& expression, const Node& node) {
-    if (node.sheet.empty()) return;
+    const std::u16string_view book = bookOf(expression, node);
+    if (node.sheet.empty()) {
+        if (!book.empty()) out.append(book).append(u"!");
+        return;
+    }
     const std::u16string_view first = expression.text(node.sheet);
     const std::u16string_view last = expression.text(node.lastSheet);
-    if (sheetNameNeedsQuotes(first) || (!last.empty() && sheetNameNeedsQuotes(last))) {
-        std::u16string names(first);
+    const bool bookNeedsQuotes = book.find_first_of(u" \\/:'") != std::u16string_view::npos ||
+                                 (!book.empty() && book.front() != u'[');
+    if (bookNeedsQuotes || sheetNameNeedsQuotes(first) || (!last.empty() && sheetNameNeedsQuotes(last))) {
+        std::u16string names(book);
+        names.append(first);
         if (!last.empty()) names.append(u":").append(last);
         appendQuoted(out, names, u'\'');
     } else {
+        out += book;
         out += first;
         if (!last.empty()) out.append(u":").append(last);
     }
     out += u'!';
 }
 
-void appendReference(std::u16string& out, const Expression& expression, const Node& node) {
+void appendReference(std::u16string& out, const Expression& expression, const Node& node, TextStyle style) {
+    const bool spillInFile = (node.flags & kFlagSpill) && style == TextStyle::File;
+    if (spillInFile) out += u"_xlfn.ANCHORARRAY(";
     appendSheetPrefix(out, expression, node);
     switch (node.shape) {
     case ReferenceShape::Cell: appendCellAddress(out, node.first); break;
@@ -137,17 +155,87 @@ void appendReference(std::u16string& out, const Expression& expression, const No
         break;
     case ReferenceShape::Invalid: out += errorWordText(ErrorCode::Ref); break;
     }
+    if (spillInFile) out += u')';
+    else if (node.flags & kFlagSpill) out += u'#';
 }
 
-void appendLeaf(std::u16string& out, const Expression& expression, const Node& node) {
+// A column name inside the brackets of a structured reference, its special characters
+// escaped with '.
+void appendTableColumn(std::u16string& out, std::u16string_view column) {
+    out += u'[';
+    for (char16_t c : column) {
+        if (c == u'[' || c == u']' || c == u'#' || c == u'\'') out += u'\'';
+        out += c;
+    }
+    out += u']';
+}
+
+void appendTable(std::u16string& out, const Expression& expression, const Node& node, TextStyle style) {
+    out += expression.text(node.text);
+    const std::u16string_view first = expression.text(node.sheet), last = expression.text(node.lastSheet);
+    static constexpr struct {
+        TableItem item;
+        std::u16string_view word;
+    } kItems[] = {{kTableAll, u"#All"},         {kTableData, u"#Data"},          {kTableHeaders, u"#Headers"},
+                  {kTableTotals, u"#Totals"}, {kTableThisRow, u"#This Row"}};
+    if (style == TextStyle::Display && node.count == kTableThisRow) {
+        out += u"[@";
+        if (!first.empty() && last.empty() &&
+            first.find_first_of(u" []#'") == std::u16string_view::npos) {
+            out += first;
+        } else if (!first.empty()) {
+            appendTableColumn(out, first);
+            if (!last.empty()) {
+                out += u':';
+                appendTableColumn(out, last);
+            }
+        }
+        out += u']';
+        return;
+    }
+    std::vector<std::u16string> parts;
+    for (const auto& [item, word] : kItems) {
+        if (node.count & item) parts.emplace_back(std::u16string(u"[").append(word).append(u"]"));
+    }
+    if (!first.empty()) {
+        std::u16string columns;
+        appendTableColumn(columns, first);
+        if (!last.empty()) {
+            columns += u':';
+            appendTableColumn(columns, last);
+        }
+        parts.push_back(std::move(columns));
+    }
+    if (parts.size() == 1 && (last.empty() || node.count != 0)) {
+        // One part goes straight into the brackets: Table1[#All], Table1[Qty].
+        if (node.count == 0 && last.empty()) {
+            out += parts[0];
+        } else {
+            out += u'[';
+            out.append(std::u16string_view(parts[0]).substr(1, parts[0].size() - 2));
+            out += u']';
+        }
+        return;
+    }
+    out += u'[';
+    for (size_t i = 0; i < parts.size(); ++i) {
+        if (i > 0) out += u',';
+        out += parts[i];
+    }
+    out += u']';
+}
+
+void appendLeaf(std::u16string& out, const Expression& expression, const Node& node, TextStyle style) {
     switch (node.kind) {
     case NodeKind::Number: appendNumber(out, node.number); break;
     case NodeKind::String: appendQuoted(out, expression.text(node.text), u'"'); break;
     case NodeKind::Boolean: out += node.boolean ? u"TRUE" : u"FALSE"; break;
     case NodeKind::Error: out += errorWordText(node.error); break;
-    case NodeKind::Reference: appendReference(out, expression, node); break;
+    case NodeKind::Reference: appendReference(out, expression, node, style); break;
+    case NodeKind::Table: appendTable(out, expression, node, style); break;
     case NodeKind::Name:
         appendSheetPrefix(out, expression, node);
+        if ((node.flags & kFlagLambdaParameter) && style == TextStyle::File) out += u"_xlpm.";
         out += expression.text(node.text);
         break;
     default: break;
@@ -189,7 +277,7 @@ bool needsSpaceBeforeColon(std::u16string_view left, bool leftIsName, std::u16st
 
 // The nodes are in postfix order, so the text is built with a stack of pieces rather than by
 // recursion: a formula nested thousands of operators deep costs no call stack.
-std::u16string formulaText(const Expression& expression) {
+std::u16string formulaText(const Expression& expression, TextStyle style) {
     std::vector<std::u16string> stack;
     // Whether each piece ends with a defined name. "Name:" followed by a word would read back as
     // whole columns or a range of sheets ("BC:D", "A:Sheet2!B1"), so such a range keeps a space
@@ -206,6 +294,8 @@ std::u16string formulaText(const Expression& expression) {
             if (node.op == Operator::Percent) {
                 piece = std::move(operand);
                 piece += u'%';
+            } else if (node.op == Operator::Single && style == TextStyle::File) {
+                piece.append(u"_xlfn.SINGLE(").append(operand).append(u")");
             } else {
                 piece.append(operatorText(node.op)).append(operand);
             }
@@ -227,12 +317,21 @@ std::u16string formulaText(const Expression& expression) {
             stack.pop_back();
             break;
         case NodeKind::Function:
+            if (style == TextStyle::File && (node.flags & kFlagFilePrefix)) piece += u"_xlfn.";
+            if (style == TextStyle::File && (node.flags & kFlagWorksheetPrefix)) piece += u"_xlws.";
             piece.append(expression.text(node.text)).append(u"(").append(joinTop(stack, node.count, node)).append(u")");
             break;
+        case NodeKind::Call: {
+            std::u16string arguments = joinTop(stack, node.count, node);
+            piece = std::move(stack.back());
+            stack.pop_back();
+            piece.append(u"(").append(arguments).append(u")");
+            break;
+        }
         case NodeKind::Array:
             piece.append(u"{").append(joinTop(stack, static_cast<size_t>(node.count) * node.rows, node)).append(u"}");
             break;
-        default: appendLeaf(piece, expression, node); break;
+        default: appendLeaf(piece, expression, node, style); break;
         }
         stack.push_back(std::move(piece));
         endsWithName.resize(stack.size() - 1);

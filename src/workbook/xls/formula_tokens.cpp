@@ -391,7 +391,9 @@ std::optional<std::string> formulaTokens(const Expression& expression, const Ext
         }
         case NodeKind::Paren: t.u8(kParen); break;
         case NodeKind::Name:
-        case NodeKind::Array: return std::nullopt;
+        case NodeKind::Array:
+        case NodeKind::Table:
+        case NodeKind::Call: return std::nullopt;
         }
     }
     if (t.data.size() > kMaxTokens) return std::nullopt;

@@ -33,6 +33,9 @@ constexpr std::u16string_view kFormulas[] = {
     u"=IF(,,)",
     u"=Sheet1!#REF!*2",
     u"=\"中文\"&CHAR(10)&\"字符串\"",
+    u"=SUM(Sales[[#This Row],[Jan]:[Dec]])+[@Qty]*Sales[#Totals]",
+    u"=_xlfn.LET(_xlpm.x,[1]Rates!$B$2,_xlfn.LAMBDA(_xlpm.y,_xlpm.x*_xlpm.y)(A1#))",
+    u"=_xlfn.SINGLE(A:A)+_xlfn._xlws.FILTER(B1:B9,B1:B9>0)",
 };
 
 TEST(FormulaRoundTrip, CanonicalTextParsesToTheSameTree) {
@@ -41,11 +44,11 @@ TEST(FormulaRoundTrip, CanonicalTextParsesToTheSameTree) {
         const auto first = parseFormula(formula);
         ASSERT_NE(first, nullptr);
         EXPECT_TRUE(isWellFormed(*first));
-        const std::u16string canonical = formulaText(*first);
+        const std::u16string canonical = formulaText(*first, TextStyle::File);
         const auto second = parseFormula(canonical);
         ASSERT_NE(second, nullptr);
         EXPECT_EQ(dumpTree(*second), dumpTree(*first));
-        EXPECT_EQ(formulaText(*second), canonical);
+        EXPECT_EQ(formulaText(*second, TextStyle::File), canonical);
     }
 }
 
@@ -63,14 +66,14 @@ void checkParse(std::u16string_view text) {
         return;
     }
     ASSERT_TRUE(isWellFormed(*expression));
-    const std::u16string canonical = formulaText(*expression);
+    const std::u16string canonical = formulaText(*expression, TextStyle::File);
     const auto again = parseFormula(canonical);
     ASSERT_NE(again, nullptr) << std::string(canonical.begin(), canonical.end());
-    EXPECT_EQ(formulaText(*again), canonical);
+    EXPECT_EQ(formulaText(*again, TextStyle::File), canonical);
     EXPECT_EQ(dumpTree(*again), dumpTree(*expression));
     auto moved = parseFormula(canonical);
     offsetReferences(*moved, -3, 2);
-    EXPECT_EQ(dumpFormula(formulaText(*moved)), dumpTree(*moved));
+    EXPECT_EQ(dumpFormula(formulaText(*moved, TextStyle::File)), dumpTree(*moved));
 }
 
 TEST(FormulaRoundTrip, EveryPrefixIsRefusedCleanlyOrRoundTrips) {

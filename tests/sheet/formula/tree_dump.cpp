@@ -33,6 +33,8 @@ std::u16string sheetText(const Expression& expression, const Node& node) {
 
 std::u16string referenceText(const Expression& expression, const Node& node) {
     std::u16string text = sheetText(expression, node);
+    if (node.flags & kFlagExternal) text = u"ext" + std::u16string(expression.text(node.text)) + text;
+    if (node.flags & kFlagSpill) return text + addressText(node.first, true, true) + u"#";
     switch (node.shape) {
     case ReferenceShape::Cell: return text + addressText(node.first, true, true);
     case ReferenceShape::Area: return text + addressText(node.first, true, true) + u":" + addressText(node.last, true, true);
@@ -45,12 +47,13 @@ std::u16string referenceText(const Expression& expression, const Node& node) {
 
 const char16_t* operatorName(Operator op) {
     constexpr const char16_t* kNames[] = {u"u-", u"u+", u"%",  u"^",  u"*",  u"/",     u"+",     u"-",    u"&",
-                                          u"=",  u"<>", u"<",  u"<=", u">",  u">=",    u":",     u"isect", u"union"};
+                                          u"=",  u"<>", u"<",  u"<=", u">",  u">=",    u":",     u"isect", u"union", u"@"};
     return kNames[static_cast<size_t>(op)];
 }
 
 const char16_t* errorName(ErrorCode code) {
-    constexpr const char16_t* kNames[] = {u"#NULL!", u"#DIV/0!", u"#VALUE!", u"#REF!", u"#NAME?", u"#NUM!", u"#N/A"};
+    constexpr const char16_t* kNames[] = {u"#NULL!", u"#DIV/0!", u"#VALUE!", u"#REF!", u"#NAME?",
+                                          u"#NUM!",  u"#N/A",    u"#SPILL!", u"#CALC!"};
     return kNames[static_cast<size_t>(code) - 1];
 }
 
@@ -74,10 +77,27 @@ std::u16string dumpTree(const Expression& expression) {
         case NodeKind::Error: piece = errorName(node.error); break;
         case NodeKind::Missing: piece = u"_"; break;
         case NodeKind::Reference: piece = referenceText(expression, node); break;
-        case NodeKind::Name: piece = u"name:" + sheetText(expression, node) + std::u16string(expression.text(node.text)); break;
+        case NodeKind::Name:
+            piece = u"name:" + sheetText(expression, node) + std::u16string(expression.text(node.text));
+            if (node.flags & kFlagExternal) piece += u"@" + std::u16string(expression.text(node.lastSheet));
+            if (node.flags & kFlagLambdaParameter) piece += u"(param)";
+            break;
         case NodeKind::Function:
             piece = u"(" + std::u16string(expression.text(node.text)) + joinTop(stack, node.count, u' ') + u")";
+            if (node.flags & kFlagFilePrefix) piece = u"xlfn" + piece;
             break;
+        case NodeKind::Call: {
+            std::u16string arguments = joinTop(stack, node.count, u' ');
+            piece = u"(call " + stack.back() + arguments + u")";
+            stack.pop_back();
+            break;
+        }
+        case NodeKind::Table: {
+            piece = u"table:" + std::u16string(expression.text(node.text)) + u"/" + numberText(node.count);
+            if (!node.sheet.empty()) piece += u"/" + std::u16string(expression.text(node.sheet));
+            if (!node.lastSheet.empty()) piece += u":" + std::u16string(expression.text(node.lastSheet));
+            break;
+        }
         case NodeKind::Array: {
             piece = u"{";
             for (uint32_t row = 0; row < node.rows; ++row) {

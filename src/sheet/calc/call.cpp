@@ -1,0 +1,139 @@
+#include "sheet/calc/call.h"
+
+#include <cmath>
+
+#include "sheet/formula/formula_ast.h"
+
+namespace kes::calc {
+
+Call::Call(Evaluator& evaluator, const FunctionSpec& function, std::span<const uint32_t> nodes, Mode mode)
+    : evaluator_(evaluator), function_(function), nodes_(nodes), mode_(mode), values_(nodes.size()),
+      evaluated_(nodes.size(), 0) {}
+
+bool Call::isMissing(size_t index) const {
+    return index >= nodes_.size() || evaluator_.expression().nodes()[nodes_[index]].kind == formula::NodeKind::Missing;
+}
+
+const Value& Call::arg(size_t index) {
+    static const Value omitted = Value::omitted();
+    if (index >= nodes_.size()) return omitted;
+    if (lifting_ && lifted_[index]) return elements_[index];
+    if (!evaluated_[index]) {
+        values_[index] = evaluateArgument(index);
+        evaluated_[index] = 1;
+    }
+    return values_[index];
+}
+
+Value Call::evaluate(size_t index, Mode mode) {
+    if (isMissing(index)) return Value::omitted();
+    return evaluator_.evaluate(nodes_[index], mode);
+}
+
+Value Call::evaluateArgument(size_t index) {
+    if (isMissing(index)) return Value::omitted();
+    const uint32_t node = nodes_[index];
+    switch (function_.argumentClass(index)) {
+    case 'A': return evaluator_.evaluate(node, Mode::Array);
+    case 'R':
+    case 'L': return evaluator_.evaluate(node, mode_);
+    default: break;
+    }
+    Value value = evaluator_.evaluate(node, mode_);
+    if (!value.isReference()) return value;
+    if (mode_ == Mode::Value) return evaluator_.intersect(value);
+    return evaluator_.dereference(value, Mode::Array);
+}
+
+Value Call::element(const Value& value, int32_t row, int32_t column) {
+    switch (value.kind()) {
+    case ValueKind::Array: return value.matrix().broadcast(row, column);
+    case ValueKind::Reference:
+        try {
+            return evaluator_.toMatrix(value)->broadcast(row, column);
+        } catch (const CalcError& e) {
+            return Value::error(e.code);
+        }
+    case ValueKind::Lambda: return Value::error(ecCalc);
+    default: return value;
+    }
+}
+
+Value Call::run() {
+    const size_t n = nodes_.size();
+    int32_t rows = 1, columns = 1;
+    bool lift = false;
+    for (size_t i = 0; i < n; ++i) {
+        if (function_.argumentClass(i) != 'V') continue;
+        const Value& value = arg(i);
+        if (!value.isArray() || value.matrix().size() == 1) continue;
+        if (lifted_.empty()) lifted_.assign(n, 0);
+        lifted_[i] = 1;
+        lift = true;
+        rows = std::max(rows, value.matrix().rows());
+        columns = std::max(columns, value.matrix().columns());
+    }
+    const auto invoke = [&]() -> Value {
+        try {
+            return function_.handler(*this);
+        } catch (const CalcError& e) {
+            return Value::error(e.code);
+        }
+    };
+    if (!lift) return invoke();
+    if (int64_t(rows) * columns > kMaxArrayElements) return Value::error(ecNUM);
+    Matrix out(rows, columns);
+    elements_.resize(n);
+    for (int32_t r = 0; r < rows; ++r) {
+        for (int32_t c = 0; c < columns; ++c) {
+            for (size_t i = 0; i < n; ++i) {
+                if (lifted_[i]) elements_[i] = values_[i].matrix().broadcast(r, c);
+            }
+            lifting_ = true;
+            const Value result = invoke();
+            lifting_ = false;
+            out.set(r, c, element(result, r, c));
+        }
+    }
+    return Value::array(std::move(out));
+}
+
+Value Call::scalar(size_t index) {
+    const Value& value = arg(index);
+    switch (value.kind()) {
+    case ValueKind::Reference: return evaluator_.intersect(value);
+    case ValueKind::Array: return value.matrix().size() ? value.matrix().at(0) : Value::error(ecValue);
+    case ValueKind::Lambda: return Value::error(ecCalc);
+    default: return value;
+    }
+}
+
+double Call::number(size_t index) { return toNumber(scalar(index), settings()); }
+
+double Call::number(size_t index, double ifMissing) { return isMissing(index) ? ifMissing : number(index); }
+
+int64_t Call::integer(size_t index) {
+    const double value = std::trunc(number(index));
+    if (value >= 9.2e18 || value <= -9.2e18) fail(ecNUM);
+    return int64_t(value);
+}
+
+int64_t Call::integer(size_t index, int64_t ifMissing) { return isMissing(index) ? ifMissing : integer(index); }
+
+std::u16string Call::text(size_t index) { return toText(scalar(index)); }
+
+std::u16string Call::text(size_t index, std::u16string_view ifMissing) {
+    return isMissing(index) ? std::u16string(ifMissing) : text(index);
+}
+
+bool Call::boolean(size_t index) { return toBoolean(scalar(index), settings()); }
+
+bool Call::boolean(size_t index, bool ifMissing) { return isMissing(index) ? ifMissing : boolean(index); }
+
+std::shared_ptr<const Matrix> Call::matrix(size_t index) {
+    const Value& value = arg(index);
+    if (value.isError()) fail(value.error());
+    return evaluator_.toMatrix(value);
+}
+
+}  // namespace kes::calc
