@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "form/label_tool_form.h"
+#include "sheet/cell_formula.h"
 #include "sheet/workbook.h"
 #include "text/utf8.h"
 #include "workbook/workbook_files.h"
@@ -104,9 +105,15 @@ int cells(const std::vector<std::u16string>& args, Output& output) {
             for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) {
                 if (cell->type == cdtBlank) continue;
                 const CellRef ref(&sheet, row, cell);
+                const CellValue value = ref.formulaResult();
+                // A cell a dynamic array spills into holds no formula of its own: it shows a value.
+                const CellFormula* formula = ref.formula();
+                const bool spilled = formula && formula->role == FormulaRole::ArrayMember && formula->dynamic;
+                const CellDataType type = spilled ? value.type : cell->type;
+                if (type == cdtBlank) continue;
                 output.out += "{\"sheet\":" + std::to_string(s) + ",\"name\":" + jsonString(sheet.name()) +
                               ",\"row\":" + std::to_string(row->index) + ",\"col\":" + std::to_string(cell->index) +
-                              ",\"type\":\"" + typeName(cell->type) + "\",\"value\":" + jsonValue(ref.formulaResult()) +
+                              ",\"type\":\"" + typeName(type) + "\",\"value\":" + jsonValue(value) +
                               ",\"text\":" + jsonString(ref.displayText()) + "}\n";
             }
         }
