@@ -106,10 +106,11 @@ int cells(const std::vector<std::u16string>& args, Output& output) {
                 if (cell->type == cdtBlank) continue;
                 const CellRef ref(&sheet, row, cell);
                 const CellValue value = ref.formulaResult();
-                // A cell a dynamic array spills into holds no formula of its own: it shows a value.
+                // The other cells of an array formula hold no formula of their own (it is the top
+                // left cell's): each shows a value of its result.
                 const CellFormula* formula = ref.formula();
-                const bool spilled = formula && formula->role == FormulaRole::ArrayMember && formula->dynamic;
-                const CellDataType type = spilled ? value.type : cell->type;
+                const bool member = formula && formula->role == FormulaRole::ArrayMember;
+                const CellDataType type = member ? value.type : cell->type;
                 if (type == cdtBlank) continue;
                 output.out += "{\"sheet\":" + std::to_string(s) + ",\"name\":" + jsonString(sheet.name()) +
                               ",\"row\":" + std::to_string(row->index) + ",\"col\":" + std::to_string(cell->index) +
