@@ -1,4 +1,4 @@
-#include "workbook/xlsx_writer.h"
+#include "workbook/xlsx/xlsx_writer.h"
 
 #include <charconv>
 #include <unordered_map>

@@ -1,4 +1,4 @@
-#include "workbook/xlsx_reader.h"
+#include "workbook/xlsx/xlsx_reader.h"
 
 #include <algorithm>
 #include <charconv>
