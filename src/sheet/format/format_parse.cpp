@@ -19,6 +19,9 @@ bool startsWithIgnoringCase(std::u16string_view s, size_t at, std::u16string_vie
     return true;
 }
 
+// General as a Chinese Excel writes it in codes and in TEXT's format argument.
+constexpr std::u16string_view kChineseGeneral = u"G/\u901A\u7528\u683C\u5F0F";   // G/通用格式
+
 bool isPlaceholder(char16_t c) { return c == u'0' || c == u'#' || c == u'?'; }
 
 // The eight named colours and Excel's default 56-colour palette, for [ColorN].
@@ -94,6 +97,10 @@ void readBracket(std::u16string_view inner, FormatSection& section) {
         section.system = FormatSection::System::LongTime;
         return;
     }
+    if (inner.size() == 6 && startsWithIgnoringCase(inner, 0, u"dbnum") && inner[5] >= u'1' && inner[5] <= u'3') {
+        section.chineseNumerals = uint8_t(inner[5] - u'0');
+        return;
+    }
     if (inner[0] == u'$') {   // [$¥-804]: the currency text before the locale id; [$-409] has none
         const size_t dash = inner.find(u'-');
         const std::u16string_view symbol = inner.substr(1, dash == inner.npos ? dash : dash - 1);
@@ -111,7 +118,7 @@ void readBracket(std::u16string_view inner, FormatSection& section) {
     }
     if (parseCondition(inner, section)) return;
     if (auto rgb = colorNamed(inner)) section.color = rgb;
-    // other tags ([DBNum1], locale ids) leave the text as it is
+    // other tags (locale ids) leave the text as it is
 }
 
 bool isDateLetter(char16_t l) {
@@ -220,6 +227,9 @@ FormatSection parseSection(std::u16string_view s) {
         } else if (startsWithIgnoringCase(s, i, u"general")) {
             section.tokens.push_back({FormatToken::General});
             i += 6;
+        } else if (s.substr(i).starts_with(kChineseGeneral)) {
+            section.tokens.push_back({FormatToken::General});
+            i += kChineseGeneral.size() - 1;
         } else if (isPlaceholder(c)) {
             section.tokens.push_back({FormatToken::Digit, c, 1});
             sawDigit = afterDigit = true;
