@@ -16,7 +16,8 @@ Value days(Call& call) {
 // DATEDIF's units: whole years (Y), months (M) or days (D) between two dates, and the days (MD)
 // or months (YM) left over after whole months or years, or the days as if in one year (YD).
 // MD counts from the start's day in the month before the end, as DATE would roll it: from 31
-// January to 1 March that is -2, the result Excel documents as unreliable and gives.
+// January to 1 March that is -2, the result Excel documents as unreliable and gives. YD counts
+// in the start's year, where Excel's 29 February 1900 still lies.
 Value dateDif(Call& call) {
     const double startSerial = call.number(0), endSerial = call.number(1);
     const std::u16string unit = upperCase(call.text(2));
@@ -33,8 +34,10 @@ Value dateDif(Call& call) {
         return Value::number(end - calendarSerial(call, b.year, b.month - 1, a.day));
     }
     if (unit == u"YD") {
-        const bool sameYear = b.month > a.month || (b.month == a.month && b.day >= a.day);
-        return Value::number(end - calendarSerial(call, sameYear ? b.year : b.year - 1, a.month, a.day));
+        // The end's month and day moved into the start's year, or the next when that is earlier.
+        double shifted = calendarSerial(call, a.year, b.month, b.day);
+        if (shifted < start) shifted = calendarSerial(call, int64_t(a.year) + 1, b.month, b.day);
+        return Value::number(shifted - start);
     }
     return Value::error(ecNUM);
 }

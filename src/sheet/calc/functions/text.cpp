@@ -107,7 +107,10 @@ Value rept(Call& call) {
     return Value::text(std::move(out));
 }
 
-Value exact(Call& call) { return Value::boolean(call.text(0) == call.text(1)); }
+Value exact(Call& call) {
+    const std::u16string a = call.text(0);
+    return Value::boolean(a == call.text(1));
+}
 
 Value concatenate(Call& call) {
     std::u16string out;

@@ -6,6 +6,7 @@
 
 #include "sheet/calc/functions/support.h"
 #include "sheet/calc/functions/text_support.h"
+#include "sheet/format/format_code.h"
 #include "sheet/format/number_format.h"
 
 namespace kes::calc {
@@ -18,6 +19,7 @@ Value textFunction(Call& call) {
     if (v.isError()) return v;
     const std::u16string code = call.text(1);
     const FormatSettings& settings = call.settings();
+    if (!formatWithCode(0, code, settings)) return Value::error(ecValue);
     if (v.isBoolean()) return Value::text(formatText(scalarToText(v), code).text);
     double number = 0;
     if (v.isText()) {
@@ -33,7 +35,10 @@ Value textFunction(Call& call) {
         const double serial = settings.date1904 ? number + 1462 : number;
         if (serial < 0 || serial >= kFirstInvalidSerial) return Value::error(ecValue);
     }
-    return textResult(formatNumber(number, code, settings).text);
+    // A code Excel refuses (an open quote, five sections) is #VALUE!.
+    const auto formatted = formatWithCode(number, code, settings);
+    if (!formatted) return Value::error(ecValue);
+    return textResult(formatted->text);
 }
 
 // A number with a fixed count of decimals (negative counts round to tens, hundreds...), as FIXED
@@ -101,7 +106,8 @@ Value usDollar(Call& call) {
 
 Value value(Call& call) {
     const Value v = call.scalar(0);
-    if (v.isError() || v.isNumber()) return v.isNumber() ? Value::number(v.number()) : v;
+    if (v.isError()) return v;
+    if (v.isNumber()) return Value::number(v.number());
     if (v.isBlank()) return Value::number(0);
     if (v.isBoolean()) return Value::error(ecValue);
     const auto number = textToNumber(v.text(), call.settings());

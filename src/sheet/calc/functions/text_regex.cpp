@@ -74,7 +74,7 @@ Value regexExtract(Call& call) {
         if (mode == 0) return Value::text(std::u16string(m->group(text, 0)));
         std::vector<std::u16string> groups;
         for (size_t g = 1; g <= re.groupCount(); ++g) groups.emplace_back(m->group(text, g));
-        return groups.empty() ? Value::error(ecNA) : row(groups);
+        return groups.empty() ? Value::error(ecValue) : row(groups);
     });
 }
 

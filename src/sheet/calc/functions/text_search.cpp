@@ -54,10 +54,7 @@ Value replace(Call& call) {
 // The delimiters of TEXTBEFORE, TEXTAFTER and TEXTSPLIT: a text, or the texts of a range or array.
 std::vector<std::u16string> delimitersOf(Call& call, size_t index) {
     std::vector<std::u16string> out;
-    if (call.isMissing(index)) {
-        if (index < call.count()) out.emplace_back();   // written empty, as in TEXTBEFORE(A1,)
-        return out;
-    }
+    if (call.isMissing(index)) return out;
     call.forEachValue(index, [&](const Value& v, bool) { out.push_back(toText(v)); });
     return out;
 }
