@@ -1,4 +1,4 @@
-#include "workbook/xlsx_reader.h"
+#include "workbook/xlsx/xlsx_reader.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "sheet/calc/compile.h"
 #include "sheet/cell_formula.h"
 #include "sheet/formula/cell_address.h"
 #include "sheet/format/number_format.h"
@@ -72,31 +73,81 @@ std::map<std::string, Relationship> readRelationships(const ZipReader& zip, cons
     return out;
 }
 
+// The officeDocument relationship of Office Open XML, transitional and strict.
+bool isOfficeDocument(std::string_view type) {
+    return type == "http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument" ||
+           type == "http://purl.oclc.org/ooxml/officeDocument/relationships/officeDocument";
+}
+
+bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; };
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (fold(a[i]) != fold(b[i])) return false;
+    }
+    return true;
+}
+
+// The content type of a part as the packaging conventions give it: an Override of the part's
+// name, compared ignoring case; else the Default of its extension; else none (empty).
+std::string contentTypeOf(const ZipReader& zip, std::string_view partName) {
+    const ZipEntry* types = zip.find("[Content_Types].xml");
+    if (!types) return {};
+    const std::string xml = zip.extract(*types);
+    XmlReader reader(xml);
+    const size_t dot = partName.rfind('.');
+    const std::string_view extension = dot == std::string_view::npos || partName.find('/', dot) != std::string_view::npos
+                                           ? std::string_view()
+                                           : partName.substr(dot + 1);
+    std::string byExtension;
+    for (Token t; (t = reader.next()) != Token::End;) {
+        if (t != Token::StartElement) continue;
+        std::string_view name, type;
+        if (reader.name() == "Override" && reader.attribute("PartName", name) && equalsIgnoringAsciiCase(name, partName) &&
+            reader.attribute("ContentType", type)) {
+            return std::string(type);
+        }
+        if (reader.name() == "Default" && reader.attribute("Extension", name) && !extension.empty() &&
+            equalsIgnoringAsciiCase(name, extension) && reader.attribute("ContentType", type)) {
+            byExtension = type;
+        }
+    }
+    return byExtension;
+}
+
 std::optional<std::string> workbookPartOf(const ZipReader& zip) {
     std::optional<std::string> part;
     for (const auto& [id, rel] : readRelationships(zip, "_rels/.rels", "")) {
-        if (endsWith(rel.type, "/officeDocument")) {
+        if (isOfficeDocument(rel.type)) {
             part = rel.target;
             break;
         }
     }
     if (!part) return std::nullopt;
-    std::string contentType;
-    if (const ZipEntry* types = zip.find("[Content_Types].xml")) {
-        const std::string xml = zip.extract(*types);
-        XmlReader reader(xml);
-        for (Token t; (t = reader.next()) != Token::End;) {
-            std::string_view name, type;
-            if (t == Token::StartElement && reader.name() == "Override" && reader.attribute("PartName", name) &&
-                (name == "/" + *part || name == *part) && reader.attribute("ContentType", type)) {
-                contentType = type;
-            }
-        }
-    }
+    const std::string contentType = contentTypeOf(zip, "/" + *part);
     if (!contentType.empty() && contentType.find("spreadsheetml.sheet.main") == std::string::npos &&
         contentType.find("spreadsheetml.template.main") == std::string::npos)
         return std::nullopt;
     return part;
+}
+
+// A text of the file: _xHHHH_ stands for the character HHHH; _x005F_ escapes the underscore of
+// such an escape.
+std::u16string decodeEscapes(std::string_view text) {
+    std::u16string out;
+    size_t done = 0;
+    for (size_t i = text.find("_x"); i != std::string_view::npos && i + 6 < text.size(); i = text.find("_x", i + 1)) {
+        if (text[i + 6] != '_') continue;
+        uint32_t cp = 0;
+        auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
+        if (ec != std::errc() || end != text.data() + i + 6) continue;
+        appendFromUtf8(out, text.substr(done, i - done));
+        out.push_back(char16_t(cp));
+        done = i + 7;
+        i += 6;
+    }
+    appendFromUtf8(out, text.substr(done));
+    return out;
 }
 
 // The text of a string item (<si> or <is>) into `out`: plain <t>, or rich runs, without
@@ -121,19 +172,7 @@ void readStringItem(XmlReader& reader, std::string& text, std::u16string& out) {
             text += part;
         }
     }
-    // _xHHHH_ stands for the character HHHH; _x005F_ escapes the underscore of such an escape.
-    size_t done = 0;
-    for (size_t i = text.find("_x"); i != std::string::npos && i + 6 < text.size(); i = text.find("_x", i + 1)) {
-        if (text[i + 6] != '_') continue;
-        uint32_t cp = 0;
-        auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
-        if (ec != std::errc() || end != text.data() + i + 6) continue;
-        appendFromUtf8(out, std::string_view(text).substr(done, i - done));
-        out.push_back(char16_t(cp));
-        done = i + 7;
-        i += 6;
-    }
-    appendFromUtf8(out, std::string_view(text).substr(done));
+    out = decodeEscapes(text);
 }
 
 int32_t columnOfReference(std::string_view ref, bool& ok) {
@@ -167,13 +206,28 @@ struct DeferredFormula {
     int32_t row;
     int32_t column;
     std::u16string text;
+    std::optional<CellRect> array;   // an array formula over this area
+    bool dynamic = false;            // one that spills (Excel's dynamic arrays)
 };
 
+// The first cell of a shared formula: its text is the formula of every cell that shares it,
+// its relative references moved by the cell's distance from the first.
 struct SharedFormula {
     int32_t row;
     int32_t column;
+    std::shared_ptr<const formula::Expression> expression;   // none when the text does not parse
     std::u16string text;
 };
+
+struct PendingName {
+    std::u16string name;
+    int32_t sheet;
+    std::u16string formula;
+    bool hidden;
+};
+
+// Array formulas over more cells than this make members only of the cells the file holds.
+constexpr int64_t kMembersMadeUpTo = 65536;
 
 class PackageReader {
 public:
@@ -206,6 +260,15 @@ public:
                 book_.setSettings(settings);
             } else if (reader.name() == "workbookView" && reader.attribute("activeTab", value)) {
                 std::from_chars(value.data(), value.data() + value.size(), activeTab);
+            } else if (reader.name() == "definedName" && reader.attribute("name", value)) {
+                PendingName name{fromUtf8(value), -1, {}, false};
+                if (reader.attribute("localSheetId", value)) {
+                    name.sheet = -2;   // unreadable: dropped below
+                    std::from_chars(value.data(), value.data() + value.size(), name.sheet);
+                }
+                name.hidden = reader.attribute("hidden", value) && (value == "1" || value == "true");
+                name.formula = fromUtf8(reader.elementText());
+                names_.push_back(std::move(name));
             } else if (reader.name() == "sheet") {
                 if (book_.sheetCount() >= kMaxSheets)
                     report("The workbook has more than " + std::to_string(kMaxSheets) + " sheets");
@@ -218,20 +281,41 @@ public:
                 if (rel != rels.end() && endsWith(rel->second.type, "/worksheet")) readWorksheet(sheet, rel->second.target);
             }
         }
+        for (const PendingName& name : names_) {
+            if (name.sheet < -1 || name.sheet >= book_.sheetCount() || name.name.empty()) continue;
+            std::u16string text = name.formula.starts_with(u'=') ? name.formula : u"=" + name.formula;
+            std::shared_ptr<const formula::Expression> expression = calc::compileFormula(text);
+            if (expression) text = formula::formulaText(*expression);
+            book_.names().define({name.name, name.sheet, std::move(text), std::move(expression), name.hidden});
+        }
         for (DeferredFormula& f : deferred_) {
             CellRef cell = f.sheet->createCell(f.row, f.column);
-            if (!cell.setFormula(u"=" + f.text)) cell.setString(u"=" + f.text);
-        }
-        // The cells an array formula fills can only be changed together: the grid refuses to
-        // change one of them. The file holds every one of them, so only existing cells are marked.
-        for (const ArrayArea& array : arrays_) {
-            for (SheetRow* row = array.sheet->rows().lowerBound(array.area.top); row && row->index <= array.area.bottom;
-                 row = row->next) {
-                for (SheetCell* c = row->cells.lowerBound(array.area.left); c && c->index <= array.area.right; c = c->next) {
-                    c->inArray = true;
+            if (!f.array) {
+                cell.setFileFormula(f.text);
+                continue;
+            }
+            // The cells an array formula fills show its result, and can only be changed together:
+            // the grid refuses to change one of them. The file holds every one of them; areas of
+            // a size a sheet can hold are made whole.
+            const CellRect& area = *f.array;
+            cell.setArrayFormula(f.text, area, f.dynamic);
+            const int64_t cells = int64_t(area.right - area.left + 1) * (area.bottom - area.top + 1);
+            SheetTable& sheet = *f.sheet;
+            for (int32_t r = area.top; r <= area.bottom; ++r) {
+                if (cells <= kMembersMadeUpTo) {
+                    for (int32_t c = area.left; c <= area.right; ++c) {
+                        if (r != area.top || c != area.left) sheet.createCell(r, c).setArrayMember(area, f.dynamic);
+                    }
+                    continue;
+                }
+                SheetRow* row = sheet.getRow(r);
+                if (!row) continue;
+                for (SheetCell* c = row->cells.lowerBound(area.left); c && c->index <= area.right; c = c->next) {
+                    if (r != area.top || c->index != area.left) CellRef(&sheet, row, c).setArrayMember(area, f.dynamic);
                 }
             }
         }
+        book_.namesChanged();
         if (activeTab >= 0 && activeTab < book_.sheetCount()) book_.setActiveSheetIndex(activeTab);
     }
 
@@ -293,12 +377,46 @@ private:
         }
     }
 
+    // The tables of a sheet, from the table parts its relationships name.
+    void readTables(SheetTable& sheet, const std::string& part) {
+        for (const auto& [id, rel] : readRelationships(zip_, relsOf(part), folderOf(part))) {
+            if (!endsWith(rel.type, "/table")) continue;
+            const ZipEntry* entry = zip_.find(rel.target);
+            if (!entry) continue;
+            const std::string xml = zip_.extract(*entry);
+            XmlReader reader(xml);
+            TableDefinition table;
+            table.sheet = book_.indexOf(sheet);
+            bool haveArea = false;
+            for (Token t; (t = reader.next()) != Token::End;) {
+                if (t != Token::StartElement) continue;
+                std::string_view value;
+                if (reader.name() == "table") {
+                    if (reader.attribute("displayName", value) || reader.attribute("name", value)) table.name = fromUtf8(value);
+                    if (reader.attribute("ref", value)) {
+                        if (const auto area = areaOfReference(value)) {
+                            table.area = *area;
+                            haveArea = true;
+                        }
+                    }
+                    if (reader.attribute("headerRowCount", value)) table.headerRow = value != "0";
+                    if (reader.attribute("totalsRowCount", value)) table.totalsRow = value != "0";
+                } else if (reader.name() == "tableColumn" && reader.attribute("name", value)) {
+                    table.columns.push_back(decodeEscapes(value));
+                }
+            }
+            // A table the sheet cannot hold (columns that do not fit its area, a name twice) is
+            // dropped: its structured references then give #REF!, as in Excel without the table.
+            if (haveArea && !table.name.empty()) book_.tables().add(std::move(table));
+        }
+    }
+
     void readWorksheet(SheetTable& sheet, const std::string& part) {
+        readTables(sheet, part);
         const ZipEntry* entry = zip_.find(part);
         if (!entry) return;
         PartSource bytes(zip_, *entry);
         XmlReader reader([&bytes](char* into, size_t capacity) { return bytes.read(into, capacity); });
-        int32_t lastRow = -1;
         std::unordered_map<std::string, SharedFormula> shared;
         for (Token t; (t = reader.next()) != Token::End;) {
             if (t != Token::StartElement) continue;
@@ -322,9 +440,9 @@ private:
                     std::from_chars(value.data(), value.data() + value.size(), r);
                     index = r - 1;
                 }
-                if (index < 0) index = lastRow + 1;
+                // A row without r goes at the end of the sheet's row list.
+                if (index < 0) index = sheet.rows().last() ? sheet.rows().last()->index + 1 : 0;
                 if (index > kMaxRow) report("The row index " + std::to_string(index + 1) + " is invalid");
-                lastRow = index;
                 readRow(reader, sheet, *sheet.createRow(index), shared);
             } else if (reader.name() == "mergeCell" && reader.attribute("ref", value)) {
                 // Files in the wild hold overlapping, one-cell and unreadable merges that Excel
@@ -336,9 +454,9 @@ private:
 
     void readRow(XmlReader& reader, SheetTable& sheet, SheetRow& row, std::unordered_map<std::string, SharedFormula>& shared) {
         const int depth = reader.depth();
-        int32_t nextColumn = 0;
         while (reader.nextStartWithin(depth)) {
-            if (reader.name() == "c") nextColumn = readCell(reader, sheet, row, nextColumn, shared) + 1;
+            // A cell without r takes the column the row gives its next cell: after its last one.
+            if (reader.name() == "c") readCell(reader, sheet, row, row.cellCount(), shared);
         }
     }
 
@@ -356,8 +474,8 @@ private:
         if (reader.attribute("s", value) && !value.empty()) {
             long style = -1;
             std::from_chars(value.data(), value.data() + value.size(), style);
-            if (style < 0 || size_t(style) >= std::max<size_t>(styles_.size(), 1)) report("The \"" + std::to_string(style) + "\" style index is invalid");
-            if (!styles_.empty()) cell.setStyle(styles_[size_t(style)]);
+            if (style < 0 || size_t(style) >= styles_.size()) report("The \"" + std::to_string(style) + "\" style index is invalid");
+            cell.setStyle(styles_[size_t(style)]);
         }
         static const char* const kTypes[] = {"?", "b", "e", "n", "str", "s", "", "inlineStr"};
         int kind = 6;
@@ -371,9 +489,20 @@ private:
         std::string formula, sharedIndex;
         bool hasV = false, hasF = false, isShared = false;
         bool hasInline = false;
+        std::optional<CellRect> array;
+        std::string_view metadata;
+        const bool dynamic = reader.attribute("cm", metadata) && !metadata.empty();
         const int depth = reader.depth();
         while (reader.nextStartWithin(depth)) {
-            if (reader.name() == "v") {
+            if (reader.name() == "v" && kind == 7) {
+                // An inline string may come inside v: <v><is><t>text</t></is></v>.
+                const int vDepth = reader.depth();
+                while (reader.nextStartWithin(vDepth)) {
+                    if (reader.name() != "is") continue;
+                    hasInline = true;
+                    readStringItem(reader, utf8_, text_);
+                }
+            } else if (reader.name() == "v") {
                 hasV = true;
                 v = reader.elementText();
             } else if (reader.name() == "f") {
@@ -381,9 +510,8 @@ private:
                 std::string_view ft, si, ref;
                 const bool hasType = reader.attribute("t", ft);
                 isShared = hasType && ft == "shared";
-                if (hasType && ft == "array" && reader.attribute("ref", ref)) {
-                    if (auto area = areaOfReference(ref)) arrays_.push_back({&sheet, *area});
-                }
+                if (hasType && ft == "array" && reader.attribute("ref", ref)) array = areaOfReference(ref);
+                if (hasType && ft == "array" && !array) array = CellRect{column, row.index, column, row.index};
                 if (reader.attribute("si", si)) sharedIndex = si;
                 formula = reader.elementText();
             } else if (reader.name() == "is") {
@@ -395,15 +523,20 @@ private:
             std::u16string text = fromUtf8(formula);
             if (isShared) {
                 if (!text.empty()) {
-                    shared[sharedIndex] = {row.index, column, text};
+                    std::shared_ptr<const formula::Expression> master = formula::parseFormula(u"=" + text);
+                    shared[sharedIndex] = {row.index, column, std::move(master), text};
                 } else if (auto it = shared.find(sharedIndex); it != shared.end()) {
-                    if (auto master = formula::parseFormula(u"=" + it->second.text)) {
-                        formula::offsetReferences(*master, row.index - it->second.row, column - it->second.column);
-                        text = formula::formulaText(*master).substr(1);
+                    if (it->second.expression) {
+                        formula::Expression moved = *it->second.expression;
+                        formula::offsetReferences(moved, row.index - it->second.row, column - it->second.column);
+                        text = formula::formulaText(moved, formula::TextStyle::File).substr(1);
+                    } else {
+                        text = it->second.text;
                     }
                 }
             }
-            if (!text.empty()) deferred_.push_back({&sheet, row.index, column, std::move(text)});
+            if (array && (array->left != column || array->top != row.index)) array.reset();
+            if (!text.empty()) deferred_.push_back({&sheet, row.index, column, std::move(text), array, dynamic && array});
             return column;
         }
         if (kind == 7) {
@@ -451,11 +584,7 @@ private:
     std::vector<SharedString*> entries_;   // the shared strings, in the workbook's table
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
-    struct ArrayArea {
-        SheetTable* sheet;
-        CellRect area;
-    };
-    std::vector<ArrayArea> arrays_;
+    std::vector<PendingName> names_;
 };
 
 }  // namespace
