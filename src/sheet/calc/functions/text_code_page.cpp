@@ -1,7 +1,7 @@
 // Text functions of the system's ANSI code page: character codes (CHAR, CODE), the byte-counting
 // *B functions, and the conversions between half and full width (ASC, DBCS). On a Chinese
 // Windows the code page is GBK, where a Chinese character takes two bytes; the tests run with
-// GBK too (records/ansi_code_page.h).
+// GBK too (text/ansi_code_page.h).
 //
 // CHAR and CODE agree with Excel on both the Chinese systems the product serves and the Western
 // ones its test workbooks come from, range by range: 1-127 are ASCII everywhere; 128-255 are
@@ -11,7 +11,7 @@
 #include <cmath>
 #include <vector>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 #include "sheet/calc/functions/support.h"
 #include "sheet/calc/functions/text_support.h"
 
