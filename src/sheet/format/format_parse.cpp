@@ -316,6 +316,8 @@ FormatSection parseSection(std::u16string_view s, bool& valid) {
             addLiteral(section, s.substr(i, 1));
         }
     }
+    // [DBNum2] alone, as Chinese users write TEXT(A1,"[DBNum2]"), is the General format in numerals.
+    if (section.tokens.empty() && section.chineseNumerals) section.tokens.push_back({FormatToken::General});
     resolveCommas(section, digitCommas);
     classify(section);
     return section;

@@ -124,7 +124,7 @@ private:
         for (;;) {
             skipExtended();
             if (atEnd() || peek() == u'|' || peek() == u')') break;
-            NodePtr atom = this->atom(depth);
+            NodePtr atom = p_.substr(i_).starts_with(u"\\Q") ? quoted(*seq) : this->atom(depth);
             if (!atom) continue;   // an inline flag or a comment
             skipExtended();
             seq->children.push_back(quantified(std::move(atom)));
@@ -179,6 +179,19 @@ private:
         else if (accept(u'+')) repeat->possessive = true;
         repeat->children.push_back(std::move(atom));
         return repeat;
+    }
+
+    // \Q...\E: characters taken as they stand. All but the last go into the sequence; the last is
+    // returned, for a quantifier after \E applies to it alone.
+    NodePtr quoted(Node& seq) {
+        i_ += 2;
+        NodePtr last;
+        while (!atEnd() && !(peek() == u'\\' && i_ + 1 < p_.size() && p_[i_ + 1] == u'E')) {
+            if (last) seq.children.push_back(std::move(last));
+            last = character(codePoint());
+        }
+        if (!atEnd()) i_ += 2;
+        return last;
     }
 
     NodePtr character(char32_t c) {
@@ -445,14 +458,6 @@ private:
         case u'b': return assertion(Assertion::WordBoundary);
         case u'B': return assertion(Assertion::NotWordBoundary);
         case u'G': return assertion(Assertion::TextStart);
-        case u'Q': {
-            NodePtr seq = make(Node::Concat);
-            while (!atEnd() && !(peek() == u'\\' && i_ + 1 < p_.size() && p_[i_ + 1] == u'E')) {
-                seq->children.push_back(character(codePoint()));
-            }
-            if (!atEnd()) i_ += 2;
-            return seq;
-        }
         case u'E': return nullptr;
         case u'k': {
             const char16_t open = atEnd() ? 0 : p_[i_++];
