@@ -61,7 +61,8 @@ TEST_F(DateTime, DateValueAndTimeValueReadTextsOnly) {
         {u"=DATEVALUE(45000)", u"#VALUE!"},   // a number is no date text
         {u"=DATEVALUE(A4&\"\")", u"#VALUE!"},
         {u"=DATEVALUE(\"soon\")", u"#VALUE!"},
-        {u"=TIMEVALUE(\"2024-02-29 06:00\")&\",\"&TIMEVALUE(\"12:00 PM\")&\",\"&TIMEVALUE(\" 1:30 \")", u"0.25,0.5,0.0625"},
+        {u"=TIMEVALUE(\"2024-02-29 06:00\")&\",\"&TIMEVALUE(\"12:00 PM\")&\",\"&TIMEVALUE(\" 1:30 \")",
+         u"0.25,0.5,0.0625"},
         {u"=TIMEVALUE(\"24:00\")&\",\"&TIMEVALUE(\"36:00:00\")", u"0,0.5"},
         {u"=TIMEVALUE(0.5)", u"#VALUE!"},
     });
@@ -134,7 +135,8 @@ TEST_F(DateTime, WorkingDaysSkipWeekendsAndHolidays) {
     expect({
         {u"=WORKDAY(45296,1)&\",\"&WORKDAY(45296,-5)&\",\"&WORKDAY(45297,0)", u"45299,45289,45297"},
         {u"=WORKDAY(45289,1,A2:A4)&\",\"&WORKDAY(45293,-1,A2:A4)", u"45293,45289"},
-        {u"=NETWORKDAYS(45292,45322)&\",\"&NETWORKDAYS(45292,45322,A2:A4)&\",\"&NETWORKDAYS(45322,45292)", u"23,22,-23"},
+        {u"=NETWORKDAYS(45292,45322)&\",\"&NETWORKDAYS(45292,45322,A2:A4)&\",\"&NETWORKDAYS(45322,45292)",
+         u"23,22,-23"},
         {u"=NETWORKDAYS(45292,45292,{45292})", u"0"},
         {u"=NETWORKDAYS.INTL(45292,45322,11)&\",\"&NETWORKDAYS.INTL(45292,45322,\"0000011\")", u"27,23"},
         {u"=WORKDAY.INTL(45296,1,7)&\",\"&WORKDAY.INTL(45296,1,\"1111100\")", u"45298,45297"},

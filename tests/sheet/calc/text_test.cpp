@@ -211,8 +211,9 @@ TEST_F(Text, ValueToTextAndArrayToTextQuoteTextsWhenStrict) {
 
 TEST_F(Text, ChineseAndThaiNumerals) {
     expect({
-        {u"=NUMBERSTRING(1234567890,1)", u"\u5341\u4E8C\u4EBF\u4E09\u5343\u56DB\u767E\u4E94\u5341\u516D\u4E07\u4E03\u5343"
-                                         u"\u516B\u767E\u4E5D\u5341"},   // 十二亿三千四百五十六万七千八百九十
+        // 十二亿三千四百五十六万七千八百九十
+        {u"=NUMBERSTRING(1234567890,1)",
+         u"\u5341\u4E8C\u4EBF\u4E09\u5343\u56DB\u767E\u4E94\u5341\u516D\u4E07\u4E03\u5343\u516B\u767E\u4E5D\u5341"},
         {u"=NUMBERSTRING(123,2)", u"\u58F9\u4F70\u8D30\u62FE\u53C1"},    // 壹佰贰拾叁
         {u"=NUMBERSTRING(2026,3)", u"\u4E8C\u3007\u4E8C\u516D"},         // 二〇二六
         {u"=NUMBERSTRING(1001.6,1)&NUMBERSTRING(-10,2)",

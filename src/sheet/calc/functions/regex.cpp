@@ -218,7 +218,9 @@ private:
             return 0;
         }
         const char16_t c = text_[pos];
-        if (c >= 0xD800 && c <= 0xDBFF && pos + 1 < text_.size() && text_[pos + 1] >= 0xDC00 && text_[pos + 1] <= 0xDFFF) {
+        const bool pair = c >= 0xD800 && c <= 0xDBFF && pos + 1 < text_.size() && text_[pos + 1] >= 0xDC00 &&
+                          text_[pos + 1] <= 0xDFFF;
+        if (pair) {
             length = 2;
             return 0x10000 + ((char32_t(c) - 0xD800) << 10) + (text_[pos + 1] - 0xDC00);
         }

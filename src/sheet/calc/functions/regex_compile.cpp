@@ -359,7 +359,10 @@ private:
         size_t count = 0;
         while (count < atMost && !atEnd()) {
             const char16_t c = peek();
-            int d = c >= u'0' && c <= u'9' ? c - u'0' : c >= u'a' && c <= u'f' ? c - u'a' + 10 : c >= u'A' && c <= u'F' ? c - u'A' + 10 : -1;
+            const int d = c >= u'0' && c <= u'9'   ? c - u'0'
+                          : c >= u'a' && c <= u'f' ? c - u'a' + 10
+                          : c >= u'A' && c <= u'F' ? c - u'A' + 10
+                                                   : -1;
             if (d < 0) break;
             value = value * 16 + uint32_t(d);
             if (value > 0x10FFFF) throw Invalid{};
@@ -380,7 +383,9 @@ private:
         case u'e': return U'\x1B';
         case u'0': {
             char32_t value = 0;
-            for (int k = 0; k < 2 && !atEnd() && peek() >= u'0' && peek() <= u'7'; ++k) value = value * 8 + (p_[i_++] - u'0');
+            for (int k = 0; k < 2 && !atEnd() && peek() >= u'0' && peek() <= u'7'; ++k) {
+                value = value * 8 + (p_[i_++] - u'0');
+            }
             return value;
         }
         case u'x':
@@ -397,7 +402,8 @@ private:
         }
         default: break;
         }
-        if (c < 0x80 && ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9'))) return std::nullopt;
+        const bool alphanumeric = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9');
+        if (alphanumeric) return std::nullopt;
         return char32_t(c);   // an escaped punctuation or other character stands for itself
     }
 
@@ -570,7 +576,10 @@ struct Width {
     uint32_t min = 0, max = 0;
 };
 
-uint32_t addWidths(uint32_t a, uint32_t b) { return a == kUnbounded || b == kUnbounded ? kUnbounded : std::min(a + b, kUnbounded - 1); }
+uint32_t addWidths(uint32_t a, uint32_t b) {
+    if (a == kUnbounded || b == kUnbounded) return kUnbounded;
+    return uint32_t(std::min<uint64_t>(uint64_t(a) + b, kUnbounded - 1));
+}
 
 Width widthOf(const Node& n) {
     switch (n.kind) {

@@ -62,7 +62,8 @@ std::vector<std::u16string> delimitersOf(Call& call, size_t index) {
 // Delimiters matched exactly or ignoring case.
 class Delimiters {
 public:
-    Delimiters(std::vector<std::u16string> texts, bool ignoreCase) : texts_(std::move(texts)), ignoreCase_(ignoreCase) {}
+    Delimiters(std::vector<std::u16string> texts, bool ignoreCase)
+        : texts_(std::move(texts)), ignoreCase_(ignoreCase) {}
 
     bool empty() const { return texts_.empty(); }
     bool anyEmpty() const {

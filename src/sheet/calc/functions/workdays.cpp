@@ -105,7 +105,8 @@ double workday(Call& call, double startSerial, double dayCount, Weekend weekend,
             const double weeks = std::floor((remaining - 1) / perWeek);
             const double next = current + step * 7 * weeks;
             const double low = std::min(current, next), high = std::max(current, next);
-            const double holidays = double(calendar.holidaysBetween(step > 0 ? low + 1 : low, step > 0 ? high : high - 1));
+            const double holidays =
+                double(step > 0 ? calendar.holidaysBetween(low + 1, high) : calendar.holidaysBetween(low, high - 1));
             remaining -= weeks * perWeek - holidays;
             current = next;
         } else {
