@@ -115,6 +115,15 @@ TEST(Regex, SearchesFromAPositionAndGivesUpOnRunawayPatterns) {
     const auto anchored = Regex::compile(u"^a", false);
     EXPECT_FALSE(anchored->search(u"aa", 1));
 
+    // Searches that share a budget stop together once it is spent.
+    size_t budget = 40;
+    EXPECT_TRUE(re->search(text, 0, budget));
+    EXPECT_LT(budget, 40u);
+    const auto searchOnAndOn = [&] {
+        for (int i = 0; i < 40; ++i) re->search(text, 0, budget);
+    };
+    EXPECT_THROW(searchOnAndOn(), RegexTooComplex);
+
     const auto runaway = Regex::compile(u"(a|aa)+$", false);
     const std::u16string as = std::u16string(60, u'a') + u"b";
     EXPECT_THROW(runaway->search(as, 0), RegexTooComplex);

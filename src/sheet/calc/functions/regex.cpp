@@ -13,8 +13,7 @@ namespace regex {
 namespace {
 
 constexpr size_t npos = std::u16string_view::npos;
-// About what PCRE allows by default (its match limit), and a bound on the memory of going back.
-constexpr size_t kMaxSteps = 10'000'000;
+// A bound on the memory of going back.
 constexpr size_t kMaxBacktrack = 2'000'000;
 
 bool between(char32_t c, char32_t low, char32_t high) { return c >= low && c <= high; }
@@ -118,7 +117,7 @@ namespace {
 
 class Matcher {
 public:
-    Matcher(const Compiled& re, std::u16string_view text) : re_(re), text_(text) {}
+    Matcher(const Compiled& re, std::u16string_view text, size_t& budget) : re_(re), text_(text), budget_(budget) {}
 
     // Runs a program from `pos`; on a match its end is in `end` and `slots` hold its groups.
     // With `requiredEnd` only a match that ends there counts (lookbehind).
@@ -132,7 +131,8 @@ public:
         std::vector<Frame> stack;
         uint32_t pc = 0;
         for (;;) {
-            if (++steps_ > kMaxSteps || stack.size() > kMaxBacktrack) throw RegexTooComplex{};
+            if (budget_ == 0 || stack.size() > kMaxBacktrack) throw RegexTooComplex{};
+            --budget_;
             const Instruction& in = code[pc];
             bool ok = true;
             switch (in.op) {
@@ -290,7 +290,7 @@ private:
 
     const Compiled& re_;
     std::u16string_view text_;
-    size_t steps_ = 0;
+    size_t& budget_;
 };
 
 }  // namespace
@@ -303,7 +303,12 @@ std::optional<Regex> Regex::compile(std::u16string_view pattern, bool ignoreCase
 }
 
 std::optional<Regex::Match> Regex::search(std::u16string_view text, size_t from) const {
-    regex::Matcher matcher(*compiled_, text);
+    size_t budget = kStepBudget;
+    return search(text, from, budget);
+}
+
+std::optional<Regex::Match> Regex::search(std::u16string_view text, size_t from, size_t& budget) const {
+    regex::Matcher matcher(*compiled_, text, budget);
     std::vector<size_t> slots(compiled_->slots, regex::npos);
     // A pattern anchored at the start of the text can match there only.
     if (compiled_->anchored && from > 0) return std::nullopt;

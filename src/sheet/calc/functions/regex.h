@@ -41,6 +41,12 @@ public:
 
     // The first match that starts at or after `from`.
     std::optional<Match> search(std::u16string_view text, size_t from) const;
+    // The same within a budget of steps shared with other searches, so that a function that
+    // searches a text many times (every match to replace) is bounded as a whole.
+    std::optional<Match> search(std::u16string_view text, size_t from, size_t& budget) const;
+
+    // The steps a search may take: about PCRE's default match limit.
+    static constexpr size_t kStepBudget = 10'000'000;
 
     size_t groupCount() const;
     // The number of the group of that name; none when no group has it.

@@ -26,8 +26,9 @@ Regex compiled(const std::u16string& pattern, bool ignoreCase) {
 // character further.
 std::vector<Regex::Match> allMatches(const Regex& re, std::u16string_view text) {
     std::vector<Regex::Match> out;
+    size_t budget = Regex::kStepBudget;
     for (size_t from = 0; from <= text.size();) {
-        auto m = re.search(text, from);
+        auto m = re.search(text, from, budget);
         if (!m) break;
         from = m->end() > m->start() ? m->end() : m->end() + 1;
         out.push_back(std::move(*m));
