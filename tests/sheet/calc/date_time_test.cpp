@@ -174,5 +174,44 @@ TEST_F(DateTime, The1904SystemCountsFromItsOwnStart) {
     });
 }
 
+TEST_F(DateTime, ErrorsInArgumentsWinInTheirOrder) {
+    expect({
+        {u"=DATE(NA(),1/0,1)", u"#N/A"},
+        {u"=DATE(-1,1/0,1)", u"#DIV/0!"},   // before the year is found out of range
+        {u"=TIME(1,\"x\",1/0)", u"#VALUE!"},
+        {u"=DATEDIF(1/0,NA(),\"Q\")", u"#DIV/0!"},
+        {u"=WEEKDAY(NA(),9)", u"#N/A"},
+        {u"=EDATE(NA(),A1)", u"#N/A"},
+        {u"=WORKDAY(45296,NA(),1/0)", u"#N/A"},
+        {u"=NETWORKDAYS(45292,45322,{45300,\"x\"})", u"#VALUE!"},
+        {u"=NETWORKDAYS.INTL(45292,45322,1,{45300,-1})", u"#NUM!"},
+    });
+}
+
+TEST_F(DateTime, ResultsShowAsDatesWhereExcelFormatsThem) {
+    expect({
+        {u"=DATE(2024,1,5)", u"2024/1/5"},
+        {u"=TIME(13,5,0)", u"13:05:00"},
+        {u"=EDATE(45296,1)", u"45327"},   // the Analysis ToolPak gives plain serials
+        {u"=DATEVALUE(\"2024-01-05\")", u"45296"},
+    });
+    EXPECT_EQ(result(u"=TODAY()").type, cdtDateTime);
+    EXPECT_EQ(number(u"=NOW()-TODAY()") < 1, true);
+}
+
+TEST_F(DateTime, WeeksStartingOnEachDay) {
+    // 2024-01-03 is a Wednesday and 1 January a Monday: weeks starting on Tuesday or Wednesday
+    // have begun a second week by then.
+    const struct {
+        std::u16string_view type, week;
+    } cases[] = {
+        {u"11", u"1"}, {u"12", u"2"}, {u"13", u"2"}, {u"14", u"1"}, {u"15", u"1"}, {u"16", u"1"}, {u"17", u"1"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(shown(u"=WEEKNUM(45294," + std::u16string(c.type) + u")"), c.week)
+            << std::string(c.type.begin(), c.type.end());
+    }
+}
+
 }  // namespace
 }  // namespace kes::calc::testing

@@ -2,6 +2,7 @@
 // numbers and booleans read as text, counts out of range, which error wins, texts past 32,767
 // characters, bytes of a Chinese code page, and the numerals a Chinese Excel writes.
 #include "calc_fixture.h"
+#include "sheet/calc/functions.h"
 
 namespace kes::calc::testing {
 namespace {
@@ -254,6 +255,74 @@ TEST_F(Text, PhoneticJoinsTheTextsTypedInARange) {
         {u"=PHONETIC(E1:F2)", u"\u5F20x"},
         {u"=PHONETIC(\"abc\")", u"abc"},
     });
+}
+
+TEST_F(Text, ValueArgumentsIntersectAndRangeArgumentsJoin) {
+    set(u"E2", u"=CONCATENATE(A1:A3,\"|\",B1:B3)");   // row 2 of each range
+    set(u"E5", u"=UPPER(B1:B3)");                       // no row 5 in the range
+    set(u"E6", u"=TEXTJOIN(\",\",FALSE,B:B)");          // a million blanks joined pass the longest text
+    EXPECT_EQ(cellAt(u"E2", false).displayText(), u"2.5|");
+    EXPECT_EQ(cellAt(u"E5", false).displayText(), u"#VALUE!");
+    EXPECT_EQ(cellAt(u"E6", false).displayText(), u"#VALUE!");
+    expect({
+        {u"=TEXTJOIN(\",\",TRUE,B:B)", u"apple,5"},
+        {u"=ARRAYTOTEXT(UPPER({\"a\",\"b\";\"c\",\"d\"}),1)", u"{\"A\",\"B\";\"C\",\"D\"}"},
+        {u"=ARRAYTOTEXT(MID(\"abc\",{1;2;3},1),1)", u"{\"a\";\"b\";\"c\"}"},
+        {u"=ARRAYTOTEXT(REPT(\"x\",{1,2,-1}))", u"x, xx, #VALUE!"},
+    });
+}
+
+TEST_F(Text, RegularExpressionsEdgeCases) {
+    expect({
+        {u"=REGEXREPLACE(\"abc\",\"\",\"-\")", u"-a-b-c-"},   // an empty match at every place
+        {u"=REGEXREPLACE(\"abc\",\"B\",\"x\",,1)&REGEXREPLACE(\"abc\",\"b\",\"x\",5)", u"axcabc"},
+        {u"=ARRAYTOTEXT(REGEXEXTRACT(\"a1 b2\",\"([a-z])(\\d)?\",1),1)", u"{\"a1\",\"b2\"}"},
+        {u"=ARRAYTOTEXT(REGEXEXTRACT(\"x\",\"(x)(y)?\",2),1)", u"{\"x\",\"\"}"},   // a group that took no part
+        {u"=REGEXEXTRACT(\"\u4E2D\u6587abc\",\"\\p{Han}+\")", u"\u4E2D\u6587"},
+        {u"=REGEXTEST(\"\",\"^$\")&REGEXTEST(A4,\"^$\")", u"TRUETRUE"},
+        {u"=REGEXTEST(A3,\"x\")", u"#DIV/0!"},
+    });
+}
+
+// .xls files call functions by Excel's numbers and .xlsx files write newer ones with _xlfn.: a
+// wrong number or prefix loads another function or none.
+TEST(TextAndDateFunctions, FilesNameThemAsExcelDoes) {
+    const struct {
+        std::u16string_view name;
+        uint16_t biffId;
+    } numbered[] = {
+        {u"DOLLAR", 13},     {u"FIXED", 14},      {u"MID", 31},        {u"LEN", 32},       {u"VALUE", 33},
+        {u"TEXT", 48},       {u"DATE", 65},       {u"TIME", 66},       {u"DAY", 67},       {u"MONTH", 68},
+        {u"YEAR", 69},       {u"WEEKDAY", 70},    {u"HOUR", 71},       {u"MINUTE", 72},    {u"SECOND", 73},
+        {u"NOW", 74},        {u"SEARCH", 82},     {u"CHAR", 111},      {u"LOWER", 112},    {u"UPPER", 113},
+        {u"PROPER", 114},    {u"LEFT", 115},      {u"RIGHT", 116},     {u"EXACT", 117},    {u"TRIM", 118},
+        {u"REPLACE", 119},   {u"SUBSTITUTE", 120}, {u"CODE", 121},     {u"FIND", 124},     {u"DATEVALUE", 140},
+        {u"TIMEVALUE", 141}, {u"CLEAN", 162},     {u"USDOLLAR", 204},  {u"FINDB", 205},    {u"SEARCHB", 206},
+        {u"REPLACEB", 207},  {u"LEFTB", 208},     {u"RIGHTB", 209},    {u"MIDB", 210},     {u"LENB", 211},
+        {u"ASC", 214},       {u"DBCS", 215},      {u"TODAY", 221},     {u"CONCATENATE", 336}, {u"DATEDIF", 351},
+        {u"DATESTRING", 352}, {u"NUMBERSTRING", 353}, {u"PHONETIC", 360}, {u"BAHTTEXT", 368}, {u"REPT", 30},
+    };
+    for (const auto& f : numbered) {
+        const FunctionSpec* spec = functionOfBiffId(f.biffId);
+        ASSERT_TRUE(spec) << f.biffId;
+        EXPECT_EQ(spec->name, f.name) << f.biffId;
+        EXPECT_FALSE(spec->flags & (kFilePrefix | kAddIn)) << f.biffId;
+    }
+    for (std::u16string_view name : {u"EDATE", u"EOMONTH", u"WEEKNUM", u"WORKDAY", u"NETWORKDAYS"}) {
+        const FunctionSpec* spec = findFunction(name);
+        ASSERT_TRUE(spec);
+        EXPECT_TRUE((spec->flags & kAddIn) && spec->biffId == kNoBiffId) << std::string(name.begin(), name.end());
+    }
+    for (std::u16string_view name : {u"CONCAT", u"TEXTJOIN", u"NUMBERVALUE", u"UNICHAR", u"UNICODE", u"TEXTBEFORE",
+                                     u"TEXTAFTER", u"TEXTSPLIT", u"VALUETOTEXT", u"ARRAYTOTEXT", u"REGEXTEST",
+                                     u"REGEXEXTRACT", u"REGEXREPLACE", u"DAYS", u"ISOWEEKNUM", u"WORKDAY.INTL",
+                                     u"NETWORKDAYS.INTL"}) {
+        const FunctionSpec* spec = findFunction(name);
+        ASSERT_TRUE(spec);
+        EXPECT_TRUE((spec->flags & kFilePrefix) && spec->biffId == kNoBiffId) << std::string(name.begin(), name.end());
+    }
+    EXPECT_TRUE(findFunction(u"NOW")->flags & kVolatile);
+    EXPECT_TRUE(findFunction(u"TODAY")->flags & kVolatile);
 }
 
 }  // namespace

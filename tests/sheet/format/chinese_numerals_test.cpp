@@ -65,5 +65,16 @@ TEST(ChineseNumerals, DbNumCodesShowNumbersAndDatesInNumerals) {
     }
 }
 
+TEST(ChineseNumerals, EachSectionKeepsItsOwnStyle) {
+    const FormatSettings settings;
+    const std::u16string_view code = u"[DBNum1]0;[DBNum2]-0;\"-\";@\"\u53F7\"";   // 号 after a text
+    EXPECT_EQ(formatNumber(12, code, settings).text, u"\u4E00\u5341\u4E8C");      // 一十二
+    EXPECT_EQ(formatNumber(-12, code, settings).text, u"-\u58F9\u62FE\u8D30");    // -壹拾贰
+    EXPECT_EQ(formatNumber(0, code, settings).text, u"-");
+    EXPECT_EQ(formatText(u"A12", code).text, u"A12\u53F7");                         // texts keep their digits
+    EXPECT_EQ(formatNumber(0.256, u"[DBNum1]0.0%", settings).text, u"\u4E8C\u5341\u4E94.\u516D%");   // 二十五.六%
+    EXPECT_EQ(formatNumber(12, u"0", settings).text, u"12");                          // no tag, no numerals
+}
+
 }  // namespace
 }  // namespace kes
