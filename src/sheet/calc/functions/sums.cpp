@@ -76,7 +76,7 @@ double addInScalar(Call& call, size_t index) {
     return addInNumber(call.scalar(index), call.settings());
 }
 
-// x^n + a2 x^(n+m) + ...; 0^0 is #NUM! as in POWER.
+// a1 x^n + a2 x^(n+m) + a3 x^(n+2m) + ...; 0^0 is #NUM! as in POWER.
 Value seriesSum(Call& call) {
     const double x = addInScalar(call, 0), n = addInScalar(call, 1), m = addInScalar(call, 2);
     std::vector<double> coefficients;
