@@ -77,14 +77,14 @@ Value mod(Call& call) {
     if (std::fabs(x / y) >= kModQuotientLimit) return Value::error(ecNUM);
     // The remainder takes the divisor's sign.
     const double r = x - y * std::floor(x / y);
-    return Value::number(nearlyEqual(r, y) ? 0 : r + 0.0);
+    return Value::number(nearlyEqual(r, y) ? 0 : r);
 }
 
 Value quotient(Call& call) {
     return addInCall(call, [](Call& call, std::span<const Value> args) {
         const double x = addInNumber(args[0], call.settings()), y = addInNumber(args[1], call.settings());
         if (y == 0) return Value::error(ecDivByZero);
-        return Value::number(std::trunc(x / y) + 0.0);
+        return Value::number(std::trunc(x / y));
     });
 }
 

@@ -12,13 +12,16 @@ double addInNumber(const Value& value, const FormatSettings& settings) {
 
 namespace {
 
-// Runs `compute` once, or once per element where arguments are arrays; there a result that is
-// an array gives its top left element, as Excel's lifted functions do.
-Value lift(Call& call, ScalarComputation compute, bool addIn) {
+// Runs `compute(values, whole)` once, or once per element where arguments are arrays; there
+// `whole` is false, and a result that is an array gives its top left element, as Excel's lifted
+// functions do.
+template <class Compute>
+Value lift(Call& call, bool addIn, Compute&& compute) {
     const size_t n = call.count();
     std::vector<Value> values(n);
     std::vector<std::shared_ptr<const Matrix>> arrays(n);
     int32_t rows = 1, columns = 1;
+    bool lifting = false;
     for (size_t i = 0; i < n; ++i) {
         const Value& v = call.arg(i);
         const bool range = v.isReference() && (v.areaCount() != 1 || !v.area().isCell());
@@ -30,18 +33,19 @@ Value lift(Call& call, ScalarComputation compute, bool addIn) {
             rows = std::max(rows, array->rows());
             columns = std::max(columns, array->columns());
             arrays[i] = std::move(array);
+            lifting = true;
         } else {
             values[i] = call.isMissing(i) ? Value::omitted() : call.scalar(i);
         }
     }
     const auto run = [&]() -> Value {
         try {
-            return compute(call, values);
+            return compute(std::span<const Value>(values), lifting);
         } catch (const CalcError& e) {
             return Value::error(e.code);
         }
     };
-    if (std::none_of(arrays.begin(), arrays.end(), [](const auto& a) { return bool(a); })) return run();
+    if (!lifting) return run();
     if (int64_t(rows) * columns > kMaxArrayElements) return Value::error(ecNUM);
     Matrix out(rows, columns);
     for (int32_t r = 0; r < rows; ++r) {
@@ -58,9 +62,13 @@ Value lift(Call& call, ScalarComputation compute, bool addIn) {
 
 }  // namespace
 
-Value addInCall(Call& call, ScalarComputation compute) { return lift(call, compute, true); }
+Value addInCall(Call& call, ScalarComputation compute) {
+    return lift(call, true, [&](std::span<const Value> values, bool) { return compute(call, values); });
+}
 
-Value arrayResultCall(Call& call, ScalarComputation compute) { return lift(call, compute, false); }
+Value arrayResultCall(Call& call, ArrayComputation compute) {
+    return lift(call, false, [&](std::span<const Value> values, bool lifting) { return compute(call, values, !lifting); });
+}
 
 std::vector<double> addInIntegers(Call& call) {
     std::vector<double> out;

@@ -33,8 +33,10 @@ Value addInCall(Call& call, ScalarComputation compute);
 // The same for a built-in function whose result is an array (MUNIT), with arguments of class R:
 // a range intersects in a cell's formula and runs element by element in an array formula. Run
 // over arrays, each element's result is the top left value of the array it computes, as Excel
-// gives; the evaluator's lifting of class V arguments would pair elements with positions instead.
-Value arrayResultCall(Call& call, ScalarComputation compute);
+// gives (the evaluator's lifting of class V arguments would pair elements with positions
+// instead); `compute` is then told that only that value is wanted, with `whole` false.
+using ArrayComputation = Value (*)(Call& call, std::span<const Value> arguments, bool whole);
+Value arrayResultCall(Call& call, ArrayComputation compute);
 
 // The integers of every argument, as GCD, LCM and MULTINOMIAL take them: numbers truncated,
 // numeric text given directly converted; blank cells skipped; TRUE, FALSE and texts in ranges

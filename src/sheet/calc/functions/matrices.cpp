@@ -37,10 +37,12 @@ Numbers squareOf(Call& call, size_t index) {
     return m;
 }
 
-Value identity(double size) {
+// The identity matrix of a size; `whole` false gives its top left value only.
+Value identity(double size, bool whole) {
     const double n = std::trunc(size);
     if (n < 1) return Value::error(ecValue);
     if (n * n > double(kMaxArrayElements)) return Value::error(ecNUM);
+    if (!whole) return Value::number(1);
     const auto count = static_cast<int32_t>(n);
     Matrix out(count, count);
     for (int32_t r = 0; r < count; ++r) {
@@ -142,8 +144,8 @@ Value minverse(Call& call) {
 }
 
 Value munit(Call& call) {
-    return arrayResultCall(call, [](Call& call, std::span<const Value> args) {
-        return identity(toNumber(args[0], call.settings()));
+    return arrayResultCall(call, [](Call& call, std::span<const Value> args, bool whole) {
+        return identity(toNumber(args[0], call.settings()), whole);
     });
 }
 

@@ -35,7 +35,7 @@ Value odd(Call& call) { return awayToParity(call, true); }
 // quotient number/step.
 template <class Direction>
 double toMultiple(double number, double step, Direction direction) {
-    return direction(cleanQuotient(number, step)) * step + 0.0;
+    return direction(cleanQuotient(number, step)) * step;
 }
 
 double ceilingOf(double x) { return std::ceil(x); }

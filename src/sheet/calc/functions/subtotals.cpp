@@ -22,7 +22,15 @@ enum Statistic : int {
 struct Sample {
     std::vector<double> numbers;
     double filled = 0;   // values of any kind, for COUNTA
+    bool sorted = false;
 };
+
+// The numbers in ascending order, sorted once for however many k an AGGREGATE asks for.
+const std::vector<double>& sortedNumbers(Sample& s) {
+    if (!s.sorted) std::sort(s.numbers.begin(), s.numbers.end());
+    s.sorted = true;
+    return s.numbers;
+}
 
 double mean(const std::vector<double>& x) {
     double total = 0;
@@ -56,43 +64,40 @@ double mode(const std::vector<double>& x) {
     return found;
 }
 
-// The k-th largest (or smallest), k truncated to a whole rank.
-double ranked(std::vector<double>& x, double k, bool largest) {
+// The k-th largest (or smallest) of sorted numbers, k truncated to a whole rank.
+double ranked(const std::vector<double>& sorted, double k, bool largest) {
     const double rank = std::trunc(k);
-    if (rank < 1 || rank > double(x.size())) fail(ecNUM);
-    const size_t index = largest ? x.size() - size_t(rank) : size_t(rank) - 1;
-    std::nth_element(x.begin(), x.begin() + std::ptrdiff_t(index), x.end());
-    return x[index];
+    if (rank < 1 || rank > double(sorted.size())) fail(ecNUM);
+    return largest ? sorted[sorted.size() - size_t(rank)] : sorted[size_t(rank) - 1];
 }
 
-// The value at a fractional position of the sorted data, between its neighbours.
-double interpolated(std::vector<double>& x, double position) {
-    std::sort(x.begin(), x.end());
+// The value at a fractional position of sorted numbers, between its neighbours.
+double interpolated(const std::vector<double>& sorted, double position) {
     const double below = std::floor(position);
     const size_t i = size_t(below);
-    if (i + 1 >= x.size()) return x.back();
-    return x[i] + (position - below) * (x[i + 1] - x[i]);
+    if (i + 1 >= sorted.size()) return sorted.back();
+    return sorted[i] + (position - below) * (sorted[i + 1] - sorted[i]);
 }
 
-double percentileInclusive(std::vector<double>& x, double p) {
-    if (x.empty() || p < 0 || p > 1) fail(ecNUM);
-    return interpolated(x, p * double(x.size() - 1));
+double percentileInclusive(const std::vector<double>& sorted, double p) {
+    if (sorted.empty() || p < 0 || p > 1) fail(ecNUM);
+    return interpolated(sorted, p * double(sorted.size() - 1));
 }
 
-double percentileExclusive(std::vector<double>& x, double p) {
-    const double position = p * double(x.size() + 1) - 1;
-    if (x.empty() || p <= 0 || p >= 1 || position < 0 || position > double(x.size() - 1)) fail(ecNUM);
-    return interpolated(x, position);
+double percentileExclusive(const std::vector<double>& sorted, double p) {
+    const double position = p * double(sorted.size() + 1) - 1;
+    if (sorted.empty() || p <= 0 || p >= 1 || position < 0 || position > double(sorted.size() - 1)) fail(ecNUM);
+    return interpolated(sorted, position);
 }
 
-double quartile(std::vector<double>& x, double q, bool exclusive) {
+double quartile(const std::vector<double>& sorted, double q, bool exclusive) {
     const double n = std::trunc(q);
     if (exclusive ? n < 1 || n > 3 : n < 0 || n > 4) fail(ecNUM);
-    return exclusive ? percentileExclusive(x, n / 4) : percentileInclusive(x, n / 4);
+    return exclusive ? percentileExclusive(sorted, n / 4) : percentileInclusive(sorted, n / 4);
 }
 
 Value compute(int which, Sample& s, double k) {
-    std::vector<double>& x = s.numbers;
+    const std::vector<double>& x = s.numbers;
     switch (which) {
     case kAverage:
         if (x.empty()) return Value::error(ecDivByZero);
@@ -116,16 +121,14 @@ Value compute(int which, Sample& s, double k) {
     }
     case kVarS: return Value::number(variance(x, true));
     case kVarP: return Value::number(variance(x, false));
-    case kMedian:
-        if (x.empty()) return Value::error(ecNUM);
-        return Value::number(percentileInclusive(x, 0.5));
+    case kMedian: return Value::number(percentileInclusive(sortedNumbers(s), 0.5));
     case kMode: return Value::number(mode(x));
-    case kLarge: return Value::number(ranked(x, k, true));
-    case kSmall: return Value::number(ranked(x, k, false));
-    case kPercentileInc: return Value::number(percentileInclusive(x, k));
-    case kQuartileInc: return Value::number(quartile(x, k, false));
-    case kPercentileExc: return Value::number(percentileExclusive(x, k));
-    default: return Value::number(quartile(x, k, true));
+    case kLarge: return Value::number(ranked(sortedNumbers(s), k, true));
+    case kSmall: return Value::number(ranked(sortedNumbers(s), k, false));
+    case kPercentileInc: return Value::number(percentileInclusive(sortedNumbers(s), k));
+    case kQuartileInc: return Value::number(quartile(sortedNumbers(s), k, false));
+    case kPercentileExc: return Value::number(percentileExclusive(sortedNumbers(s), k));
+    default: return Value::number(quartile(sortedNumbers(s), k, true));
     }
 }
 
@@ -226,9 +229,8 @@ Value aggregate(Call& call) {
     const auto ks = call.matrix(3);
     Matrix out(ks->rows(), ks->columns());
     for (size_t i = 0; i < ks->size(); ++i) {
-        Sample copy = s;
         try {
-            out.set(i, compute(which, copy, toNumber(ks->at(i), call.settings())));
+            out.set(i, compute(which, s, toNumber(ks->at(i), call.settings())));
         } catch (const CalcError& e) {
             out.set(i, Value::error(e.code));
         }

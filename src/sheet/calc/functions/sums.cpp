@@ -29,25 +29,29 @@ Value sumSq(Call& call) {
 }
 
 // SUMPRODUCT multiplies arrays of one size element by element; what is not a number counts as
-// 0, so that booleans must be turned into numbers (--(A1:A9>0)) to count.
+// 0, so that booleans must be turned into numbers (--(A1:A9>0)) to count. Each array in turn
+// gives its first error, then is checked for its size, then is folded into the products, so that
+// only one array at a time is held.
 Value sumProduct(Call& call) {
-    // Each array in turn: its first error, then its size.
-    std::vector<std::shared_ptr<const Matrix>> arrays;
+    std::vector<double> products;
+    int32_t rows = 0, columns = 0;
     for (size_t i = 0; i < call.count(); ++i) {
         if (call.isMissing(i)) return Value::error(ecValue);
-        arrays.push_back(call.matrix(i));
-        const Matrix& m = *arrays.back();
-        for (size_t k = 0; k < m.size(); ++k) {
-            if (m.kindAt(k) == ValueKind::Error) return m.at(k);
+        const auto m = call.matrix(i);
+        for (size_t k = 0; k < m->size(); ++k) {
+            if (m->kindAt(k) == ValueKind::Error) return m->at(k);
         }
-        if (m.rows() != arrays.front()->rows() || m.columns() != arrays.front()->columns()) return Value::error(ecValue);
+        if (i == 0) {
+            rows = m->rows();
+            columns = m->columns();
+            products.assign(m->size(), 1);
+        } else if (m->rows() != rows || m->columns() != columns) {
+            return Value::error(ecValue);
+        }
+        for (size_t k = 0; k < m->size(); ++k) products[k] *= m->kindAt(k) == ValueKind::Number ? m->numberAt(k) : 0;
     }
     double total = 0;
-    for (size_t k = 0; k < arrays.front()->size(); ++k) {
-        double term = 1;
-        for (const auto& m : arrays) term *= m->kindAt(k) == ValueKind::Number ? m->numberAt(k) : 0;
-        total += term;
-    }
+    for (double p : products) total += p;
     return Value::number(total);
 }
 

@@ -69,9 +69,9 @@ Value reciprocal(double denominator) {
     return Value::number(1 / denominator);
 }
 
-Value sin(Call& call) { return Value::number(sine(angle(call)) + 0.0); }
+Value sin(Call& call) { return Value::number(sine(angle(call))); }
 Value cos(Call& call) { return Value::number(cosine(angle(call))); }
-Value tan(Call& call) { return Value::number(tangent(angle(call)) + 0.0); }
+Value tan(Call& call) { return Value::number(tangent(angle(call))); }
 Value cot(Call& call) {
     const double x = angle(call);
     if (x == 0) return Value::error(ecDivByZero);
