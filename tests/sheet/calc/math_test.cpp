@@ -165,6 +165,27 @@ TEST_F(Math, AnalysisToolPakArgumentsRefuseRangesAndBooleans) {
     });
 }
 
+// An array formula over cells of row 20 from column A: built-in functions run element by
+// element over a range, Analysis ToolPak functions refuse it as a whole.
+TEST_F(Math, ArrayFormulasRunOverRangesElementByElement) {
+    fill(u"A1", {u"4\t-1\tx\t\tTRUE", u"2\t0.2\tTRUE\t3\t4"});
+    const auto arrayShown = [&](std::u16string_view formula, int32_t columns) {
+        SheetTable& sheet = book.sheet(0);
+        const CellRect area{0, 19, columns - 1, 19};
+        sheet.createCell(19, 0).setArrayFormula(formula, area, false);
+        for (int32_t c = 1; c < columns; ++c) sheet.createCell(19, c).setArrayMember(area, false);
+        std::u16string shown;
+        for (int32_t c = 0; c < columns; ++c) shown += (c ? u"|" : u"") + sheet.getCell(19, c).displayText();
+        return shown;
+    };
+    EXPECT_EQ(arrayShown(u"=SQRT(A1:E1)", 5), u"2|#NUM!|#VALUE!|0|1");
+    EXPECT_EQ(arrayShown(u"=ROUND(A1:B1*1.234,A2:B2)", 3), u"4.94|-1|#N/A");
+    EXPECT_EQ(arrayShown(u"=FACTDOUBLE(A1:B1)", 3), u"#VALUE!|#VALUE!|#VALUE!");
+    EXPECT_EQ(arrayShown(u"=FACTDOUBLE(A2:E2+0)", 5), u"2|1|1|3|8");
+    EXPECT_EQ(arrayShown(u"=MUNIT(A2:C2)", 3), u"1|#VALUE!|1");
+    EXPECT_EQ(arrayShown(u"=SUM(A1:B2*2)", 2), u"10.4|10.4");
+}
+
 TEST_F(Math, IntegerFunctionsReadEveryValueBeforeJudgingIt) {
     fill(u"A1", {u"-0.4\t1\t1.7", u"\t\t1.2", u"ciao\t5\t3.4", u"\t\t2.3"});
     expectShown({
