@@ -1,6 +1,7 @@
 // SUMIF and SUMIFS: sums of the cells whose partners meet criteria. Only cells that exist can add
 // anything, so both walk the cells of the sum range that exist and look up the partners at the
 // same offsets: a whole column costs what its filled cells cost.
+#include <algorithm>
 #include <array>
 
 #include "sheet/calc/functions/math_support.h"
