@@ -44,6 +44,7 @@ double openProbability(Call& call, size_t index) {
 // ---- normal and lognormal ----
 
 Value normDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double x = call.number(0), mean = call.number(1), sd = positive(call, 2);
     const double z = (x - mean) / sd;
     const bool cumulative = call.boolean(3);
@@ -51,6 +52,7 @@ Value normDist(Call& call) {
 }
 
 Value normSDist(Call& call) {
+    convertArguments(call, "nb");
     const double z = call.number(0);
     return Value::number(call.boolean(1) ? normalCdf(z) : normalDensity(z));
 }
@@ -58,6 +60,7 @@ Value normSDist(Call& call) {
 Value normSDistCumulative(Call& call) { return Value::number(normalCdf(call.number(0))); }
 
 Value normInv(Call& call) {
+    convertArguments(call, "nnn");
     const double p = openProbability(call, 0), mean = call.number(1), sd = positive(call, 2);
     return Value::number(mean + sd * normalQuantile(p));
 }
@@ -65,6 +68,7 @@ Value normInv(Call& call) {
 Value normSInv(Call& call) { return Value::number(normalQuantile(openProbability(call, 0))); }
 
 Value logNormDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double x = positive(call, 0), mean = call.number(1), sd = positive(call, 2);
     const double z = (std::log(x) - mean) / sd;
     const bool cumulative = call.count() < 4 || call.boolean(3);
@@ -72,6 +76,7 @@ Value logNormDist(Call& call) {
 }
 
 Value logNormInv(Call& call) {
+    convertArguments(call, "nnn");
     const double p = openProbability(call, 0), mean = call.number(1), sd = positive(call, 2);
     return Value::number(std::exp(mean + sd * normalQuantile(p)));
 }
@@ -88,11 +93,13 @@ Value gauss(Call& call) {
 // ---- exponential and Weibull ----
 
 Value exponDist(Call& call) {
+    convertArguments(call, "nnb");
     const double x = nonNegative(call, 0), lambda = positive(call, 1);
     return Value::number(call.boolean(2) ? -std::expm1(-lambda * x) : lambda * std::exp(-lambda * x));
 }
 
 Value weibullDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double x = nonNegative(call, 0), alpha = positive(call, 1), beta = positive(call, 2);
     const double power = std::pow(x / beta, alpha);
     if (call.boolean(3)) return Value::number(-std::expm1(-power));
@@ -102,6 +109,7 @@ Value weibullDist(Call& call) {
 // ---- gamma ----
 
 Value gammaDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double x = nonNegative(call, 0), alpha = positive(call, 1), beta = positive(call, 2);
     if (call.boolean(3)) return Value::number(lowerGamma(alpha, x / beta));
     return Value::number(gammaDensity(alpha, x / beta) / beta);
@@ -128,6 +136,7 @@ double gammaUpperQuantile(double q, double a) {
 }
 
 Value gammaInv(Call& call) {
+    convertArguments(call, "nnn");
     const double p = probability(call, 0), alpha = positive(call, 1), beta = positive(call, 2);
     return Value::number(beta * gammaQuantile(p, alpha));
 }
@@ -143,22 +152,26 @@ Value gammaLn(Call& call) { return Value::number(logGamma(positive(call, 0))); }
 // ---- chi-squared ----
 
 Value chisqDist(Call& call) {
+    convertArguments(call, "nnb");
     const double x = nonNegative(call, 0), df = freedom(call, 1);
     if (call.boolean(2)) return Value::number(lowerGamma(df / 2, x / 2));
     return Value::number(gammaDensity(df / 2, x / 2) / 2);
 }
 
 Value chisqDistRt(Call& call) {
+    convertArguments(call, "nn");
     const double x = nonNegative(call, 0), df = freedom(call, 1);
     return Value::number(upperGamma(df / 2, x / 2));
 }
 
 Value chisqInv(Call& call) {
+    convertArguments(call, "nn");
     const double p = probability(call, 0), df = freedom(call, 1);
     return Value::number(2 * gammaQuantile(p, df / 2));
 }
 
 Value chisqInvRt(Call& call) {
+    convertArguments(call, "nn");
     const double q = probability(call, 0), df = freedom(call, 1);
     return Value::number(2 * gammaUpperQuantile(q, df / 2));
 }
@@ -177,6 +190,7 @@ Bounds boundsOf(Call& call, size_t first) {
 }
 
 Value betaDistribution(Call& call, bool cumulative, size_t boundsAt) {
+    convertArguments(call, boundsAt == 4 ? "nnnbnn" : "nnnnn");
     const double x = call.number(0), alpha = positive(call, 1), beta = positive(call, 2);
     if (cumulative && boundsAt == 4) cumulative = call.boolean(3);
     const Bounds b = boundsOf(call, boundsAt);
@@ -191,6 +205,7 @@ Value betaDist(Call& call) { return betaDistribution(call, true, 4); }
 Value betaDistCompatible(Call& call) { return betaDistribution(call, true, 3); }
 
 Value betaInv(Call& call) {
+    convertArguments(call, "nnnnn");
     const double p = probability(call, 0), alpha = positive(call, 1), beta = positive(call, 2);
     const Bounds b = boundsOf(call, 3);
     if (p == 0) return Value::error(ecNUM);
@@ -208,6 +223,7 @@ Value betaInv(Call& call) {
 // ---- F ----
 
 Value fDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double x = nonNegative(call, 0), d1 = freedom(call, 1), d2 = freedom(call, 2);
     if (call.boolean(3)) return Value::number(fTails(x, d1, d2).lower);
     const double denominator = d1 * x + d2;
@@ -216,6 +232,7 @@ Value fDist(Call& call) {
 }
 
 Value fDistRt(Call& call) {
+    convertArguments(call, "nnn");
     const double x = nonNegative(call, 0), d1 = freedom(call, 1), d2 = freedom(call, 2);
     return Value::number(fTails(x, d1, d2).upper);
 }
@@ -231,11 +248,13 @@ double fQuantile(double p, double q, double d1, double d2) {
 }
 
 Value fInv(Call& call) {
+    convertArguments(call, "nnn");
     const double p = probability(call, 0), d1 = freedom(call, 1), d2 = freedom(call, 2);
     return Value::number(fQuantile(p, 1 - p, d1, d2));
 }
 
 Value fInvRt(Call& call) {
+    convertArguments(call, "nnn");
     const double q = probability(call, 0), d1 = freedom(call, 1), d2 = freedom(call, 2);
     return Value::number(fQuantile(1 - q, q, d1, d2));
 }
@@ -249,23 +268,31 @@ double tFreedom(Call& call, size_t index) {
 }
 
 Value tDist(Call& call) {
-    const double t = call.number(0), df = tFreedom(call, 1);
-    if (call.boolean(2)) return Value::number(t < 0 ? studentTails(-t, df).upper : studentTails(t, df).lower);
+    convertArguments(call, "nnb");
+    const double t = call.number(0);
+    const bool cumulative = call.boolean(2);
+    // No degrees of freedom divide the density by zero; the distribution is out of range.
+    if (!cumulative && std::trunc(call.number(1)) == 0) return Value::error(ecDivByZero);
+    const double df = tFreedom(call, 1);
+    if (cumulative) return Value::number(t < 0 ? studentTails(-t, df).upper : studentTails(t, df).lower);
     const double density = std::exp(-logBeta(df / 2, 0.5) - (df + 1) / 2 * std::log1p(t * t / df)) / std::sqrt(df);
     return Value::number(density);
 }
 
 Value tDist2T(Call& call) {
+    convertArguments(call, "nn");
     const double t = nonNegative(call, 0), df = tFreedom(call, 1);
     return Value::number(2 * studentTails(t, df).upper);
 }
 
 Value tDistRt(Call& call) {
+    convertArguments(call, "nn");
     const double t = call.number(0), df = tFreedom(call, 1);
     return Value::number(t < 0 ? studentTails(-t, df).lower : studentTails(t, df).upper);
 }
 
 Value tDistCompatible(Call& call) {
+    convertArguments(call, "nnn");
     const double t = nonNegative(call, 0), df = tFreedom(call, 1);
     const double tails = std::trunc(call.number(2));
     if (tails != 1 && tails != 2) return Value::error(ecNUM);
@@ -273,11 +300,13 @@ Value tDistCompatible(Call& call) {
 }
 
 Value tInv(Call& call) {
+    convertArguments(call, "nn");
     const double p = openProbability(call, 0), df = tFreedom(call, 1);
     return Value::number(p < 0.5 ? -studentUpperQuantile(p, df) : studentUpperQuantile(1 - p, df));
 }
 
 Value tInv2T(Call& call) {
+    convertArguments(call, "nn");
     const double p = call.number(0), df = tFreedom(call, 1);
     if (p <= 0 || p > 1) return Value::error(ecNUM);
     return Value::number(studentUpperQuantile(p / 2, df));

@@ -23,6 +23,7 @@ double binomialCdf(double k, double n, double p) {
 }
 
 Value binomDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double k = count(call, 0), n = count(call, 1), p = probability(call, 2);
     const bool cumulative = call.boolean(3);
     if (n < 0 || k < 0 || k > n) return Value::error(ecNUM);
@@ -30,6 +31,7 @@ Value binomDist(Call& call) {
 }
 
 Value binomDistRange(Call& call) {
+    convertArguments(call, "nnnn");
     const double n = count(call, 0), p = probability(call, 1), s = count(call, 2);
     const double s2 = call.isMissing(3) ? s : count(call, 3);
     if (n < 0 || s < 0 || s > n || s2 < s || s2 > n) return Value::error(ecNUM);
@@ -43,6 +45,7 @@ Value binomDistRange(Call& call) {
 
 // The smallest k whose cumulative binomial probability reaches alpha.
 Value binomInv(Call& call) {
+    convertArguments(call, "nnn");
     const double n = count(call, 0), p = probability(call, 1), alpha = probability(call, 2);
     if (n < 0) return Value::error(ecNUM);
     if (n <= 10000) {
@@ -62,6 +65,7 @@ Value binomInv(Call& call) {
 }
 
 Value negBinomDist(Call& call) {
+    convertArguments(call, "nnnb");
     const double failures = count(call, 0), successes = count(call, 1), p = probability(call, 2);
     const bool cumulative = call.count() > 3 && call.boolean(3);
     if (failures < 0 || successes < 1) return Value::error(ecNUM);
@@ -79,6 +83,7 @@ struct Hypergeometric {
 
     double probability(double k) const {
         if (k < lowest() || k > highest()) return 0;
+        if (lowest() == highest()) return 1;
         // Three binomial terms of one probability n / N, whose large factors cancel exactly.
         const double p = n / N, q = (N - n) / N;
         return binomialProbability(k, K, p, q) * binomialProbability(n - k, N - K, p, q) /
@@ -107,15 +112,17 @@ struct Hypergeometric {
 };
 
 Value hypgeomDist(Call& call) {
+    convertArguments(call, "nnnnb");
     const double k = count(call, 0), n = count(call, 1), K = count(call, 2), N = count(call, 3);
     const bool cumulative = call.count() > 4 && call.boolean(4);
-    if (N <= 0 || n <= 0 || n > N || K <= 0 || K > N) return Value::error(ecNUM);
+    if (k < 0 || n < 0 || K < 0 || n > N || K > N) return Value::error(ecNUM);
     const Hypergeometric h{n, K, N};
     if (k < h.lowest() || k > h.highest()) return Value::error(ecNUM);
     return Value::number(cumulative ? h.cdf(k) : h.probability(k));
 }
 
 Value poissonDist(Call& call) {
+    convertArguments(call, "nnb");
     const double k = count(call, 0), mean = call.number(1);
     const bool cumulative = call.boolean(2);
     if (k < 0 || mean < 0) return Value::error(ecNUM);
@@ -124,6 +131,7 @@ Value poissonDist(Call& call) {
 }
 
 Value permut(Call& call) {
+    convertArguments(call, "nn");
     const double n = count(call, 0), k = count(call, 1);
     if (n <= 0 || k < 0 || n < k) return Value::error(ecNUM);
     // Past 170 factors the product overflows whatever they are.
@@ -134,6 +142,7 @@ Value permut(Call& call) {
 }
 
 Value permutationA(Call& call) {
+    convertArguments(call, "nn");
     const double n = count(call, 0), k = count(call, 1);
     if (n < 0 || k < 0) return Value::error(ecNUM);
     return Value::number(std::pow(n, k));

@@ -11,18 +11,19 @@ namespace {
 using namespace special;
 
 Value chisqTest(Call& call) {
+    // Errors of the observed values come before those of the expected ones.
+    arrayNumbers(call, 0);
+    arrayNumbers(call, 1);
     const auto actual = call.matrix(0);
-    const auto expected = call.matrix(1);
-    if (actual->rows() != expected->rows() || actual->columns() != expected->columns()) return Value::error(ecNA);
-    const auto observed = numbersInPlace(call, 0);
-    const auto predicted = numbersInPlace(call, 1);
+    const Pairs pairs = pairedNumbers(call, 0, 1);
+    if (pairs.x.empty()) return Value::error(ecDivByZero);
     double statistic = 0;
-    for (size_t i = 0; i < observed.size(); ++i) {
-        if (!observed[i] || !predicted[i]) continue;
-        if (*predicted[i] < 0) return Value::error(ecNUM);
-        if (*predicted[i] == 0) return Value::error(ecDivByZero);
-        const double d = *observed[i] - *predicted[i];
-        statistic += d * d / *predicted[i];
+    for (size_t i = 0; i < pairs.x.size(); ++i) {
+        const double expected = pairs.y[i];
+        if (expected < 0) return Value::error(ecNUM);
+        if (expected == 0) return Value::error(ecDivByZero);
+        const double d = pairs.x[i] - expected;
+        statistic += d * d / expected;
     }
     const int32_t rows = actual->rows(), columns = actual->columns();
     const double freedom = rows > 1 && columns > 1 ? double(rows - 1) * (columns - 1) : double(rows * columns - 1);
@@ -31,9 +32,7 @@ Value chisqTest(Call& call) {
 }
 
 Value fTest(Call& call) {
-    std::vector<double> first, second;
-    collectNumbersOf(call, 0, first);
-    collectNumbersOf(call, 1, second);
+    const std::vector<double> first = arrayNumbers(call, 0), second = arrayNumbers(call, 1);
     const double v1 = variance(first, true), v2 = variance(second, true);
     if (v1 == 0 || v2 == 0) return Value::error(ecDivByZero);
     const Tails tails = fTails(v1 / v2, double(first.size() - 1), double(second.size() - 1));
@@ -58,9 +57,7 @@ Value tTest(Call& call) {
         if (v == 0) return Value::error(ecDivByZero);
         return Value::number(tProbability(meanOf(differences) / std::sqrt(v / n), n - 1, tails));
     }
-    std::vector<double> first, second;
-    collectNumbersOf(call, 0, first);
-    collectNumbersOf(call, 1, second);
+    const std::vector<double> first = arrayNumbers(call, 0), second = arrayNumbers(call, 1);
     const double n1 = double(first.size()), n2 = double(second.size());
     const double v1 = variance(first, true), v2 = variance(second, true);
     const double difference = meanOf(first) - meanOf(second);
@@ -77,17 +74,15 @@ Value tTest(Call& call) {
 }
 
 Value zTest(Call& call) {
+    const double x = call.number(1);
+    const bool given = !call.isMissing(2);
+    double sigma = given ? call.number(2) : 0;
+    if (given && sigma <= 0) return Value::error(ecNUM);
     std::vector<double> values;
     collectNumbersOf(call, 0, values);
-    const double x = call.number(1);
     if (values.empty()) return Value::error(ecNA);
-    double sigma;
-    if (call.isMissing(2)) {
-        sigma = std::sqrt(variance(values, true));
-    } else {
-        sigma = call.number(2);
-    }
-    if (sigma <= 0) return Value::error(sigma == 0 ? ecDivByZero : ecNUM);
+    if (!given) sigma = std::sqrt(variance(values, true));
+    if (sigma == 0) return Value::error(ecDivByZero);
     const double z = (meanOf(values) - x) / (sigma / std::sqrt(double(values.size())));
     return Value::number(normalCdf(-z));
 }
@@ -104,11 +99,13 @@ Interval intervalOf(Call& call) {
 }
 
 Value confidenceNorm(Call& call) {
+    convertArguments(call, "nnn");
     const Interval i = intervalOf(call);
     return Value::number(-normalQuantile(i.alpha / 2) * i.sd / std::sqrt(i.size));
 }
 
 Value confidenceT(Call& call) {
+    convertArguments(call, "nnn");
     const Interval i = intervalOf(call);
     if (i.size == 1) return Value::error(ecDivByZero);
     return Value::number(studentUpperQuantile(i.alpha / 2, i.size - 1) * i.sd / std::sqrt(i.size));
@@ -121,12 +118,15 @@ Value prob(Call& call) {
     const double upper = call.number(3, lower);
     if (xs.size() != ps.size()) return Value::error(ecNA);
     double total = 0, inside = 0;
+    size_t counted = 0;
     for (size_t i = 0; i < xs.size(); ++i) {
         if (!ps[i]) continue;
+        ++counted;
         if (*ps[i] < 0 || *ps[i] > 1) return Value::error(ecNUM);
         total += *ps[i];
         if (xs[i] && *xs[i] >= lower && *xs[i] <= upper) inside += *ps[i];
     }
+    if (counted == 0) return Value::error(ecDivByZero);
     if (std::fabs(total - 1) > 1e-7) return Value::error(ecNUM);
     return Value::number(inside);
 }

@@ -19,8 +19,8 @@ std::vector<double> sortedNumbersOf(Call& call, size_t index) {
 
 // The k-th value from the small end (k from 1); a k between two positions takes the next one.
 Value kth(Call& call, bool fromLarge) {
-    const std::vector<double> values = sortedNumbersOf(call, 0);
     const double k = std::ceil(call.number(1));
+    const std::vector<double> values = sortedNumbersOf(call, 0);
     if (!(k >= 1 && k <= double(values.size()))) return Value::error(ecNUM);
     const size_t i = size_t(k) - 1;
     return Value::number(fromLarge ? values[values.size() - 1 - i] : values[i]);
@@ -60,41 +60,38 @@ double percentile(const std::vector<double>& sorted, double k, bool exclusive) {
 
 template <bool exclusive>
 Value percentileFunction(Call& call) {
-    const std::vector<double> values = sortedNumbersOf(call, 0);
-    return Value::number(percentile(values, call.number(1), exclusive));
+    const double k = call.number(1);
+    return Value::number(percentile(sortedNumbersOf(call, 0), k, exclusive));
 }
 
 template <bool exclusive>
 Value quartile(Call& call) {
+    const double given = call.number(1), quart = std::trunc(given);
     const std::vector<double> values = sortedNumbersOf(call, 0);
-    const double quart = std::trunc(call.number(1));
-    if (exclusive ? quart <= 0 || quart >= 4 : quart < 0 || quart > 4) return Value::error(ecNUM);
+    if (given < 0 || (exclusive ? quart <= 0 || quart >= 4 : quart > 4)) return Value::error(ecNUM);
     return Value::number(percentile(values, quart / 4, exclusive));
 }
 
 // The rank of x among sorted data as a fraction, cut (not rounded) to `significance` digits.
 template <bool exclusive>
 Value percentRank(Call& call) {
-    const std::vector<double> values = sortedNumbersOf(call, 0);
     const double x = call.number(1);
     const double significance = std::trunc(call.number(2, 3));
+    const std::vector<double> values = sortedNumbersOf(call, 0);
     if (significance < 1) return Value::error(ecNUM);
     const size_t n = values.size();
     if (n == 0 || x < values.front() || x > values.back()) return Value::error(ecNA);
-    // The rank of a value of the data from the count of those below it.
-    const auto rankOf = [&](double value) {
-        const double below = double(std::lower_bound(values.begin(), values.end(), value) - values.begin());
-        if (exclusive) return (below + 1) / double(n + 1);
-        return n == 1 ? 1.0 : below / double(n - 1);
-    };
+    // A value of the data ranks by the count of those below it; between two values the rank runs
+    // on from the last of the lower one.
     const auto upper = std::lower_bound(values.begin(), values.end(), x);
-    double rank;
+    double position;
     if (*upper == x) {
-        rank = rankOf(x);
+        position = double(upper - values.begin());
     } else {
         const double hi = *upper, lo = *(upper - 1);
-        rank = rankOf(lo) + (x - lo) / (hi - lo) * (rankOf(hi) - rankOf(lo));
+        position = double(upper - values.begin() - 1) + (x - lo) / (hi - lo);
     }
+    const double rank = exclusive ? (position + 1) / double(n + 1) : n == 1 ? 1.0 : position / double(n - 1);
     const double scale = std::pow(10.0, std::min(significance, 15.0));
     return Value::number(std::floor(round15(rank * scale)) / scale);
 }
@@ -115,8 +112,8 @@ Value rank(Call& call) {
 }
 
 Value trimMean(Call& call) {
-    const std::vector<double> values = sortedNumbersOf(call, 0);
     const double percent = call.number(1);
+    const std::vector<double> values = sortedNumbersOf(call, 0);
     if (percent < 0 || percent >= 1 || values.empty()) return Value::error(ecNUM);
     // The points left out are rounded down to an even number, half from each end.
     const size_t cut = size_t(std::floor(round15(double(values.size()) * percent) / 2));
@@ -154,7 +151,7 @@ Frequencies frequenciesOf(const std::vector<double>& data) {
 
 // The most frequent values, the first to appear first; none when no value repeats.
 std::vector<double> modes(Call& call) {
-    const Frequencies f = frequenciesOf(collectNumbers(call, 0));
+    const Frequencies f = frequenciesOf(collectNumbers(call, 0, {.skipBadDirectText = true}));
     const size_t most = f.counts.empty() ? 0 : *std::max_element(f.counts.begin(), f.counts.end());
     std::vector<double> out;
     if (most < 2) fail(ecNA);
@@ -178,7 +175,12 @@ Value modeMultiple(Call& call) {
 Value frequency(Call& call) {
     std::vector<double> data, bins;
     collectNumbersOf(call, 0, data);
-    collectNumbersOf(call, 1, bins);
+    // Bins given as one cell or value take it as a number, a blank being 0.
+    const Value& binsArgument = call.arg(1);
+    if (binsArgument.isScalar() || (binsArgument.isReference() && binsArgument.areaCount() == 1 && binsArgument.area().isCell()))
+        bins.push_back(call.number(1));
+    else
+        collectNumbersOf(call, 1, bins);
     if (int64_t(bins.size()) + 1 > kMaxArrayElements) return Value::error(ecNUM);
     std::vector<size_t> order(bins.size());
     std::iota(order.begin(), order.end(), 0);

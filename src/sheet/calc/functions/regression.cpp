@@ -30,7 +30,11 @@ Moments momentsOf(const Pairs& pairs) {
 }
 
 // Functions of (known y's, known x's) take the y's first.
-Moments knownMoments(Call& call, size_t yIndex) { return momentsOf(pairedNumbers(call, yIndex + 1, yIndex)); }
+Moments knownMoments(Call& call, size_t yIndex) {
+    Pairs pairs = pairedNumbers(call, yIndex, yIndex + 1);
+    std::swap(pairs.x, pairs.y);
+    return momentsOf(pairs);
+}
 
 double correlation(const Moments& m) {
     if (m.sxx == 0 || m.syy == 0) fail(ecDivByZero);
@@ -82,7 +86,7 @@ Value forecast(Call& call) {
 
 // ---- least squares ----
 
-// Every element of an argument as a number; anything else is #VALUE!.
+// Every element of an argument as a number; anything else, errors too, is #VALUE!.
 struct Grid {
     int32_t rows = 0, columns = 0;
     std::vector<double> values;   // row by row
@@ -90,11 +94,11 @@ struct Grid {
 };
 
 Grid gridOf(Call& call, size_t index) {
+    if (call.arg(index).isError()) fail(ecValue);
     const auto m = call.matrix(index);
     Grid grid{m->rows(), m->columns(), std::vector<double>(m->size())};
     for (size_t i = 0; i < m->size(); ++i) {
         const ValueKind kind = m->kindAt(i);
-        if (kind == ValueKind::Error) fail(m->at(i).error());
         if (kind != ValueKind::Number) fail(ecValue);
         grid.values[i] = m->numberAt(i);
     }
@@ -271,7 +275,17 @@ Fit fit(const Observations& o, bool constant) {
     return result;
 }
 
-bool constantOf(Call& call, size_t index) { return call.isMissing(index) || call.boolean(index); }
+// A switch of the fits; an error there is #VALUE!, as every fault of their arguments is.
+bool switchOf(Call& call, size_t index, bool ifMissing) {
+    if (call.isMissing(index)) return ifMissing;
+    try {
+        return call.boolean(index);
+    } catch (const CalcError&) {
+        fail(ecValue);
+    }
+}
+
+bool constantOf(Call& call, size_t index) { return switchOf(call, index, true); }
 
 Value linestResult(const Fit& f, bool stats, bool exponential) {
     const size_t k = f.m.size();
@@ -299,7 +313,7 @@ template <bool exponential>
 Value linest(Call& call) {
     const Observations o = observationsOf(call, exponential);
     const bool constant = constantOf(call, 2);
-    const bool stats = call.boolean(3, false);
+    const bool stats = switchOf(call, 3, false);
     return linestResult(fit(o, constant), stats, exponential);
 }
 

@@ -61,7 +61,7 @@ double deviance(double x, double m) {
 double gammaPrefix(double a, double x) {
     if (x == 0) return 0;
     if (a < kStirlingFrom) return std::exp(a * std::log(x) - x - logGamma(a));
-    return std::sqrt(a / (2 * std::numbers::pi)) * std::exp(-deviance(x, a) - stirlingCorrection(a));
+    return std::sqrt(a / (2 * std::numbers::pi)) * std::exp(-deviance(a, x) - stirlingCorrection(a));
 }
 
 double lowerGammaSeries(double a, double x) {

@@ -107,7 +107,12 @@ double standardizedMoment(const std::vector<double>& values, bool sample, int po
     const double s = std::sqrt(variance(values, sample));
     if (s == 0) fail(ecDivByZero);
     double total = 0;
-    for (double x : values) total += std::pow((x - mean) / s, power);
+    for (double x : values) {
+        const double z = (x - mean) / s;
+        double term = z;
+        for (int i = 1; i < power; ++i) term *= z;
+        total += term;
+    }
     return total;
 }
 

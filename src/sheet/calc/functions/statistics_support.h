@@ -2,6 +2,7 @@
 // What the files of the statistical family share: their parts of the family's function list,
 // the sums the descriptive statistics are made of, and the pairing of two lists of data.
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "sheet/calc/functions/support.h"
@@ -24,12 +25,21 @@ double squaredDeviations(std::span<const double> values);
 // The sample variance (n - 1 in the denominator) or the population one; #DIV/0! with too few.
 double variance(std::span<const double> values, bool sample);
 
-// Two lists of data paired element by element, as CORREL, SLOPE or T.TEST take them: a pair
-// counts only when both are numbers. Lists of different sizes are #N/A.
+// Two lists of data paired element by element, as CORREL, SLOPE or T.TEST take them: x from
+// the argument `first`, y from `second`. A pair counts only when both are numbers; lists of
+// different sizes are #N/A, and the first error met, pair by pair, is the result.
 struct Pairs {
     std::vector<double> x, y;
 };
-Pairs pairedNumbers(Call& call, size_t xIndex, size_t yIndex);
+Pairs pairedNumbers(Call& call, size_t first, size_t second);
+
+// Converts the arguments given, in order, as numbers ('n') or switches ('b'), so that a text
+// that is no number is #VALUE! before any argument is found out of its range.
+void convertArguments(Call& call, std::string_view kinds);
+
+// Numbers of one array of two-array functions (F.TEST, T.TEST, CHISQ.TEST): as in a reference,
+// and an error is the result, except #NULL!, which these functions of Excel pass over.
+std::vector<double> arrayNumbers(Call& call, size_t index);
 
 // The probability argument of an inverse: a number in [0, 1], or #NUM!.
 double probability(Call& call, size_t index);
