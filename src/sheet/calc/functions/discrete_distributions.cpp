@@ -117,7 +117,9 @@ Value hypgeomDist(Call& call) {
     const bool cumulative = call.count() > 4 && call.boolean(4);
     if (k < 0 || n < 0 || K < 0 || n > N || K > N) return Value::error(ecNUM);
     const Hypergeometric h{n, K, N};
-    if (k < h.lowest() || k > h.highest()) return Value::error(ecNUM);
+    // Fewer successes than the sample must hold have no chance; more than it can hold are out of range.
+    if (k > h.highest()) return Value::error(ecNUM);
+    if (k < h.lowest()) return Value::number(0);
     return Value::number(cumulative ? h.cdf(k) : h.probability(k));
 }
 

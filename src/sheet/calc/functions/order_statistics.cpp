@@ -17,9 +17,9 @@ std::vector<double> sortedNumbersOf(Call& call, size_t index) {
     return values;
 }
 
-// The k-th value from the small end (k from 1); a k between two positions takes the next one.
+// The k-th value from the small end (k from 1, truncated).
 Value kth(Call& call, bool fromLarge) {
-    const double k = std::ceil(call.number(1));
+    const double k = std::trunc(call.number(1));
     const std::vector<double> values = sortedNumbersOf(call, 0);
     if (!(k >= 1 && k <= double(values.size()))) return Value::error(ecNUM);
     const size_t i = size_t(k) - 1;
