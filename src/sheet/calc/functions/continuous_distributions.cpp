@@ -144,7 +144,7 @@ Value gammaInv(Call& call) {
 Value gammaFunction(Call& call) {
     const double x = call.number(0);
     if (x <= 0 && x == std::floor(x)) return Value::error(ecNUM);
-    return Value::number(gamma(x));
+    return Value::number(special::gamma(x));
 }
 
 Value gammaLn(Call& call) { return Value::number(logGamma(positive(call, 0))); }

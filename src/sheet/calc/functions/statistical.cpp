@@ -81,13 +81,19 @@ Value devSq(Call& call) {
 Value geoMean(Call& call) {
     const std::vector<double> values = numbers<false>(call);
     if (values.empty()) return Value::error(ecNUM);
-    // A sum of logarithms: a product of many values would overflow.
-    double logs = 0;
+    // The product kept as a mantissa and a power of two, which neither overflows nor loses the
+    // digits a sum of logarithms would.
+    double mantissa = 1;
+    int64_t exponent = 0;
     for (double x : values) {
         if (x <= 0) return Value::error(ecNUM);
-        logs += std::log(x);
+        int e;
+        mantissa = std::frexp(mantissa * x, &e);
+        exponent += e;
     }
-    return Value::number(std::exp(logs / double(values.size())));
+    const double n = double(values.size());
+    const double whole = std::floor(double(exponent) / n);
+    return Value::number(std::pow(mantissa, 1 / n) * std::exp2(double(exponent) / n - whole) * std::exp2(whole));
 }
 
 Value harMean(Call& call) {
