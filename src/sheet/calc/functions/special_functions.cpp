@@ -100,7 +100,10 @@ double betaPrefix(double x, double y, double a, double b) {
         const double correction = stirlingCorrection(n) - stirlingCorrection(a) - stirlingCorrection(b);
         return std::sqrt(a * q / (2 * std::numbers::pi)) * std::exp(exponent + correction);
     }
-    return std::exp(a * std::log(x) + b * std::log(y) - logBeta(a, b));
+    // The logarithm of the larger of x and y from the smaller, which holds all its digits.
+    const double logX = x <= y ? std::log(x) : std::log1p(-y);
+    const double logY = x <= y ? std::log1p(-x) : std::log(y);
+    return std::exp(a * logX + b * logY - logBeta(a, b));
 }
 
 // The continued fraction of I_x(a, b), which converges fast for x < (a + 1) / (a + b + 2).
@@ -253,6 +256,17 @@ double normalQuantile(double p) {
 }
 
 double binomialProbability(double k, double n, double p, double q) {
+    if (n <= 1000 && k >= 0 && k <= n && p > 0 && q > 0) {
+        // Few trials: the product itself, exact in its binomial coefficient, unless a power of
+        // it would leave the range of doubles.
+        const double powers = std::pow(p, k) * std::pow(q, n - k);
+        if (powers > 1e-280) {
+            double coefficient = 1;
+            const double m = std::min(k, n - k);
+            for (double i = 1; i <= m; ++i) coefficient = coefficient * (n - m + i) / i;
+            return std::round(coefficient) * powers;
+        }
+    }
     if (p == 0) return k == 0 ? 1 : 0;
     if (q == 0) return k == n ? 1 : 0;
     if (k == 0) {
