@@ -383,6 +383,13 @@ Tails fTails(double x, double d1, double d2) {
 }
 
 Tails studentTails(double t, double df) {
+    if (df == 1) {
+        // The Cauchy distribution, in closed form: its tails reach far beyond where t² overflows.
+        const double upper = std::atan2(1.0, t) / std::numbers::pi;
+        return {1 - upper, upper};
+    }
+    // Beyond this the upper tail is below the smallest double.
+    if (t > 1e154) return {1, 0};
     // P(|T| > t) is the incomplete beta function of df / (df + t²).
     const double denominator = df + t * t, x = df / denominator, y = t * t / denominator;
     return {0.5 + 0.5 * incompleteBetaComplement(x, y, df / 2, 0.5), 0.5 * incompleteBeta(x, y, df / 2, 0.5)};
@@ -390,6 +397,7 @@ Tails studentTails(double t, double df) {
 
 double studentUpperQuantile(double q, double df) {
     if (q == 0.5) return 0;
+    if (df == 1) return 1 / std::tan(std::numbers::pi * q);
     const double t = invertDistribution([&](double x) { return studentTails(x, df).lower; },
                                         [&](double x) { return studentTails(x, df).upper; }, 1 - q, q, 0, 1);
     if (std::isnan(t)) fail(ecNUM);

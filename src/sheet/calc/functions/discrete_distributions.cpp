@@ -59,7 +59,9 @@ Value binomInv(Call& call) {
     double lo = -1, hi = n;   // cdf(lo) < alpha <= cdf(hi)
     while (hi - lo > 1) {
         const double mid = std::floor((lo + hi) / 2);
-        (binomialCdf(mid, n, p) >= alpha ? hi : lo) = mid;
+        const double cdf = binomialCdf(mid, n, p);
+        if (std::isnan(cdf)) return Value::error(ecNUM);
+        (cdf >= alpha ? hi : lo) = mid;
     }
     return Value::number(hi);
 }

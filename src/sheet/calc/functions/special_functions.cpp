@@ -9,9 +9,13 @@ namespace {
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 constexpr double kTiny = 1e-300;
 constexpr double kLogSqrt2Pi = 0.91893853320467274178;   // ln √(2π)
-// The series and continued fractions below converge in about √a steps for a parameter a; this
-// bounds them for parameters up to 10^12 while no sensible input comes near.
-constexpr int kMaxIterations = 10'000'000;
+// The series and continued fractions below converge in about 8√a steps for a parameter a, so
+// parameters are taken up to 10^11 and the steps bounded accordingly; beyond, the functions are
+// NaN (#NUM! in a cell), as they are when a sum fails to converge.
+constexpr double kMaxParameter = 1e11;
+constexpr int kMaxIterations = 4'000'000;
+
+bool outOfReach(double a, double x) { return std::isnan(x) || !(a > 0 && a <= kMaxParameter); }
 // From here on Stirling's series is exact to the last bit.
 constexpr double kStirlingFrom = 15;
 
@@ -69,9 +73,9 @@ double lowerGammaSeries(double a, double x) {
     for (int n = 1; n < kMaxIterations; ++n) {
         term *= x / (a + n);
         sum += term;
-        if (std::fabs(term) < std::fabs(sum) * kEpsilon) break;
+        if (std::fabs(term) < std::fabs(sum) * kEpsilon) return sum * gammaPrefix(a, x);
     }
-    return sum * gammaPrefix(a, x);
+    return std::nan("");
 }
 
 // The continued fraction of Q(a, x), by Lentz's method.
@@ -87,9 +91,9 @@ double upperGammaFraction(double a, double x) {
         d = 1 / d;
         const double delta = d * c;
         h *= delta;
-        if (std::fabs(delta - 1) < kEpsilon) break;
+        if (std::fabs(delta - 1) < kEpsilon) return gammaPrefix(a, x) * h;
     }
-    return gammaPrefix(a, x) * h;
+    return std::nan("");
 }
 
 // x^a y^b / B(a, b) with y = 1 - x, again relative to the mean a / (a + b) when both are large.
@@ -130,9 +134,9 @@ double betaFraction(double x, double y, double a, double b) {
         d = 1 / d;
         const double delta = d * c;
         h *= delta;
-        if (std::fabs(delta - 1) < kEpsilon) break;
+        if (std::fabs(delta - 1) < kEpsilon) return betaPrefix(x, y, a, b) * h / a;
     }
-    return betaPrefix(x, y, a, b) * h / a;
+    return std::nan("");
 }
 
 // sin(πx), exact at the integers.
@@ -191,12 +195,14 @@ double logBeta(double a, double b) {
 }
 
 double lowerGamma(double a, double x) {
+    if (outOfReach(a, x)) return std::nan("");
     if (x <= 0) return 0;
     if (std::isinf(x)) return 1;
     return x < a + 1 ? lowerGammaSeries(a, x) : 1 - upperGammaFraction(a, x);
 }
 
 double upperGamma(double a, double x) {
+    if (outOfReach(a, x)) return std::nan("");
     if (x <= 0) return 1;
     if (std::isinf(x)) return 0;
     return x < a + 1 ? 1 - lowerGammaSeries(a, x) : upperGammaFraction(a, x);
@@ -215,6 +221,7 @@ double betaDensity(double x, double y, double a, double b) {
 }
 
 double incompleteBeta(double x, double y, double a, double b) {
+    if (outOfReach(a, x) || outOfReach(b, y)) return std::nan("");
     if (x <= 0) return 0;
     if (y <= 0) return 1;
     if (x < (a + 1) / (a + b + 2)) return betaFraction(x, y, a, b);
@@ -222,6 +229,7 @@ double incompleteBeta(double x, double y, double a, double b) {
 }
 
 double incompleteBetaComplement(double x, double y, double a, double b) {
+    if (outOfReach(a, x) || outOfReach(b, y)) return std::nan("");
     if (x <= 0) return 1;
     if (y <= 0) return 0;
     if (x < (a + 1) / (a + b + 2)) return 1 - betaFraction(x, y, a, b);

@@ -17,7 +17,8 @@ double gamma(double x);
 double logBeta(double a, double b);
 
 // The regularized incomplete gamma function P(a, x) and its complement Q(a, x) = 1 - P(a, x),
-// each computed directly so that a small tail keeps its digits; a > 0, x >= 0.
+// each computed directly so that a small tail keeps its digits; 0 < a <= 10^11, x >= 0. Outside,
+// and for NaN, they are NaN; so are the incomplete beta functions below.
 double lowerGamma(double a, double x);
 double upperGamma(double a, double x);
 
