@@ -132,18 +132,18 @@ Value prob(Call& call) {
 }
 
 constexpr FunctionSpec kFunctions[] = {
-    {u"CHISQ.TEST", 2, 2, "RR", chisqTest, kNoBiffId, kFilePrefix},
-    {u"CHITEST", 2, 2, "RR", chisqTest, 306},
-    {u"F.TEST", 2, 2, "RR", fTest, kNoBiffId, kFilePrefix},
-    {u"FTEST", 2, 2, "RR", fTest, 310},
-    {u"T.TEST", 4, 4, "RRVV", tTest, kNoBiffId, kFilePrefix},
-    {u"TTEST", 4, 4, "RRVV", tTest, 316},
-    {u"Z.TEST", 2, 3, "RVV", zTest, kNoBiffId, kFilePrefix},
-    {u"ZTEST", 2, 3, "RVV", zTest, 324},
+    {u"CHISQ.TEST", 2, 2, "AA", chisqTest, kNoBiffId, kFilePrefix},
+    {u"CHITEST", 2, 2, "AA", chisqTest, 306},
+    {u"F.TEST", 2, 2, "AA", fTest, kNoBiffId, kFilePrefix},
+    {u"FTEST", 2, 2, "AA", fTest, 310},
+    {u"T.TEST", 4, 4, "AAVV", tTest, kNoBiffId, kFilePrefix},
+    {u"TTEST", 4, 4, "AAVV", tTest, 316},
+    {u"Z.TEST", 2, 3, "AVV", zTest, kNoBiffId, kFilePrefix},
+    {u"ZTEST", 2, 3, "AVV", zTest, 324},
     {u"CONFIDENCE.NORM", 3, 3, "VVV", confidenceNorm, kNoBiffId, kFilePrefix},
     {u"CONFIDENCE", 3, 3, "VVV", confidenceNorm, 277},
     {u"CONFIDENCE.T", 3, 3, "VVV", confidenceT, kNoBiffId, kFilePrefix},
-    {u"PROB", 3, 4, "RRVV", prob, 317},
+    {u"PROB", 3, 4, "AAVV", prob, 317},
 };
 
 }  // namespace

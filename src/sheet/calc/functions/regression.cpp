@@ -356,21 +356,21 @@ Value trend(Call& call) {
 }
 
 constexpr FunctionSpec kFunctions[] = {
-    {u"CORREL", 2, 2, "RR", correl, 307},
-    {u"PEARSON", 2, 2, "RR", correl, 312},
-    {u"RSQ", 2, 2, "RR", rsq, 313},
-    {u"SLOPE", 2, 2, "RR", slope, 315},
-    {u"INTERCEPT", 2, 2, "RR", intercept, 311},
-    {u"STEYX", 2, 2, "RR", steyx, 314},
-    {u"COVAR", 2, 2, "RR", covarianceP, 308},
-    {u"COVARIANCE.P", 2, 2, "RR", covarianceP, kNoBiffId, kFilePrefix},
-    {u"COVARIANCE.S", 2, 2, "RR", covarianceS, kNoBiffId, kFilePrefix},
-    {u"FORECAST", 3, 3, "VRR", forecast, 309},
-    {u"FORECAST.LINEAR", 3, 3, "VRR", forecast, kNoBiffId, kFilePrefix},
-    {u"LINEST", 1, 4, "RRVV", linest<false>, 49},
-    {u"LOGEST", 1, 4, "RRVV", linest<true>, 51},
-    {u"TREND", 1, 4, "RRRV", trend<false>, 50},
-    {u"GROWTH", 1, 4, "RRRV", trend<true>, 52},
+    {u"CORREL", 2, 2, "AA", correl, 307},
+    {u"PEARSON", 2, 2, "AA", correl, 312},
+    {u"RSQ", 2, 2, "AA", rsq, 313},
+    {u"SLOPE", 2, 2, "AA", slope, 315},
+    {u"INTERCEPT", 2, 2, "AA", intercept, 311},
+    {u"STEYX", 2, 2, "AA", steyx, 314},
+    {u"COVAR", 2, 2, "AA", covarianceP, 308},
+    {u"COVARIANCE.P", 2, 2, "AA", covarianceP, kNoBiffId, kFilePrefix},
+    {u"COVARIANCE.S", 2, 2, "AA", covarianceS, kNoBiffId, kFilePrefix},
+    {u"FORECAST", 3, 3, "VAA", forecast, 309},
+    {u"FORECAST.LINEAR", 3, 3, "VAA", forecast, kNoBiffId, kFilePrefix},
+    {u"LINEST", 1, 4, "AAVV", linest<false>, 49},
+    {u"LOGEST", 1, 4, "AAVV", linest<true>, 51},
+    {u"TREND", 1, 4, "AAAV", trend<false>, 50},
+    {u"GROWTH", 1, 4, "AAAV", trend<true>, 52},
 };
 
 }  // namespace
