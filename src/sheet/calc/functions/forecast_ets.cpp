@@ -167,10 +167,12 @@ Smoothing smooth(const std::vector<double>& y, int m, const Parameters& p) {
         }
         first /= double(m);
         second /= double(m);
-        s.level = first;
+        // The first season's mean is the level at its middle; each of its values less the
+        // level at its own step is its seasonal part.
         s.trend = (second - first) / double(m);
+        s.level = first - s.trend * double(m - 1) / 2;
         s.season.resize(period);
-        for (size_t i = 0; i < period; ++i) s.season[i] = y[i] - first;
+        for (size_t i = 0; i < period; ++i) s.season[i] = y[i] - (s.level + s.trend * double(i));
     } else {
         s.level = y[0];
         s.trend = y[1] - y[0];
