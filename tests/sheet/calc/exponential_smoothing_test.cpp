@@ -37,8 +37,9 @@ TEST_F(ExponentialSmoothing, SeriesTheModelDescribesAreForecastExactly) {
     };
     for (const auto& c : cases) EXPECT_NEAR(number(c.formula), c.expected, 1e-9) << narrow(c.formula);
     EXPECT_GT(number(u"=FORECAST.ETS.CONFINT(5,{1,3,2,5,3,6},{1,2,3,4,5,6},0.95,0)"), 0);
-    // Without completion the missing step is 0, and the line is broken.
-    EXPECT_GT(std::fabs(number(u"=FORECAST.ETS(6,{10,20,40},{1,2,4},0,0)") - 60), 1);
+    // Without completion the missing step is 0, and the line no longer fits without error.
+    EXPECT_EQ(number(u"=FORECAST.ETS.STAT({10,20,40},{1,2,4},7,0)"), 0);
+    EXPECT_GT(number(u"=FORECAST.ETS.STAT({10,20,40},{1,2,4},7,0,0)"), 1);
 }
 
 TEST_F(ExponentialSmoothing, BadTimelinesAndOptionsAreRefused) {
