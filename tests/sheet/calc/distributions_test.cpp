@@ -141,6 +141,7 @@ TEST_F(Distributions, ArgumentsOutOfTheirDomainGiveExcelsError) {
         {u"=HYPGEOM.DIST(3,2,3,3,TRUE)", u"#NUM!"},
         {u"=HYPGEOM.DIST(1,5,3,4,FALSE)", u"#NUM!"},
         {u"=NEGBINOM.DIST(1,0,0.5,TRUE)", u"#NUM!"},
+        {u"=NEGBINOM.DIST(1,1,0,TRUE)", u"#NUM!"},
         {u"=POISSON.DIST(-1,2,TRUE)", u"#NUM!"},
         {u"=POISSON.DIST(3,0,TRUE)", u"1"},
         {u"=PERMUT(10,3)&\",\"&PERMUT(10.9,3.9)", u"720,720"},

@@ -137,6 +137,7 @@ TEST_F(Regression, TestsOfHypotheses) {
         {u"=Z.TEST({1,2},3,0)", u"#NUM!"},
         {u"=Z.TEST({1,#N/A},#DIV/0!)", u"#DIV/0!"},         // x before the data
         {u"=Z.TEST({\"a\"},1)", u"#N/A"},
+        {u"=Z.TEST({5},1,2)", u"#DIV/0!"},
         {u"=PROB({1,2,3},{0.2,0.3,0.5},2)", u"0.3"},
         {u"=PROB({1,2,3},{0.2,0.3,0.5},2,3)", u"0.8"},
         {u"=PROB({1,2,3},{0.2,0.3,0.4},2)", u"#NUM!"},    // probabilities must add to 1

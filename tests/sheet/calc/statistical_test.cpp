@@ -167,9 +167,10 @@ TEST_F(Statistical, RanksModesAndFrequenciesFollowTheDataOrder) {
         {u"=MODE(F1:F6)", u"3"},                        // 3 and 5 tie: the first seen
         {u"=MODE.SNGL(1,2,3)", u"#N/A"},
         {u"=MODE.SNGL(F1:F6,\"\")", u"3"},
+        {u"=MODE.SNGL(F1:F6,)", u"#VALUE!"},
         {u"=CONCAT(MODE.MULT(F1:F6)&\";\")", u"3;5;"},
         {u"=CONCAT(FREQUENCY(F1:F6,{4;2})&\";\")", u"2;1;2;"},   // bins in their own order
-        {u"=CONCAT(FREQUENCY(F1:F6,G1)&\";\")", u"0;5;"},        // an empty bin cell is 0
+        {u"=CONCAT(FREQUENCY(F1:F6,G1:G3)&\";\")", u"0;5;"},     // no bins: one at 0
         {u"=FREQUENCY(F1:F6,B1:B3)", u"#N/A"},
     });
 }

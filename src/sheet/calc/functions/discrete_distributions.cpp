@@ -70,7 +70,7 @@ Value negBinomDist(Call& call) {
     convertArguments(call, "nnnb");
     const double failures = count(call, 0), successes = count(call, 1), p = probability(call, 2);
     const bool cumulative = call.count() > 3 && call.boolean(3);
-    if (failures < 0 || successes < 1) return Value::error(ecNUM);
+    if (failures < 0 || successes < 1 || p == 0) return Value::error(ecNUM);
     if (cumulative) return Value::number(incompleteBeta(p, 1 - p, successes, failures + 1));
     const double trials = failures + successes;
     return Value::number(successes / trials * binomialProbability(successes, trials, p, 1 - p));

@@ -81,6 +81,8 @@ Value zTest(Call& call) {
     std::vector<double> values;
     collectNumbersOf(call, 0, values);
     if (values.empty()) return Value::error(ecNA);
+    // A single value has no spread, even beside a given sigma.
+    if (values.size() < 2) return Value::error(ecDivByZero);
     if (!given) sigma = std::sqrt(variance(values, true));
     if (sigma == 0) return Value::error(ecDivByZero);
     const double z = (meanOf(values) - x) / (sigma / std::sqrt(double(values.size())));

@@ -149,8 +149,12 @@ Frequencies frequenciesOf(const std::vector<double>& data) {
     return out;
 }
 
-// The most frequent values, the first to appear first; none when no value repeats.
+// The most frequent values, the first to appear first; none when no value repeats. An argument
+// left empty is #VALUE!.
 std::vector<double> modes(Call& call) {
+    for (size_t i = 0; i < call.count(); ++i) {
+        if (call.isMissing(i)) fail(ecValue);
+    }
     const Frequencies f = frequenciesOf(collectNumbers(call, 0, {.skipBadDirectText = true}));
     const size_t most = f.counts.empty() ? 0 : *std::max_element(f.counts.begin(), f.counts.end());
     std::vector<double> out;
@@ -175,12 +179,9 @@ Value modeMultiple(Call& call) {
 Value frequency(Call& call) {
     std::vector<double> data, bins;
     collectNumbersOf(call, 0, data);
-    // Bins given as one cell or value take it as a number, a blank being 0.
-    const Value& binsArgument = call.arg(1);
-    if (binsArgument.isScalar() || (binsArgument.isReference() && binsArgument.areaCount() == 1 && binsArgument.area().isCell()))
-        bins.push_back(call.number(1));
-    else
-        collectNumbersOf(call, 1, bins);
+    collectNumbersOf(call, 1, bins);
+    // Bins without a number count as a single bin at 0.
+    if (bins.empty()) bins.push_back(0);
     if (int64_t(bins.size()) + 1 > kMaxArrayElements) return Value::error(ecNUM);
     std::vector<size_t> order(bins.size());
     std::iota(order.begin(), order.end(), 0);
