@@ -5,7 +5,7 @@
 #include <map>
 #include <unordered_map>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 #include "sheet/calc/compile.h"
 #include "sheet/cell_formula.h"
 #include "sheet/format/number_format.h"

@@ -1,4 +1,4 @@
-#include "workbook/binary_format.h"
+#include "workbook/native/binary_format.h"
 
 #include <bit>
 #include <cstring>

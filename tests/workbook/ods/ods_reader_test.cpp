@@ -1,4 +1,4 @@
-#include "workbook/ods_reader.h"
+#include "workbook/ods/ods_reader.h"
 
 #include <gtest/gtest.h>
 
