@@ -99,8 +99,9 @@ double upperGammaFraction(double a, double x) {
 // x^a y^b / B(a, b) with y = 1 - x, again relative to the mean a / (a + b) when both are large.
 double betaPrefix(double x, double y, double a, double b) {
     if (a >= kStirlingFrom && b >= kStirlingFrom) {
-        const double n = a + b, p = a / n, q = b / n;
-        const double exponent = a * std::log1p((x - p) / p) + b * std::log1p((y - q) / q);
+        // x / p - 1 as (x n - a) / a, whose one rounding keeps what p's own would lose.
+        const double n = a + b, q = b / n;
+        const double exponent = a * std::log1p(std::fma(x, n, -a) / a) + b * std::log1p(std::fma(y, n, -b) / b);
         const double correction = stirlingCorrection(n) - stirlingCorrection(a) - stirlingCorrection(b);
         return std::sqrt(a * q / (2 * std::numbers::pi)) * std::exp(exponent + correction);
     }
