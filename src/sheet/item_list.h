@@ -162,15 +162,15 @@ private:
 
     Item* findInDirectory(int32_t index) {
         if (!directory_) {
-            directory_ = std::make_unique<std::vector<Item*>>();
-            for (Item* item = first_; item; item = item->next) directory_->push_back(item);
-            missing_ = 0;
+            directory_ = std::make_unique<Directory>();
+            for (Item* item = first_; item; item = item->next) directory_->items.push_back(item);
         }
-        auto it = std::lower_bound(directory_->begin(), directory_->end(), index,
+        const std::vector<Item*>& items = directory_->items;
+        auto it = std::lower_bound(items.begin(), items.end(), index,
                                    [](const Item* item, int32_t i) { return item->index < i; });
-        if (missing_ == 0) return *it;   // index <= last's index, so lower_bound never reaches the end
+        if (directory_->missing == 0) return *it;   // index <= last's index, so lower_bound never reaches the end
         // Items missing from the directory lie between its items: walk on from the one before.
-        Item* item = it == directory_->begin() ? first_ : *(it - 1);
+        Item* item = it == items.begin() ? first_ : *(it - 1);
         while (item->index < index) item = item->next;
         return item;
     }
@@ -182,7 +182,7 @@ private:
             linkBefore(item, first_);
         } else if (item->index > last_->index) {
             linkAfter(item, last_);
-            if (directory_) directory_->push_back(item);
+            if (directory_) directory_->items.push_back(item);
             return;
         } else if (item->index < hint->index) {
             linkBefore(item, hint);
@@ -190,8 +190,8 @@ private:
             linkAfter(item, hint);
         }
         if (directory_) {
-            ++missing_;
-            if (missing_ * missing_ > directory_->size()) directory_.reset();
+            ++directory_->missing;
+            if (directory_->missing * directory_->missing > directory_->items.size()) directory_.reset();
         }
     }
 
@@ -224,8 +224,13 @@ private:
     Item* cursor_ = nullptr;
     Item* first_ = nullptr;
     Item* last_ = nullptr;
-    std::unique_ptr<std::vector<Item*>> directory_;
-    size_t missing_ = 0;   // items linked in since the directory was built, not at its end
+    // Built when a long list is first searched far from its ends; a row of a few cells, the
+    // common case, never has one and pays a pointer for it.
+    struct Directory {
+        std::vector<Item*> items;
+        size_t missing = 0;   // items linked in since it was built, not at its end
+    };
+    std::unique_ptr<Directory> directory_;
 };
 
 }  // namespace kes

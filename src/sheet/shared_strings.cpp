@@ -99,7 +99,7 @@ void SharedStringTable::grow(size_t slots) {
 SharedString* SharedStringTable::acquire(std::u16string_view text) {
     const uint32_t hash = hashOf(text);
     SharedString*& recent = recent_[hash % kRecent];
-    if (recent && recent->hash_ == hash && recent->text() == text) {
+    if (recent && recent->text() == text) {
         ++recent->refs_;
         return recent;
     }
@@ -116,7 +116,6 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
     entry->writerIndex = 0;
     entry->refs_ = 1;
     entry->length_ = static_cast<uint32_t>(text.size());
-    entry->hash_ = hash;
     std::memcpy(entry->chars_, text.data(), text.size() * sizeof(char16_t));
     slots_[slot] = {entry, hash};
     ++count_;
@@ -126,10 +125,13 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
 
 void SharedStringTable::release(SharedString* entry) {
     if (--entry->refs_ != 0) return;
-    if (recent_[entry->hash_ % kRecent] == entry) recent_[entry->hash_ % kRecent] = nullptr;
+    // The hash is not kept with the entry, which a million texts would pay for: it is computed
+    // again, once, for the entry that goes.
+    const uint32_t hash = hashOf(entry->text());
+    if (recent_[hash % kRecent] == entry) recent_[hash % kRecent] = nullptr;
     // Remove by backward-shift, so that probing never needs tombstones.
     const size_t mask = slotCount_ - 1;
-    size_t hole = slotOf(entry->text(), entry->hash_);
+    size_t hole = slotOf(entry->text(), hash);
     for (size_t i = (hole + 1) & mask; slots_[i].entry; i = (i + 1) & mask) {
         const size_t home = slots_[i].hash & mask;
         // Move the entry back when the hole lies cyclically within [home, i).

@@ -21,7 +21,6 @@ private:
     friend class SharedStringTable;
     uint32_t refs_;
     uint32_t length_;
-    uint32_t hash_;
     char16_t chars_[1];   // length_ units follow, allocated with the entry
 };
 
