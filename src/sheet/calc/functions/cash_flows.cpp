@@ -91,7 +91,7 @@ Value irr(Call& call) {
 }
 
 // MIRR: the rate that grows the outflows, financed at one rate, into the inflows reinvested at
-// another.
+// another; without outflows there is nothing to grow (#DIV/0!), without inflows it is -100%.
 Value mirr(Call& call) {
     const std::vector<double> values = flows(call, 0);
     const double financeRate = call.number(1), reinvestRate = call.number(2);
@@ -101,7 +101,7 @@ Value mirr(Call& call) {
         if (values[i] > 0) inflows += values[i] * std::pow(1 + reinvestRate, n - 1 - double(i));
         else outflows += values[i] / std::pow(1 + financeRate, double(i));
     }
-    if (inflows == 0 || outflows == 0) return Value::error(ecDivByZero);
+    if (outflows == 0) return Value::error(ecDivByZero);
     return Value::number(std::pow(-inflows / outflows, 1 / (n - 1)) - 1);
 }
 
