@@ -126,7 +126,16 @@ TEST_F(Financial, CashFlowsCountNumbersAndSkipOtherCells) {
         // From a guess far off, Newton's steps on the discount factor still arrive.
         {u"=IRR({-7,2,1,4,-3,-7,2,-1,4,4},7)", -0.021126011550541612},
         {u"=IRR({-0.1,2,0,4,5},5)", 19.105109618637595},
-        {u"=XIRR({-10000,2750,4250,3250,2750},{39448,39508,39751,39859,39904})", 0.3733625335188315},
+        {u"=XIRR({-100,50},{1,366})", -0.5},   // no bracket above 0: Newton finds it
+    });
+    // XIRR brackets the rate by doubling or halving the guess and bisects the bracket to 1e-8,
+    // taking its lower end: Excel's digits, guess by guess.
+    expectNumbers({
+        {u"=XIRR({-10000,2750,4250,3250,2750},{39448,39508,39751,39859,39904})", 0.37336252927780145},
+        {u"=XIRR({-10,1,5,0.0001,4.5},{1,99,55,4,9})", 0.5993197500705721},
+        {u"=XIRR({-10,1,5,0.0001,4.5},{1,99,55,4,9},1)", 0.5993197485804558},
+        {u"=XIRR({-10,1,5,0.0001,4.5},{1,99,55,4,9},4)", 0.5993197485804558},
+        {u"=XIRR({-10,1,5,0.0001,4.5},{1,99,55,4,9},32015)", 0.5993197540431083},
     });
     expectShown({
         {u"=NPV(0.1,A1:B3)", u"#DIV/0!"},   // an error in the range is the result
@@ -143,6 +152,7 @@ TEST_F(Financial, CashFlowsCountNumbersAndSkipOtherCells) {
         {u"=XIRR({-1,TRUE},{5,6})", u"#VALUE!"},
         {u"=XIRR({-1,#N/A},{5,#REF!})", u"#REF!"},   // the dates' errors come first
         {u"=XIRR({1,2},{1,2})", u"#NUM!"},
+        {u"=XIRR({-10,1,5,0.0001,4.5},{1,99,55,4,9},-0.1)", u"#NUM!"},   // doubling runs below -100%
     });
 }
 

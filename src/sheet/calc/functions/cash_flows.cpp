@@ -8,7 +8,7 @@ namespace kes::calc {
 namespace {
 
 // The iterative rates stop after this many steps, as Excel gives up on a guess that leads
-// nowhere.
+// nowhere; so does the search for a bracket.
 constexpr int kMaxSteps = 50;
 
 Value npv(Call& call) {
@@ -46,38 +46,15 @@ bool hasBothSigns(const std::vector<double>& values) {
     return positive && negative;
 }
 
-// Newton's method on a rate, from the guess; #NUM! when it leaves the rates above -100% or does
-// not settle.
-template <class Value_>
-Value solveRate(double guess, Value_&& valueAndSlope) {
-    double rate = guess;
-    for (int step = 0; step < kMaxSteps; ++step) {
-        double slope = 0;
-        const double value = valueAndSlope(rate, slope);
-        if (!std::isfinite(value) || !std::isfinite(slope) || slope == 0) break;
-        const double next = rate - value / slope;
-        if (!std::isfinite(next) || next <= -1) break;
-        if (std::fabs(next - rate) <= 1e-10 * std::max(1.0, std::fabs(next))) return Value::number(next);
-        rate = next;
-    }
-    return Value::error(ecNUM);
-}
-
-// IRR runs Newton's method on the discount factor 1 / (1 + rate), in which the net present
-// value is a polynomial: from a guess far from the answer it still finds its way, where the
-// same steps on the rate would overshoot below -100%.
-Value irr(Call& call) {
-    const std::vector<double> values = flows(call, 0);
-    const double guess = call.number(1, 0.1);
-    if (!hasBothSigns(values) || guess == -1) return Value::error(ecNUM);
+// Newton's method on the discount factor x = 1 / (1 + rate), in which a present value is a
+// sum of powers of x: from a guess far from the answer it still finds its way, where the same
+// steps on the rate overshoot below -100%. `valueAndSlope` gives the value at x and its slope.
+template <class ValueAndSlope>
+Value solveDiscountFactor(double guess, ValueAndSlope&& valueAndSlope) {
     double factor = 1 / (1 + guess), rate = guess;
     for (int step = 0; step < kMaxSteps; ++step) {
-        double value = 0, slope = 0, power = 1;
-        for (size_t k = 0; k < values.size(); ++k) {
-            if (k > 0) slope += double(k) * values[k] * power;
-            if (k > 0) power *= factor;
-            value += values[k] * power;
-        }
+        double slope = 0;
+        const double value = valueAndSlope(factor, slope);
         if (!std::isfinite(value) || !std::isfinite(slope) || slope == 0) break;
         factor -= value / slope;
         if (factor == 0 || !std::isfinite(factor)) break;
@@ -88,6 +65,24 @@ Value irr(Call& call) {
         rate = next;
     }
     return Value::error(ecNUM);
+}
+
+Value irr(Call& call) {
+    const std::vector<double> values = flows(call, 0);
+    const double guess = call.number(1, 0.1);
+    if (!hasBothSigns(values) || guess == -1) return Value::error(ecNUM);
+    return solveDiscountFactor(guess, [&](double factor, double& slope) {
+        double value = 0, power = 1;
+        slope = 0;
+        for (size_t k = 0; k < values.size(); ++k) {
+            if (k > 0) {
+                slope += double(k) * values[k] * power;
+                power *= factor;
+            }
+            value += values[k] * power;
+        }
+        return value;
+    });
 }
 
 // MIRR: the rate that grows the outflows, financed at one rate, into the inflows reinvested at
@@ -137,14 +132,9 @@ DatedFlows datedFlows(Call& call, size_t valuesIndex, size_t datesIndex) {
     return out;
 }
 
-double datedValue(const DatedFlows& flows, double rate, double& slope) {
+double datedValue(const DatedFlows& flows, double rate) {
     double total = 0;
-    slope = 0;
-    for (size_t i = 0; i < flows.values.size(); ++i) {
-        const double discounted = flows.values[i] / std::pow(1 + rate, flows.years[i]);
-        total += discounted;
-        slope -= flows.years[i] * discounted / (1 + rate);
-    }
+    for (size_t i = 0; i < flows.values.size(); ++i) total += flows.values[i] / std::pow(1 + rate, flows.years[i]);
     return total;
 }
 
@@ -152,15 +142,53 @@ Value xnpv(Call& call) {
     const double rate = addInNumber(call, 0);
     const DatedFlows flows = datedFlows(call, 1, 2);
     if (rate <= 0 || flows.values.empty()) return Value::error(ecNUM);
-    double slope = 0;
-    return Value::number(datedValue(flows, rate, slope));
+    return Value::number(datedValue(flows, rate));
 }
 
+// XIRR brackets the rate as Excel does: while the value at the guess is positive it doubles the
+// guess, while negative it halves it; then it halves the bracket until it is narrower than 1e-8
+// and gives its lower end. A guess that cannot be doubled or halved into a bracket (0, or a
+// negative rate below the answer) falls back to Newton's method; doubling past -100% is #NUM!.
 Value xirr(Call& call) {
     const double guess = addInNumber(call, 2, 0.1);
     const DatedFlows flows = datedFlows(call, 0, 1);
     if (guess <= -1 || !hasBothSigns(flows.values)) return Value::error(ecNUM);
-    return solveRate(guess, [&](double rate, double& slope) { return datedValue(flows, rate, slope); });
+    const auto value = [&](double rate) { return datedValue(flows, rate); };
+    const auto newton = [&] {
+        return solveDiscountFactor(guess, [&](double factor, double& slope) {
+            double total = 0;
+            slope = 0;
+            for (size_t i = 0; i < flows.values.size(); ++i) {
+                const double term = flows.values[i] * std::pow(factor, flows.years[i]);
+                total += term;
+                slope += flows.years[i] * term / factor;
+            }
+            return total;
+        });
+    };
+    constexpr double kWidth = 1e-8;
+    double low = guess, high = guess;
+    const double atGuess = value(guess);
+    if (!std::isfinite(atGuess)) return Value::error(ecNUM);
+    if (atGuess > 0) {
+        for (int step = 0; value(high) > 0; ++step) {
+            if (high == 0 || step == kMaxSteps) return newton();
+            low = high;
+            high *= 2;
+            if (high <= -1) return Value::error(ecNUM);
+        }
+    } else {
+        for (int step = 0; value(low) < 0; ++step) {
+            if (high - low >= 0 && step > 0 && high - low < kWidth) return newton();
+            high = low;
+            low /= 2;
+        }
+    }
+    while (high - low >= kWidth) {
+        const double middle = (low + high) / 2;
+        (value(middle) > 0 ? low : high) = middle;
+    }
+    return Value::number(low);
 }
 
 constexpr FunctionSpec kFunctions[] = {
