@@ -75,7 +75,7 @@ double depreciatedBy(double cost, double salvage, double life, double time, doub
                 switched = straight > decliningAmount;
                 amount = switched ? straight : decliningAmount;
             } else {
-                amount = straight;
+                amount = std::min(straight, std::max(bookValue - salvage, 0.0));
             }
             bookValue -= amount;
         }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 
 #include "sheet/calc/functions/add_in_arguments.h"
 #include "sheet/calc/functions/engineering_support.h"
@@ -217,10 +218,13 @@ constexpr Prefix kPrefixes[] = {
 };
 
 const Unit* findUnit(std::u16string_view name) {
-    for (const Unit& unit : kUnits) {
-        if (unit.name == name) return &unit;
-    }
-    return nullptr;
+    static const std::unordered_map<std::u16string_view, const Unit*> byName = [] {
+        std::unordered_map<std::u16string_view, const Unit*> map;
+        for (const Unit& unit : kUnits) map.emplace(unit.name, &unit);
+        return map;
+    }();
+    const auto it = byName.find(name);
+    return it == byName.end() ? nullptr : it->second;
 }
 
 // A unit as written: a unit's name, or a prefix and the name of a unit that takes it.
