@@ -49,6 +49,7 @@ TEST_F(Engineering, NumberBasesUseTenDigitsOfTwosComplement) {
         {u"=DEC2BIN(-512.7)", u"1000000000"},
         {u"=DEC2BIN(A1,3)", u"000"},
         {u"=DEC2HEX(-54)", u"FFFFFFFFCA"},
+        {u"=DEC2HEX(-1,2)", u"FFFFFFFFFF"},
         {u"=DEC2HEX(549755813887)", u"7FFFFFFFFF"},
         {u"=DEC2OCT(58,3)", u"072"},
         {u"=HEX2BIN(\"F\",8)", u"00001111"},
@@ -206,6 +207,38 @@ TEST_F(Engineering, ComplexNumbersReadAndWriteAsExcelDoes) {
     });
 }
 
+TEST_F(Engineering, ComplexPartsShowFifteenDigitsPlainFromOneHundredThousandth) {
+    expectShown({
+        {u"=IMSUM(\"0.00001\")", u"0.00001"},
+        {u"=IMSUM(\"0.000001\")", u"1E-06"},
+        {u"=IMSUM(\"123456789012345\")", u"123456789012345"},
+        {u"=IMSUM(\"1E15\")", u"1E+15"},
+        {u"=IMSUM(\"1234567890123456\")", u"1.23456789012346E+15"},
+        {u"=IMSUM(\"1.23456789012345678\")", u"1.23456789012346"},
+        {u"=IMSUB(\"0.1\",\"0.3\")", u"-0.2"},   // rounded to 15 digits, not -0.19999...
+        {u"=IMSUM(\"2.5E-7j\",\"1\")", u"1+2.5E-07j"},
+        {u"=IMSUM(\".5i\")", u"0.5i"},
+        {u"=IMSUM(\"-0\")", u"0"},
+    });
+}
+
+TEST_F(Engineering, HugeArgumentsEndInAResultOrAnError) {
+    expectNumbers({
+        {u"=BESSELJ(1,1E9)", 0},
+        {u"=ERF(1E300)", 1},
+        {u"=ERFC(-1E300)", 2},
+        {u"=IMABS(\"1e308+1e308i\")", 1.4142135623730951e308},
+    });
+    expectShown({
+        {u"=BESSELY(1,1E8)", u"#NUM!"},
+        {u"=DEC2BIN(1E300)", u"#NUM!"},
+        {u"=BITLSHIFT(1,1E300)", u"#NUM!"},
+        {u"=CONVERT(1E308,\"km\",\"m\")", u"#NUM!"},
+        {u"=IMEXP(\"1000\")", u"#NUM!"},
+        {u"=COMPLEX(1E308,-1E-308)", u"1E+308-1E-308i"},
+    });
+}
+
 TEST_F(Engineering, ConvertKnowsUnitsPrefixesAndTemperatures) {
     expectNumbers({
         {u"=CONVERT(1,\"lbm\",\"kg\")", 0.45359237},
@@ -230,6 +263,11 @@ TEST_F(Engineering, ConvertKnowsUnitsPrefixesAndTemperatures) {
         {u"=CONVERT(1,\"mmHg\",\"Pa\")", 133.322},
         {u"=CONVERT(1,\"kn\",\"m/h\")", 1852},
         {u"=CONVERT(A3,\"m\",\"cm\")", 320},
+        {u"=CONVERT(100,\"C\",\"F\")", 212},
+        {u"=CONVERT(-40,\"fah\",\"cel\")", -40},
+        {u"=CONVERT(1,\"kel\",\"C\")", -272.15},
+        {u"=CONVERT(1,\"Mibyte\",\"kbyte\")", 1048.576},
+        {u"=CONVERT(1,\"admkn\",\"kn\")", 1.0006393088552916},
     });
     expectShown({
         {u"=CONVERT(2.5,\"ft\",\"sec\")", u"#N/A"},

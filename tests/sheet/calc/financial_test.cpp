@@ -73,6 +73,7 @@ TEST_F(Financial, AnnuitiesSolveForAnyOfTheirTerms) {
         {u"=RATE(3300,-200,8000)", u"#NUM!"},      // and here never settles
         {u"=RATE(A3,1,1)", u"#VALUE!"},
         {u"=RATE(B2,1,1)", u"#DIV/0!"},
+        {u"=PV(#N/A,1/0,1)", u"#N/A"},   // errors in argument order
     });
 }
 
@@ -327,6 +328,22 @@ TEST_F(Financial, CompoundingAndFractionalDollars) {
         {u"=DOLLARDE(1.02,0)", u"#DIV/0!"},
         {u"=DOLLARDE(1.02,-1)", u"#NUM!"},
         {u"=DOLLARFR(TRUE,16)", u"#VALUE!"},
+    });
+}
+
+TEST_F(Financial, HugeArgumentsEndInAResultOrAnError) {
+    expectNumbers({
+        {u"=NPER(1E-300,1,1)", -1},   // a rate too small for log(1 + rate) to see
+        {u"=COUPNUM(1,2958465,4)", 32400},
+        {u"=IRR({1E308,-1E308})", 0},
+        {u"=AMORDEGRC(1E300,1,2,0,1E9,0.15)", 0},   // the amounts round away long before
+    });
+    expectShown({
+        {u"=VDB(1,0,1E9,0,1E9)", u"#NUM!"},   // more periods than any asset has
+        {u"=CUMIPMT(0.1,1E15,100,1,1E15,0)", u"#NUM!"},
+        {u"=RATE(1E300,-1,1)", u"#NUM!"},
+        {u"=SYD(1,0,1E308,1)", u"#NUM!"},
+        {u"=PRICE(1,DATE(9999,12,30),0.05,0.05,100,1)", u"#NUM!"},   // a coupon before the calendar
     });
 }
 

@@ -17,7 +17,8 @@ double growth(double rate, double periods) {
     return std::pow(base, periods);
 }
 
-// The annuity the functions below solve, with the payment's weight when it falls at the start.
+// An annuity: a present value grows at `rate` for `periods` periods with a payment each period,
+// at its end or its start, into a future value. The functions below solve it for one term.
 struct Annuity {
     double rate, periods, payment, present, future;
     bool atStart;
@@ -63,7 +64,7 @@ double principalPart(const Annuity& a, double period) {
     if (a.atStart && period == 1) return payment(a);
     const double q = growth(a.rate, a.periods);
     if (q == 1) fail(ecNUM);
-    double part = -(a.present + a.future) * a.rate * growth(a.rate, period - 1) / (q - 1);
+    const double part = -(a.present + a.future) * a.rate * growth(a.rate, period - 1) / (q - 1);
     return a.atStart ? part / (1 + a.rate) : part;
 }
 
@@ -107,12 +108,12 @@ Value nper(Call& call) {
         return Value::number(-(present + future) / pmt);
     }
     if (rate <= -1) return Value::error(ecNUM);
+    // log(numerator / denominator), written as log1p of their difference so that a tiny rate
+    // keeps its digits.
     const double weighted = pmt * (1 + rate * atStart);
     const double numerator = weighted - future * rate, denominator = weighted + present * rate;
-    if (denominator == 0) return Value::error(ecNUM);
-    const double ratio = numerator / denominator;
-    if (!(ratio > 0)) return Value::error(ecNUM);
-    return Value::number(std::log(ratio) / std::log1p(rate));
+    if (denominator == 0 || !(numerator / denominator > 0)) return Value::error(ecNUM);
+    return Value::number(std::log1p(-rate * (future + present) / denominator) / std::log1p(rate));
 }
 
 // RATE solves the annuity for its rate by Newton's method from the guess (10%), as Excel does,
