@@ -128,6 +128,7 @@ TEST_F(Financial, CashFlowsCountNumbersAndSkipOtherCells) {
         {u"=IRR({-7,2,1,4,-3,-7,2,-1,4,4},7)", -0.021126011550541612},
         {u"=IRR({-0.1,2,0,4,5},5)", 19.105109618637595},
         {u"=XIRR({-100,50},{1,366})", -0.5},   // no bracket above 0: Newton finds it
+        {u"=XIRR({-100,50},{1,366},-0.3)", -0.5},   // halving -0.3 moves away from it
     });
     // XIRR brackets the rate by doubling or halving the guess and bisects the bracket to 1e-8,
     // taking its lower end: Excel's digits, guess by guess.

@@ -147,8 +147,9 @@ Value xnpv(Call& call) {
 
 // XIRR brackets the rate as Excel does: while the value at the guess is positive it doubles the
 // guess, while negative it halves it; then it halves the bracket until it is narrower than 1e-8
-// and gives its lower end. A guess that cannot be doubled or halved into a bracket (0, or a
-// negative rate below the answer) falls back to Newton's method; doubling past -100% is #NUM!.
+// and gives the end where the value is positive (the lower one, for a positive rate). A guess
+// that doubling or halving cannot take across the answer (0, or the answer on the other side of
+// 0) falls back to Newton's method; doubling to -100% or below is #NUM!.
 Value xirr(Call& call) {
     const double guess = addInNumber(call, 2, 0.1);
     const DatedFlows flows = datedFlows(call, 0, 1);
@@ -167,28 +168,29 @@ Value xirr(Call& call) {
         });
     };
     constexpr double kWidth = 1e-8;
-    double low = guess, high = guess;
     const double atGuess = value(guess);
     if (!std::isfinite(atGuess)) return Value::error(ecNUM);
+    // `above` keeps a positive value, `below` a value of zero or less.
+    double above = guess, below = guess;
     if (atGuess > 0) {
-        for (int step = 0; value(high) > 0; ++step) {
-            if (high == 0 || step == kMaxSteps) return newton();
-            low = high;
-            high *= 2;
-            if (high <= -1) return Value::error(ecNUM);
+        for (int step = 0; value(below) > 0; ++step) {
+            if (below == 0 || step == kMaxSteps) return newton();
+            above = below;
+            below *= 2;
+            if (below <= -1) return Value::error(ecNUM);
         }
     } else {
-        for (int step = 0; value(low) < 0; ++step) {
-            if (high - low >= 0 && step > 0 && high - low < kWidth) return newton();
-            high = low;
-            low /= 2;
+        for (int step = 0; value(above) <= 0; ++step) {
+            if (step > 0 && std::fabs(below - above) < kWidth) return newton();
+            below = above;
+            above /= 2;
         }
     }
-    while (high - low >= kWidth) {
-        const double middle = (low + high) / 2;
-        (value(middle) > 0 ? low : high) = middle;
+    while (std::fabs(below - above) >= kWidth) {
+        const double middle = (above + below) / 2;
+        (value(middle) > 0 ? above : below) = middle;
     }
-    return Value::number(low);
+    return Value::number(above);
 }
 
 constexpr FunctionSpec kFunctions[] = {
