@@ -258,6 +258,10 @@ std::optional<double> readDateTime(std::u16string_view s, const FormatSettings& 
     FormatSettings plain = settings;
     plain.date1904 = false;
     if (const auto value = textToValue(s, plain); value && value->type == cdtDateTime) return value->number;
+    // Month first, as the English-language files and web pages that reach Chinese users write
+    // dates (1/31/2024 2:00 AM), when the system's order does not read the text.
+    plain.shortDateFormat = u"m/d/yyyy";
+    if (const auto value = textToValue(s, plain); value && value->type == cdtDateTime) return value->number;
     // ISO with a T between date and time, as web exports write it.
     if (const size_t t = s.find(u'T'); t == 10 && s.size() > 11) {
         const auto date = textToValue(s.substr(0, 10), plain);
