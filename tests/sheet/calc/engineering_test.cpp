@@ -222,6 +222,18 @@ TEST_F(Engineering, ComplexPartsShowFifteenDigitsPlainFromOneHundredThousandth) 
     });
 }
 
+TEST_F(Engineering, ValueArgumentsRunOverArraysElementByElement) {
+    expectShown({
+        {u"=INDEX(DEC2HEX({10,255}),2)", u"FF"},
+        {u"=INDEX(IMCONJUGATE({\"i\",\"2-j\"}),2)", u"2+j"},
+        {u"=IMSUM({\"i\",\"2\"},\"1\")", u"3+i"},   // but IMSUM adds up every element
+    });
+    expectNumbers({
+        {u"=SUM(BITAND({1,3,7},6))", 8},
+        {u"=INDEX(CONVERT({1,2},\"in\",\"cm\"),2)", 5.08},
+    });
+}
+
 TEST_F(Engineering, HugeArgumentsEndInAResultOrAnError) {
     expectNumbers({
         {u"=BESSELJ(1,1E9)", 0},

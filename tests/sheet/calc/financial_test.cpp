@@ -15,6 +15,10 @@ struct ShownCase {
 };
 
 std::string narrow(std::u16string_view text) { return std::string(text.begin(), text.end()); }
+std::u16string ascii(int number) {
+    const std::string digits = std::to_string(number);
+    return std::u16string(digits.begin(), digits.end());
+}
 
 // Iterative results agree with Excel's to the stopping point of the iteration, not to the last bit.
 ::testing::AssertionResult near(double actual, double expected) {
@@ -108,6 +112,19 @@ TEST_F(Financial, PaymentsSplitIntoInterestAndPrincipal) {
     });
 }
 
+TEST_F(Financial, InterestAndPrincipalAddUpToEachPayment) {
+    for (const char* type : {"0", "1"}) {
+        const std::u16string payment = u"PMT(0.07/12,24,5000,-300," + std::u16string(type, type + 1) + u")";
+        const double expected = number(u"=" + payment);
+        for (int period = 1; period <= 24; ++period) {
+            const std::u16string args = u"0.07/12," + ascii(period) + u",24,5000,-300," + std::u16string(type, type + 1);
+            EXPECT_TRUE(closeTo(number(u"=IPMT(" + args + u")+PPMT(" + args + u")"), expected)) << type << " " << period;
+        }
+        // The principal parts pay off the loan less its future value.
+        EXPECT_TRUE(closeTo(number(u"=CUMPRINC(0.07/12,24,5000,1,24," + std::u16string(type, type + 1) + u")"), -5000));
+    }
+}
+
 TEST_F(Financial, CashFlowsCountNumbersAndSkipOtherCells) {
     expectNumbers({
         {u"=NPV(0.1,-10000,3000,4200,6800)", 1188.4434123352207},
@@ -165,6 +182,7 @@ TEST_F(Financial, DepreciationSchedules) {
         {u"=DB(1000000,100000,6,1,7)", 186083.33333333334},
         {u"=DB(1000000,100000,6,2,7)", 259639.41666666666},
         {u"=DB(1000000,100000,6,7,7)", 15845.098473848082},   // the months left after the last year
+        {u"=DB(10000,1000,5,1,3)", 922.5},
         {u"=DDB(2400,300,10*365,1)", 1.3150684931506476},
         {u"=DDB(2400,300,10,2,1.5)", 306.0000000000002},
         {u"=DDB(2400,300,10,10)", 22.122547200000156},   // stops at the salvage value
@@ -205,6 +223,11 @@ TEST_F(Financial, DayCountBases) {
         {u"=YEARFRAC(44594,45351,1)", 2.0720802919708032},
         {u"=YEARFRAC(DATE(2023,2,28),DATE(2023,3,31),0)", 31 / 360.0},   // Feb 28 is a month end
         {u"=YEARFRAC(DATE(2024,2,28),DATE(2024,3,31),0)", 33 / 360.0},   // but not in a leap year
+        {u"=YEARFRAC(DATE(2008,1,29),DATE(2008,3,31),0)", 62 / 360.0},   // a 31st after a 29th stays
+        {u"=YEARFRAC(DATE(2008,1,29),DATE(2008,3,31),4)", 61 / 360.0},
+        {u"=YEARFRAC(DATE(2007,3,1),DATE(2008,2,29),1)", 365 / 366.0},   // ends on the 29th
+        {u"=YEARFRAC(DATE(2008,3,1),DATE(2009,3,1),1)", 1},               // after it: 365 days
+        {u"=YEARFRAC(36015,45386,2)", 26.030555555555555},
         {u"=YEARFRAC(E27,345,\"3\")", 345 / 365.0},
         {u"=DAYS360(DATE(2011,1,30),DATE(2011,2,1))", 1},
         {u"=DAYS360(DATE(2011,2,28),DATE(2011,3,31))", 30},
