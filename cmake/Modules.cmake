@@ -21,7 +21,8 @@ function(kes_module name dir)
   endif()
 endfunction()
 
-# kes_tests(NAME DIR LIBS...): one GoogleTest executable test_NAME of every .cpp in DIR.
+# kes_tests(NAME DIR LIBS...): one GoogleTest executable test_NAME of every .cpp in DIR;
+# CTest runs it in a native build.
 function(kes_tests name dir)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
   if(NOT sources)
@@ -30,6 +31,11 @@ function(kes_tests name dir)
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(test_${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main)
-  target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
-  gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60)
+  if(WIN32)
+    # Run under Wine, whose drive Z: is the Linux root.
+    target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="Z:${CMAKE_SOURCE_DIR}")
+  else()
+    target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+    gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60)
+  endif()
 endfunction()
