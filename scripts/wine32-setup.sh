@@ -59,8 +59,11 @@ ldconfig -r "$root"
 # Their debug information is most of the Windows DLLs' size.
 find "$windows" -type f -exec i686-w64-mingw32-strip --strip-debug {} + 2>/dev/null || true
 # The emulator looks in the root first and falls back to the host's files: without fonts of
-# its own the root shows the host's, the CJK font among them.
+# its own the root shows the host's, the CJK font among them. A file that does not exist yet is
+# made on the host, so the i386 fontconfig gets a cache folder of its own under build/.
 rm -rf "$root/usr/share/fonts" "$root/usr/share/doc" "$root/usr/share/man" "$root/usr/share/locale"
+mkdir -p "$dir/fontconfig-cache"
+sed -i "s|<cachedir>/var/cache/fontconfig</cachedir>|<cachedir>$dir/fontconfig-cache</cachedir>|" "$root/etc/fonts/fonts.conf"
 
 # Wine starts every Windows process as <its loader's folder>/wine, with the loader's name as
 # argv[0], and the server as <that folder>/wineserver: both become scripts that run the i386
@@ -83,5 +86,10 @@ chmod +x "$root/usr/lib/wine/wine" "$root/usr/lib/wine/wineserver"
 source scripts/wine32-env.sh
 wine wineboot -i >/dev/null 2>&1
 wineserver -w
+# The prefix holds copies of the builtin DLLs; the same files are linked instead of copied.
+for copy in "$WINEPREFIX"/drive_c/windows/system32/*; do
+  builtin=$windows/$(basename "$copy")
+  [ -f "$builtin" ] && cmp -s "$copy" "$builtin" && ln -f "$builtin" "$copy"
+done
 echo "$stamp" >"$dir/ready"
 echo "32-bit Wine ready in $((SECONDS - started)) s, $(du -sh "$dir" | cut -f1) on disk"
