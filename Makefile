@@ -32,6 +32,7 @@ test: native win32 win64
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh
 	@scripts/unit-tests-i686.sh
+	@scripts/e2e.sh win32
 
 # Every reader under libFuzzer for FUZZ_SECONDS each; `make test` gives them FUZZ_TEST_SECONDS.
 FUZZ_SECONDS ?= 300
