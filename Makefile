@@ -40,7 +40,7 @@ FUZZ_TEST_SECONDS ?= 7
 fuzz: native
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) scripts/fuzz.sh
 
-bench: native win64
+bench: native win32 win64
 	@scripts/run-benchmarks.sh
 
 demo: native win64
