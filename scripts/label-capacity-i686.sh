@@ -40,13 +40,13 @@ completes() {
 }
 
 # next GOOD BAD: the row count to try next, 0 when the search is done. The count doubles until
-# a sheet fails, then the gap is halved down to 1/8 of the largest that worked, at whole
+# a sheet fails, then the gap is halved down to 1/4 of the largest that worked, at whole
 # thousands (1,024 rows) so that later runs find their workbooks made.
 next() {
   local good=$1 bad=$2
   if [ "$bad" -eq 0 ]; then
     [ "$good" -ge "$max_rows" ] && echo 0 || echo $((good * 2 > max_rows ? max_rows : good * 2))
-  elif [ $((bad - good)) -gt $((good / 8)) ]; then
+  elif [ $((bad - good)) -gt $((good / 4)) ]; then
     echo $(((good + bad) / 2 / 1024 * 1024))
   else
     echo 0
