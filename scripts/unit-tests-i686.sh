@@ -27,7 +27,6 @@ for test in build/win32/bin/test_*.exe; do
   echo "$name: ${ok:-0} passed, ${bad:-0} failed${skipped:+, $skipped skipped}"
   sed -n "s/^\[  FAILED  \] \([A-Za-z_][^ ]*\)$/       \1/p" "$out/$name.txt"
 done
-wineserver -k 2>/dev/null || true
 echo "($((SECONDS - started)) s)"
 echo "i686 unit tests: $passed passed, $failed failed"
 [ "$failed" -eq 0 ]
