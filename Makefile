@@ -16,7 +16,7 @@ native: deps
 	@cmake --build $(NATIVE) -j $(JOBS)
 
 win32: deps
-	@cmake -S . -B $(WIN32) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake -S . -B $(WIN32) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-i686.cmake -DCMAKE_BUILD_TYPE=Release -DKES_UNIT_TESTS=ON >/dev/null
 	@cmake --build $(WIN32) -j $(JOBS)
 
 win64: deps
@@ -31,6 +31,8 @@ test: native win32 win64
 	@/usr/bin/python3 tests/interop/formula_oracle.py $(NATIVE)/bin/kesprint
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh
+	@scripts/unit-tests-i686.sh
+	@scripts/e2e.sh win32
 
 # Every reader under libFuzzer for FUZZ_SECONDS each; `make test` gives them FUZZ_TEST_SECONDS.
 FUZZ_SECONDS ?= 300
@@ -38,7 +40,7 @@ FUZZ_TEST_SECONDS ?= 7
 fuzz: native
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) scripts/fuzz.sh
 
-bench: native win64
+bench: native win32 win64
 	@scripts/run-benchmarks.sh
 
 demo: native win64

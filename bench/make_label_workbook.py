@@ -1,6 +1,8 @@
 #!/usr/bin/python3
-"""Writes the benchmark workbook: label rows x 12 columns (100,000 rows unless a second argument
-gives the count; Excel's whole sheet is 1,048,575 below the header), made with xlsxwriter."""
+"""Writes a benchmark workbook: label rows x 12 columns (100,000 rows unless given), made with xlsxwriter.
+
+make_label_workbook.py OUT [ROWS]
+"""
 import datetime
 import sys
 

@@ -27,7 +27,7 @@ function(kes_module name dir)
 endfunction()
 
 # kes_tests(NAME DIR LIBS... [DIRS ...]): one GoogleTest executable test_NAME of every .cpp in
-# DIR and in the further DIRS.
+# DIR and in the further DIRS; CTest runs it in a native build.
 function(kes_tests name dir)
   cmake_parse_arguments(ARG "" "" "DIRS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
@@ -41,6 +41,11 @@ function(kes_tests name dir)
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(test_${name} PRIVATE ${ARG_UNPARSED_ARGUMENTS} GTest::gtest GTest::gtest_main)
-  target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
-  gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60)
+  if(WIN32)
+    # Run under Wine, whose drive Z: is the Linux root.
+    target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="Z:${CMAKE_SOURCE_DIR}")
+  else()
+    target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+    gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60)
+  endif()
 endfunction()

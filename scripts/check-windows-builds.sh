@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Checks the cross-built Windows binaries: the machine type of each build, and that nothing
-# imports a DLL that Windows does not ship (the runtime and zlib are linked in statically).
+# Checks the cross-built Windows binaries: the machine type of each build, that nothing imports
+# a DLL that Windows does not ship (the runtime and zlib are linked in statically), and the
+# i686 build's floating-point unit.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 system_dlls='^(kernel32|user32|gdi32|comdlg32|comctl32|ole32|oleaut32|shell32|shlwapi|advapi32|imm32|uxtheme|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]+)\.dll$'
@@ -35,5 +36,21 @@ for pair in "build/win32/bin/KesDataPrint.dll i686-w64-mingw32-objdump" "build/w
     echo "FAIL $1 does not export SetDllFormPRec by that name"; failures=$((failures + 1))
   fi
 done
+# The i686 build does its floating-point arithmetic in SSE2 registers, as the x86_64 build does:
+# the x87 unit's excess precision could round a 15-digit text otherwise. Our own code may keep
+# the x87 loads and stores that the 32-bit calling convention needs for returned doubles, and
+# `fadds`, the exact correction of GCC's unsigned 64-bit conversion; any other x87 arithmetic
+# means a part was built without -mfpmath=sse.
+mnemonics=$(for library in build/win32/lib/libkes_*.a; do i686-w64-mingw32-objdump -d --no-show-raw-insn "$library"; done |
+  awk '$1 ~ /^[0-9a-f]+:$/ {print $2}')
+x87=$(grep -E '^(f(add|sub|subr|mul|div|divr)[lp]?|fsqrt|fprem1?|fscale|frndint|fi(add|sub|subr|mul|div|divr)[ls]?)$' <<<"$mnemonics" |
+  sort | uniq -c | tr -s ' \n' ' ' || true)
+if [ -n "$x87" ]; then
+  echo "FAIL the i686 build has x87 arithmetic:$x87"; failures=$((failures + 1))
+elif ! grep -qE '^(add|sub|mul|div)sd$' <<<"$mnemonics"; then
+  echo "FAIL the i686 build has no SSE2 arithmetic"; failures=$((failures + 1))
+else
+  checked=$((checked + 1))
+fi
 echo "windows builds: $checked passed, $failures failed"
 [ "$failures" -eq 0 ]

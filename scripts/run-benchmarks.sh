@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs every benchmark: the native ones, then the grid painting under Wine and Xvfb.
+# Runs every benchmark: the native ones, the grid painting under Wine and Xvfb, then the largest
+# label sheet that the i686 build holds under 32-bit Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 status=0
@@ -57,4 +58,5 @@ wineboot -i >/dev/null 2>&1 || true
 start_xvfb
 trap stop_xvfb EXIT
 kes_wine explorer /desktop=KesBench,1280x800 build/win64/bin/bench_grid_paint.exe 2>/dev/null | tr -d '\r' || status=1
+scripts/label-capacity-i686.sh || status=1
 exit $status

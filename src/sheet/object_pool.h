@@ -1,8 +1,9 @@
 #pragma once
 // Fixed-size slots for a sheet's rows and cells: a million cells cost a million slots in a few
-// large blocks instead of a million heap blocks with their headers. Blocks grow from 4,096
-// slots to 65,536 as a sheet fills, so that a small sheet stays small, and a large block has its
-// pages mapped in one go: a load writes every slot of it.
+// large blocks instead of a million heap blocks with their headers. Blocks grow from 256 slots
+// to 65,536 as a sheet fills, so that a small sheet stays small (a workbook of 10,000 one-cell
+// sheets fits in the 2 GB of a 32-bit host), and a large block has its pages mapped in one go:
+// a load writes every slot of it.
 #include <algorithm>
 #include <cstddef>
 #include <memory>
@@ -47,7 +48,7 @@ private:
         Slot* nextFree;
         alignas(T) unsigned char storage[sizeof(T)];
     };
-    static constexpr size_t kFirstBlock = 4096;
+    static constexpr size_t kFirstBlock = 256;
     static constexpr size_t kLargestBlock = 65536;
 
     void* takeSlot() {

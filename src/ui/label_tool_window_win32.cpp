@@ -4,8 +4,10 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "text/utf8.h"
 #include "ui/window_support_win32.h"
@@ -156,35 +158,58 @@ void LabelToolWindow::showModal() {
 }
 
 template <class Handler>
-void LabelToolWindow::run(Handler&& handler) {
+void LabelToolWindow::run(Handler&& handler, int button) {
     try {
         handler();
     } catch (const EAbort&) {
         // the command showed its message and stopped
     } catch (const std::exception& error) {
-        showError(error);
+        showError(error, button);
     }
     grid_->refresh();
 }
 
-void LabelToolWindow::showError(const std::exception& error) {
-    const std::u16string text = fromUtf8(error.what());
+// Running out of memory is told as such, with the command it stopped: a 32-bit host leaves the
+// library 2 GB, which a large sheet can fill. What the command had allocated is freed by then,
+// so the message box and the window go on.
+namespace {
+
+// A thread that finds no address space for its stack fails with resource_unavailable_try_again.
+bool outOfMemory(const std::exception& error) {
+    if (dynamic_cast<const std::bad_alloc*>(&error)) return true;
+    const auto* system = dynamic_cast<const std::system_error*>(&error);
+    return system && (system->code() == std::errc::not_enough_memory || system->code() == std::errc::resource_unavailable_try_again);
+}
+
+}  // namespace
+
+void LabelToolWindow::showError(const std::exception& error, int button) {
+    std::u16string text;
+    if (outOfMemory(error)) {
+        wchar_t caption[64] = {};
+        if (button) GetDlgItemTextW(panel1_, button, caption, 64);
+        // 内存不足，“导入Excel”未能完成。 or, for no named command, 内存不足，操作未能完成。
+        text = *caption ? u"\u5185\u5B58\u4E0D\u8DB3\uFF0C\u201C" + fromWide(caption) + u"\u201D\u672A\u80FD\u5B8C\u6210\u3002"
+                        : u"\u5185\u5B58\u4E0D\u8DB3\uFF0C\u64CD\u4F5C\u672A\u80FD\u5B8C\u6210\u3002";
+    } else {
+        text = fromUtf8(error.what());
+    }
     MessageBoxW(window_, wide(text), L"KesDataPrint", MB_OK | MB_ICONSTOP);
 }
 
 void LabelToolWindow::command(int id) {
     switch (id) {
-    case idBtnPrintAll: grid_->commitEdit(); run([&] { form_->btnPrintAllClick(); }); break;
-    case idBtnPrintOne: grid_->commitEdit(); run([&] { form_->btnPrintOneClick(); }); break;
-    case idBtnSendMes: run([&] { form_->btnSendMesClick(); }); break;
-    case idBtnClose: run([&] { form_->btnCloseClick(); }); break;
+    case idBtnPrintAll: grid_->commitEdit(); run([&] { form_->btnPrintAllClick(); }, id); break;
+    case idBtnPrintOne: grid_->commitEdit(); run([&] { form_->btnPrintOneClick(); }, id); break;
+    case idBtnSendMes: run([&] { form_->btnSendMesClick(); }, id); break;
+    case idBtnClose: run([&] { form_->btnCloseClick(); }, id); break;
     case idBtnInport:
-        run([&] { form_->btnInportClick(); });
+        run([&] { form_->btnInportClick(); }, id);
         grid_->showCell(form_->SpreadBook.activeSheet()->selection().focusedRow(),
                         form_->SpreadBook.activeSheet()->selection().focusedColumn());
         break;
-    case idBtnOutPut: run([&] { form_->btnOutPutClick(); }); break;
-    case idButton1: run([&] { form_->Button1Click(); }); break;
+    case idBtnOutPut: run([&] { form_->btnOutPutClick(); }, id); break;
+    case idButton1: run([&] { form_->Button1Click(); }, id); break;
     default: return;
     }
     if (!closed_) grid_->focus();

@@ -43,9 +43,10 @@ private:
     void createControls();
     void layout();
     void command(int id);
+    // Runs a command's handler, showing what stopped it; `button` names the command (0: none).
     template <class Handler>
-    void run(Handler&& handler);
-    void showError(const std::exception& error);
+    void run(Handler&& handler, int button = 0);
+    void showError(const std::exception& error, int button = 0);
 
     HWND owner_;
     HWND window_ = nullptr;

@@ -6,8 +6,10 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -194,9 +196,11 @@ std::wstring dismissMessageBox(HWND form) {
     return L"(no message box)";
 }
 
-// The open dialog of 导入Excel, given a file name and confirmed; true when the dialog took it.
-bool importFile(HWND form, const std::wstring& fileName) {
-    PostMessageW(childWithText(form, L"\u5BFC\u5165Excel"), BM_CLICK, 0, 0);   // posted: the dialog is modal
+// The file dialog of `button` (导入Excel, 导出Excel), given a file of the screenshot folder and
+// confirmed, `beforeConfirm` run just before; true when the dialog took it.
+bool fileDialog(HWND form, const std::wstring& button, const std::wstring& fileName,
+                const std::function<void()>& beforeConfirm = [] {}) {
+    PostMessageW(childWithText(form, button), BM_CLICK, 0, 0);   // posted: the dialog is modal
     HWND dialog = nullptr;
     for (int i = 0; i < 100 && !dialog; ++i) {
         Sleep(50);
@@ -207,10 +211,34 @@ bool importFile(HWND form, const std::wstring& fileName) {
     const std::wstring path = screenshotFolder + L"\\" + fileName;
     // The file name box: a combo box in explorer-style dialogs, an edit box in older ones.
     if (!SetDlgItemTextW(dialog, 0x47C, path.c_str()) && !SetDlgItemTextW(dialog, 0x480, path.c_str())) return false;
+    beforeConfirm();
     PostMessageW(dialog, WM_COMMAND, IDOK, 0);
     for (int i = 0; i < 100 && IsWindow(dialog); ++i) Sleep(50);
     return !IsWindow(dialog);
 }
+
+bool importFile(HWND form, const std::wstring& fileName) { return fileDialog(form, L"\u5BFC\u5165Excel", fileName); }
+
+// Takes the free address space but `leave` bytes in one block until it is given back, as a
+// far larger workbook would take it: a 32-bit host has 2 GB.
+class AddressSpaceHoard {
+public:
+    explicit AddressSpaceHoard(size_t leave) {
+        void* spared = VirtualAlloc(nullptr, leave, MEM_RESERVE, PAGE_NOACCESS);
+        for (size_t size : {size_t(64) << 20, size_t(1) << 20, size_t(64) << 10}) {
+            while (void* block = VirtualAlloc(nullptr, size, MEM_RESERVE, PAGE_NOACCESS)) blocks_.push_back(block);
+        }
+        if (spared) VirtualFree(spared, 0, MEM_RELEASE);
+    }
+    ~AddressSpaceHoard() {
+        for (void* block : blocks_) VirtualFree(block, 0, MEM_RELEASE);
+    }
+    AddressSpaceHoard(const AddressSpaceHoard&) = delete;
+    AddressSpaceHoard& operator=(const AddressSpaceHoard&) = delete;
+
+private:
+    std::vector<void*> blocks_;
+};
 
 void screenshot(const std::wstring& name) {
     Sleep(300);
@@ -443,6 +471,54 @@ void cases() {
             L"{\"\u54C1\u540D\":\"\u5E73\u57AB\u5708\",\"\u6570\u91CF\":\"\",\"\u6761\u7801\":\"0012345\"}]");
         check(received[1].bytes == expected, "payload of the imported rows: " + received[1].bytes);
     });
+
+    // Only a 32-bit host's address space can be used up here; the 64-bit one reaches far beyond
+    // the machine's memory.
+    if (sizeof(void*) == 4) {
+        run("out of memory ends import, print page and export with a message; the sheet and the host go on", [] {
+            const std::wstring outOfMemory = L"\u5185\u5B58\u4E0D\u8DB3\uFF0C\u201C";   // 内存不足，“
+            const std::wstring notDone = L"\u201D\u672A\u80FD\u5B8C\u6210\u3002";      // ”未能完成。
+            const std::wstring importCaption = L"\u5BFC\u5165Excel", exportCaption = L"\u5BFC\u51FAExcel";
+            const std::wstring printCaption = L"\u6253\u5370\u672C\u9875";
+            std::wstring importShown, printShown, exportShown;
+            bool dialogsTook = true;
+            session(kFields, [&](HWND form, HWND grid) {
+                key(grid, VK_DOWN);
+                typeRows(grid, {{L"typed", L"1", L"2"}});
+                settle(form);
+                // The address space is taken once the dialog is up, with the DLLs it needs loaded.
+                std::optional<AddressSpaceHoard> hoard;
+                const auto takeAddressSpace = [&] { hoard.emplace(8 << 20); };
+                dialogsTook &= fileDialog(form, importCaption, L"labels-100k.xlsx", takeAddressSpace);
+                importShown = dismissMessageBox(form);
+                hoard.reset();
+                settle(form);
+                click(form, printCaption);   // the typed row: the failed import changed nothing
+                dialogsTook &= importFile(form, L"labels-100k.xlsx");
+                settle(form);
+                takeAddressSpace();
+                PostMessageW(childWithText(form, printCaption), BM_CLICK, 0, 0);
+                printShown = dismissMessageBox(form);
+                hoard.reset();
+                settle(form);
+                dialogsTook &= fileDialog(form, exportCaption, L"export.xlsx", takeAddressSpace);
+                exportShown = dismissMessageBox(form);
+                hoard.reset();
+                settle(form);
+                click(form, printCaption);   // the whole imported sheet
+            });
+            check(dialogsTook, "the file dialogs take the file names");
+            check(importShown == outOfMemory + importCaption + notDone, "import: " + utf8(importShown));
+            check(printShown == outOfMemory + printCaption + notDone, "print page: " + utf8(printShown));
+            check(exportShown == outOfMemory + exportCaption + notDone, "export: " + utf8(exportShown));
+            check(received.size() == 2, "two pages printed, none by the failed print");
+            if (received.size() != 2) return;
+            check(received[0].bytes == utf8(L"[{\"\u54C1\u540D\":\"typed\",\"\u6570\u91CF\":\"1\",\"\u6761\u7801\":\"2\"}]"),
+                  "the failed import left the grid: " + received[0].bytes);
+            const auto rows = std::count(received[1].bytes.begin(), received[1].bytes.end(), '{');
+            check(rows == 100000, "the imported sheet prints every row after the failures: " + std::to_string(rows));
+        });
+    }
 
     run("a null handle pointer returns 1 without a window", [] {
         received.clear();

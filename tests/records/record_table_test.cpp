@@ -59,7 +59,9 @@ TEST(RecordTable, FieldsKeepAtMostTheirSizeInCodePageBytes) {
         {u"FJson", repeat(u"x", 5001), repeat(u"x", 5000)},
         {u"FJson", repeat(zhong, 2501), repeat(zhong, 2500)},
         {u"FPrinter", std::u16string(u"ab\0cd", 5), u"ab"},                    // cut at an embedded zero
+#ifndef _WIN32   // Windows converts through the system's code page, whose choice this is (Wine's: "??x")
         {u"FPrinter", u"\U0001F600x", u"?x"},                                  // no mapping in the code page
+#endif
         {u"FJson", label, label},   // ASCII runs and double-byte characters at odd offsets
     };
     for (const Case& c : cases) {
