@@ -42,6 +42,9 @@ Value Call::evaluateArgument(size_t index) {
     }
     Value value = evaluator_.evaluate(node, mode_);
     if (!value.isReference()) return value;
+    if ((function_.flags & (kAddIn | kRefusesRanges)) && (value.areaCount() != 1 || !value.area().isCell())) {
+        return Value::error(ecValue);
+    }
     if (mode_ == Mode::Value) return evaluator_.intersect(value);
     return evaluator_.dereference(value, Mode::Array);
 }

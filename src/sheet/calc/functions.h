@@ -20,6 +20,10 @@ enum FunctionFlag : uint8_t {
     kWorksheetPrefix = 4,    // written as _xlfn._xlws.NAME (SORT, FILTER)
     kReturnsReference = 8,   // may give a reference: INDEX, OFFSET, INDIRECT, CHOOSE, IF...
     kAddIn = 16,             // .xls files call it by name, as an add-in function (EDATE, CONVERT...)
+    // A value argument that is a reference of several cells is #VALUE!, even in an array formula,
+    // where an array still runs the function for each element: Excel's add-in functions
+    // (kAddIn implies it) and some of their newer kin (ERF.PRECISE, IMCOT...).
+    kRefusesRanges = 32,
 };
 
 // No number in .xls files: the function is stored by name there.

@@ -72,8 +72,8 @@ Value erfcFunction(Call& call) { return Value::number(erfc(addInNumber(call, 0))
 constexpr FunctionSpec kFunctions[] = {
     {u"ERF", 1, 2, "VV", erfFunction, kNoBiffId, kAddIn},
     {u"ERFC", 1, 1, "V", erfcFunction, kNoBiffId, kAddIn},
-    {u"ERF.PRECISE", 1, 1, "V", erfPrecise, kNoBiffId, kFilePrefix},
-    {u"ERFC.PRECISE", 1, 1, "V", erfcFunction, kNoBiffId, kFilePrefix},
+    {u"ERF.PRECISE", 1, 1, "V", erfPrecise, kNoBiffId, kFilePrefix | kRefusesRanges},
+    {u"ERFC.PRECISE", 1, 1, "V", erfcFunction, kNoBiffId, kFilePrefix | kRefusesRanges},
 };
 
 }  // namespace
