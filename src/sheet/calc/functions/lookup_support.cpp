@@ -1,0 +1,241 @@
+#include "sheet/calc/functions/lookup_support.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "sheet/calc/functions/lookup_regex.h"
+#include "sheet/sheet_table.h"
+
+namespace kes::calc {
+namespace {
+
+// The sheet's last row and column that hold a cell, so that whole columns and rows end there.
+int32_t lastRowOf(SheetTable& sheet) { return sheet.rows().empty() ? -1 : sheet.rows().last()->index; }
+int32_t lastColumnOf(SheetTable& sheet) { return sheet.columns().empty() ? -1 : sheet.columns().last()->index; }
+
+// The classic lookups compare a key only with values of its own kind.
+bool sameKind(const Value& candidate, const Value& key) {
+    return candidate.kind() == key.kind() && (key.isNumber() || key.isText() || key.isBoolean());
+}
+
+int kindRank(const Value& v) {
+    switch (v.kind()) {
+    case ValueKind::Number: return 0;
+    case ValueKind::Text: return 1;
+    case ValueKind::Boolean: return 2;
+    case ValueKind::Error: return 3;
+    default: return 4;
+    }
+}
+
+bool modernEquals(const Value& candidate, const Value& key) {
+    if (candidate.isError()) return false;
+    return compareForSort(candidate, key) == 0;
+}
+
+// A value as a regular expression sees it: numbers and booleans by their text.
+bool regexMatches(const LookupRegex& regex, const Value& candidate) {
+    if (candidate.isError() || candidate.isBlank()) return false;
+    return regex.search(scalarToText(candidate));
+}
+
+int32_t findLinear(const LookupLine& line, bool backward, auto&& accept) {
+    const int32_t n = line.searched();
+    for (int32_t k = 0; k < n; ++k) {
+        const int32_t i = backward ? n - 1 - k : k;
+        if (accept(line.at(i))) return i;
+    }
+    return -1;
+}
+
+// The nearest value below (or above) the key, an exact match first; ties go to the first met.
+int32_t findNearest(const LookupLine& line, const Value& key, bool larger, bool backward) {
+    const int32_t n = line.searched();
+    int32_t best = -1;
+    Value bestValue;
+    for (int32_t k = 0; k < n; ++k) {
+        const int32_t i = backward ? n - 1 - k : k;
+        const Value v = line.at(i);
+        if (v.isError() || v.isBlank()) continue;
+        const int order = compareForSort(v, key);
+        if (order == 0) return i;
+        if ((order > 0) != larger) continue;
+        if (best < 0 || (larger ? compareForSort(v, bestValue) < 0 : compareForSort(v, bestValue) > 0)) {
+            best = i;
+            bestValue = v;
+        }
+    }
+    return best;
+}
+
+// XLOOKUP's halving search over a list sorted ascending (or descending): an exact match, or
+// where the key would go.
+int32_t findHalving(const LookupLine& line, const Value& key, MatchMode match, bool descending) {
+    int32_t low = 0, high = line.searched() - 1;
+    while (low <= high) {
+        const int32_t middle = low + (high - low) / 2;
+        int order = compareForSort(line.at(middle), key);
+        if (order == 0) return middle;
+        if (descending) order = -order;
+        if (order < 0) low = middle + 1;
+        else high = middle - 1;
+    }
+    // `high` is the last value before the key's place and `low` the first after it.
+    int32_t found = -1;
+    if (match == MatchMode::NextSmaller) found = descending ? low : high;
+    if (match == MatchMode::NextLarger) found = descending ? high : low;
+    return found >= 0 && found < line.searched() ? found : -1;
+}
+
+}  // namespace
+
+LookupLine::LookupLine(std::shared_ptr<const Matrix> matrix, bool vertical, int32_t fixed)
+    : matrix_(std::move(matrix)), vertical_(vertical), fixed_(fixed) {
+    length_ = searched_ = vertical ? matrix_->rows() : matrix_->columns();
+}
+
+LookupLine::LookupLine(Evaluator& evaluator, const Area& area, bool vertical, int32_t fixed)
+    : evaluator_(&evaluator), area_(area), vertical_(vertical), fixed_(fixed) {
+    length_ = vertical ? area.rows() : area.columns();
+    const int32_t last = vertical ? lastRowOf(*area.sheet) : lastColumnOf(*area.sheet);
+    const int32_t first = vertical ? area.rect.top : area.rect.left;
+    searched_ = std::clamp(last - first + 1, 0, length_);
+}
+
+Value LookupLine::at(int32_t position) const {
+    if (matrix_) return vertical_ ? matrix_->at(position, fixed_) : matrix_->at(fixed_, position);
+    const int32_t row = area_.rect.top + (vertical_ ? position : fixed_);
+    const int32_t column = area_.rect.left + (vertical_ ? fixed_ : position);
+    return evaluator_->readCell(*area_.sheet, row, column);
+}
+
+LookupLine lookupLine(Call& call, const Value& source, bool vertical, int32_t fixed) {
+    if (source.isReference()) {
+        if (source.areaCount() != 1) fail(ecValue);
+        return LookupLine(call.evaluator(), source.area(), vertical, fixed);
+    }
+    return LookupLine(call.evaluator().toMatrix(source), vertical, fixed);
+}
+
+bool lookupEquals(const Value& candidate, const Value& key, bool wildcards) {
+    if (wildcards && key.isText() && hasWildcards(key.text())) {
+        return candidate.isText() && wildcardMatch(candidate.text(), key.text());
+    }
+    return sameKind(candidate, key) && compareValues(candidate, key) == 0;
+}
+
+int32_t findFirst(const LookupLine& line, const Value& key, bool wildcards) {
+    return findLinear(line, false, [&](const Value& v) { return lookupEquals(v, key, wildcards); });
+}
+
+int32_t findSorted(const LookupLine& line, const Value& key) {
+    int32_t low = 0, high = line.searched() - 1, found = -1;
+    while (low <= high) {
+        const int32_t middle = low + (high - low) / 2;
+        // A value of another kind in the middle: the nearest one of the key's kind below it
+        // decides, and when the lower half holds none the search goes on above.
+        int32_t at = middle;
+        Value v = line.at(at);
+        while (!sameKind(v, key) && --at >= low) v = line.at(at);
+        if (at < low) {
+            low = middle + 1;
+            continue;
+        }
+        const int order = compareValues(v, key);
+        if (order > 0) {
+            high = at - 1;
+            continue;
+        }
+        found = at;
+        if (order == 0 && at == middle) {
+            // A hit: the last of the equal values that follow it.
+            while (found + 1 < line.searched()) {
+                const Value next = line.at(found + 1);
+                if (!sameKind(next, key) || compareValues(next, key) != 0) break;
+                ++found;
+            }
+            return found;
+        }
+        low = middle + 1;
+    }
+    return found;
+}
+
+int32_t findSortedDescending(const LookupLine& line, const Value& key) {
+    int32_t found = -1;
+    for (int32_t i = 0; i < line.searched(); ++i) {
+        const Value v = line.at(i);
+        if (!sameKind(v, key)) continue;
+        if (compareValues(v, key) < 0) break;
+        found = i;
+    }
+    return found;
+}
+
+MatchMode matchModeOf(int64_t number) {
+    switch (number) {
+    case 0: return MatchMode::Exact;
+    case -1: return MatchMode::NextSmaller;
+    case 1: return MatchMode::NextLarger;
+    case 2: return MatchMode::Wildcard;
+    case 3: return MatchMode::Regex;
+    default: fail(ecValue);
+    }
+}
+
+SearchMode searchModeOf(int64_t number, MatchMode match) {
+    const bool halving = number == 2 || number == -2;
+    if (halving && (match == MatchMode::Wildcard || match == MatchMode::Regex)) fail(ecValue);
+    switch (number) {
+    case 1: return SearchMode::FirstToLast;
+    case -1: return SearchMode::LastToFirst;
+    case 2: return SearchMode::BinaryAscending;
+    case -2: return SearchMode::BinaryDescending;
+    default: fail(ecValue);
+    }
+}
+
+int32_t findModern(const LookupLine& line, const Value& key, MatchMode match, SearchMode search) {
+    if (search == SearchMode::BinaryAscending || search == SearchMode::BinaryDescending) {
+        return findHalving(line, key, match, search == SearchMode::BinaryDescending);
+    }
+    const bool backward = search == SearchMode::LastToFirst;
+    switch (match) {
+    case MatchMode::Exact: return findLinear(line, backward, [&](const Value& v) { return modernEquals(v, key); });
+    case MatchMode::Wildcard:
+        if (!key.isText()) return findLinear(line, backward, [&](const Value& v) { return modernEquals(v, key); });
+        return findLinear(line, backward, [&](const Value& v) { return v.isText() && wildcardMatch(v.text(), key.text()); });
+    case MatchMode::Regex: {
+        const auto regex = LookupRegex::compile(scalarToText(key));
+        if (!regex) fail(ecValue);
+        return findLinear(line, backward, [&](const Value& v) { return regexMatches(*regex, v); });
+    }
+    case MatchMode::NextSmaller: return findNearest(line, key, false, backward);
+    case MatchMode::NextLarger: return findNearest(line, key, true, backward);
+    }
+    return -1;
+}
+
+int compareForSort(const Value& a, const Value& b) {
+    const int ra = kindRank(a), rb = kindRank(b);
+    if (ra != rb) return ra < rb ? -1 : 1;
+    switch (a.kind()) {
+    case ValueKind::Number:
+    case ValueKind::Text:
+    case ValueKind::Boolean: return compareValues(a, b);
+    case ValueKind::Error: return a.error() == b.error() ? 0 : a.error() < b.error() ? -1 : 1;
+    default: return 0;
+    }
+}
+
+int32_t positionArgument(Call& call, size_t index) {
+    const double value = std::trunc(call.number(index));
+    if (!(value >= -2147483647.0 && value <= 2147483647.0)) fail(ecValue);
+    return int32_t(value);
+}
+
+int32_t positionArgument(Call& call, size_t index, int32_t ifMissing) {
+    return call.isMissing(index) ? ifMissing : positionArgument(call, index);
+}
+
+}  // namespace kes::calc
