@@ -26,15 +26,21 @@ function(kes_module name dir)
   endif()
 endfunction()
 
-# kes_tests(NAME DIR LIBS...): one GoogleTest executable test_NAME of every .cpp in DIR.
+# kes_tests(NAME DIR LIBS... [DIRS ...]): one GoogleTest executable test_NAME of every .cpp in
+# DIR and in the further DIRS.
 function(kes_tests name dir)
+  cmake_parse_arguments(ARG "" "" "DIRS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
+  foreach(more ${ARG_DIRS})
+    file(GLOB more_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${more}/*.cpp)
+    list(APPEND sources ${more_sources})
+  endforeach()
   if(NOT sources)
     return()
   endif()
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-  target_link_libraries(test_${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main)
+  target_link_libraries(test_${name} PRIVATE ${ARG_UNPARSED_ARGUMENTS} GTest::gtest GTest::gtest_main)
   target_compile_definitions(test_${name} PRIVATE KES_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
   gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60)
 endfunction()

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "sheet/workbook.h"
-#include "workbook/binary_format.h"
+#include "workbook/native/binary_format.h"
 #include "workbook/byte_stream.h"
 #include "workbook/formats.h"
 #include "workbook/workbook_errors.h"

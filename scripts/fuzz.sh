@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${FUZZ_SECONDS:-300}
-targets=${FUZZ_TARGETS:-"zip xml xlsx xlsx_parts ods cfb xls csv native formula cell_text"}
+targets=${FUZZ_TARGETS:-"zip xml xlsx xlsx_parts ods cfb xls csv native formula formula_eval cell_text"}
 jobs=${JOBS:-2}
 tree=build/fuzz
 
@@ -20,7 +20,7 @@ max_len() {
         zip|xlsx|ods|cfb|xls|native) echo $((1 << 20)) ;;
         xml|xlsx_parts) echo $((1 << 18)) ;;
         csv) echo $((1 << 16)) ;;
-        formula) echo 4096 ;;
+        formula|formula_eval) echo 4096 ;;
         *) echo 1024 ;;
     esac
 }
@@ -28,7 +28,7 @@ max_len() {
 dictionary() {
     case "$1" in
         xml|xlsx_parts) echo "-dict=fuzz/xml.dict" ;;
-        formula|cell_text) echo "-dict=fuzz/formula.dict" ;;
+        formula|formula_eval|cell_text) echo "-dict=fuzz/formula.dict" ;;
     esac
 }
 

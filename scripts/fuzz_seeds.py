@@ -17,7 +17,7 @@ corpus = os.path.join(root, "..", "shared", "corpus", "files")
 kesprint = os.path.join(root, "build", "native", "bin", "kesprint")
 
 MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "ods": 1 << 20, "xlsx_parts": 1 << 18, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
-           "xml": 1 << 18, "csv": 1 << 16, "formula": 4096, "cell_text": 1024}
+           "xml": 1 << 18, "csv": 1 << 16, "formula": 4096, "formula_eval": 4096, "cell_text": 1024}
 
 
 def seed(target, data):
@@ -40,8 +40,15 @@ formulas = ["SUM(A1:B2)", "IF(A1>0,\"yes\",\"no\")", "VLOOKUP($A$1,Sheet2!A:C,3,
             "DATEDIF(DATE(2020,1,31),TODAY(),\"m\")", "R1C1", "XFD1048576", "INDEX(A:A,MATCH(\"k\",B:B,0))"]
 texts = ["42", "-1.5e300", "\u00a512.5", "TRUE", "#DIV/0!", "2026-11-22 8:30", "12:61", "1/2", "007", "=A1+1",
          "50%", "(1,234.5)", "\u54c1\u540d", "1e-400", " 3 ", "=", "2/29/1900"]
+evaluated = ["SUM(Stock[Qty])*Rate", "Twice(B22)", "LET(x,Items,COUNTA(x))", "SORT(A21:D24,2,-1)",
+             "XLOOKUP(\"Nut\",A21:A24,C21:C24,\"none\")", "SUMPRODUCT((B21:B24>0)*C21:C24)", "TEXT(D22,\"yyyy-mm-dd\")",
+             "MAP(SEQUENCE(3),LAMBDA(v,v*v))", "OFFSET(A21,1,1,2,2)", "INDIRECT(\"Sheet1!B\"&22)", "@A21:A24",
+             "IFERROR(1/0,Loop)", "REDUCE(0,B21:B24,LAMBDA(a,v,a+N(v)))", "FILTER(A21:A24,B21:B24<>\"\")"]
 for f in formulas:
     seed("formula", b"\x00\x00" + f.encode())
+    seed("formula_eval", f.encode())
+for f in evaluated:
+    seed("formula_eval", f.encode())
 for i, t in enumerate(texts):
     seed("cell_text", bytes([i * 37 & 0xFF]) + t.encode())
 seed("csv", "\ufeffname,price\r\n\u54c1\u540d,\"1,2\"\r\n\"a\"\"b\",=1+2\r\n".encode())

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 
 namespace kes {
 

@@ -34,7 +34,14 @@ CellValue CellRef::formulaResult() const {
 
 const std::u16string& CellRef::formulaText() const {
     static const std::u16string none;
-    return cell_->type == cdtFormula ? cell_->formula->text : none;
+    if (cell_->type != cdtFormula) return none;
+    const CellFormula& formula = *cell_->formula;
+    if (formula.role == FormulaRole::ArrayMember) {
+        // The other cells of an array formula show the formula of its top left cell.
+        const CellRef anchor = sheet_->getCell(formula.array.top, formula.array.left);
+        return anchor && anchor.dataType() == cdtFormula ? anchor.cell()->formula->text : none;
+    }
+    return formula.text;
 }
 
 double CellRef::asFloat() const { return formulaResult().asFloat(); }
@@ -128,6 +135,48 @@ bool CellRef::setFormula(std::u16string_view text) {
     finishChange();
     return true;
 }
+
+namespace {
+
+std::unique_ptr<CellFormula> formulaFromFile(std::u16string_view text) {
+    auto formula = std::make_unique<CellFormula>();
+    std::u16string full = text.starts_with(u'=') ? std::u16string(text) : u"=" + std::u16string(text);
+    formula->expression = calc::compileFormula(full);
+    formula->text = formula->expression ? formula::formulaText(*formula->expression) : std::move(full);
+    return formula;
+}
+
+}  // namespace
+
+void CellRef::installFormula(std::unique_ptr<CellFormula> formula) {
+    recordChange();
+    releaseValue();
+    cell_->formula = formula.release();
+    cell_->type = cdtFormula;
+    finishChange();
+}
+
+void CellRef::setFileFormula(std::u16string_view text) { installFormula(formulaFromFile(text)); }
+
+void CellRef::setArrayFormula(std::u16string_view fileText, const CellRect& area, bool dynamic) {
+    std::unique_ptr<CellFormula> formula = formulaFromFile(fileText);
+    formula->role = FormulaRole::ArrayAnchor;
+    formula->array = area;
+    formula->dynamic = dynamic;
+    installFormula(std::move(formula));
+    cell_->inArray = true;
+}
+
+void CellRef::setArrayMember(const CellRect& area, bool dynamic) {
+    auto formula = std::make_unique<CellFormula>();
+    formula->role = FormulaRole::ArrayMember;
+    formula->array = area;
+    formula->dynamic = dynamic;
+    installFormula(std::move(formula));
+    cell_->inArray = true;
+}
+
+const CellFormula* CellRef::formula() const { return cell_->type == cdtFormula ? cell_->formula : nullptr; }
 
 void CellRef::setStyle(uint16_t style) {
     if (cell_->style == style) return;

@@ -4,10 +4,12 @@
 // records undo steps or signals changes goes through this handle. Cheap to copy; valid while
 // the cell exists.
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "sheet/cell_value.h"
+#include "sheet/selection.h"
 #include "sheet/sheet_items.h"
 
 namespace kes {
@@ -58,6 +60,16 @@ public:
     // Parses `text` ("=" and an expression) as a formula; false (and nothing changed) when the
     // parser refuses it.
     bool setFormula(std::u16string_view text);
+    // A formula as a workbook file gives it ("=" optional, _xlfn. prefixes and all). One the
+    // parser refuses stays a formula that shows #NAME?, its text kept for saving: a cell never
+    // shows a formula's text as if it were data.
+    void setFileFormula(std::u16string_view text);
+    // The top left cell of an array formula that fills `area`; a dynamic one spills its result.
+    void setArrayFormula(std::u16string_view fileText, const CellRect& area, bool dynamic);
+    // Another cell of such an area: it shows its element of the top left cell's result.
+    void setArrayMember(const CellRect& area, bool dynamic);
+    // The formula object of a formula cell, none for other cells.
+    const CellFormula* formula() const;
     void clear();
 
     uint16_t style() const { return cell_->style; }
@@ -71,6 +83,7 @@ private:
     void recordChange();
     void finishChange();
     void replaceValue(const CellValue& value);
+    void installFormula(std::unique_ptr<CellFormula> formula);
     void storeValue(const CellValue& value);
     void releaseValue();
     bool showsFormula() const;

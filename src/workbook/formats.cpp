@@ -1,10 +1,10 @@
 #include "workbook/formats.h"
 
-#include "workbook/binary_format.h"
-#include "workbook/csv_format.h"
-#include "workbook/ods_reader.h"
-#include "workbook/xlsx_reader.h"
-#include "workbook/xlsx_writer.h"
+#include "workbook/native/binary_format.h"
+#include "workbook/csv/csv_format.h"
+#include "workbook/ods/ods_reader.h"
+#include "workbook/xlsx/xlsx_reader.h"
+#include "workbook/xlsx/xlsx_writer.h"
 #include "workbook/xls/biff_reader.h"
 #include "workbook/xls/biff_writer.h"
 

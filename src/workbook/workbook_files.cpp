@@ -1,7 +1,7 @@
 #include "workbook/workbook_files.h"
 
 #include "workbook/formats.h"
-#include "workbook/binary_format.h"
+#include "workbook/native/binary_format.h"
 #include "workbook/file_io.h"
 #include "workbook/workbook_errors.h"
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "workbook/binary_format.h"
+#include "workbook/native/binary_format.h"
 #include "workbook/formats.h"
 #include "workbook/workbook_errors.h"
 

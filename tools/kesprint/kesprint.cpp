@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "form/label_tool_form.h"
+#include "sheet/cell_formula.h"
 #include "sheet/workbook.h"
 #include "text/utf8.h"
 #include "workbook/workbook_files.h"
@@ -104,9 +105,16 @@ int cells(const std::vector<std::u16string>& args, Output& output) {
             for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) {
                 if (cell->type == cdtBlank) continue;
                 const CellRef ref(&sheet, row, cell);
+                const CellValue value = ref.formulaResult();
+                // The other cells of an array formula hold no formula of their own (it is the top
+                // left cell's): each shows a value of its result.
+                const CellFormula* formula = ref.formula();
+                const bool member = formula && formula->role == FormulaRole::ArrayMember;
+                const CellDataType type = member ? value.type : cell->type;
+                if (type == cdtBlank) continue;
                 output.out += "{\"sheet\":" + std::to_string(s) + ",\"name\":" + jsonString(sheet.name()) +
                               ",\"row\":" + std::to_string(row->index) + ",\"col\":" + std::to_string(cell->index) +
-                              ",\"type\":\"" + typeName(cell->type) + "\",\"value\":" + jsonValue(ref.formulaResult()) +
+                              ",\"type\":\"" + typeName(type) + "\",\"value\":" + jsonValue(value) +
                               ",\"text\":" + jsonString(ref.displayText()) + "}\n";
             }
         }

@@ -5,7 +5,9 @@
 #include <map>
 #include <unordered_map>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
+#include "sheet/calc/compile.h"
+#include "sheet/cell_formula.h"
 #include "sheet/format/number_format.h"
 #include "sheet/sheet_error.h"
 #include "sheet/sheet_bounds.h"
@@ -22,7 +24,7 @@ enum : uint16_t {
     kFilePass = 0x002F, kContinue = 0x003C, kColInfo = 0x007D, kBoundSheet = 0x0085, kMulRk = 0x00BD,
     kMulBlank = 0x00BE, kXf = 0x00E0, kBlank = 0x0201, kSst = 0x00FC, kLabelSst = 0x00FD, kNumber = 0x0203,
     kLabel = 0x0204, kBoolErr = 0x0205, kString = 0x0207, kRk = 0x027E, kFormat = 0x041E, kBof = 0x0809,
-    kShrFmla = 0x04BC, kMergedCells = 0x00E5,
+    kShrFmla = 0x04BC, kMergedCells = 0x00E5, kName = 0x0018, kExternName = 0x0023, kArray = 0x0221,
 };
 constexpr uint8_t kExp = 0x01;   // the token of a cell whose formula is shared: the first cell's position
 
@@ -160,6 +162,26 @@ struct Sheet {
     uint8_t type;
 };
 
+// A NAME record: its name, the sheet it belongs to (1-based, 0 for the workbook), its tokens.
+struct NameRecord {
+    std::u16string name;
+    uint16_t sheet;
+    bool hidden;
+    std::string tokens;
+    std::string extra;
+};
+
+// The names Excel gives its built-in defined names (a NAME record with fBuiltin holds one
+// character of this list instead of a name).
+std::u16string builtinName(uint8_t code) {
+    static constexpr std::u16string_view kNames[] = {
+        u"Consolidate_Area", u"Auto_Open",   u"Auto_Close",   u"Extract",       u"Database",
+        u"Criteria",         u"Print_Area",  u"Print_Titles", u"Recorder",      u"Data_Form",
+        u"Auto_Activate",    u"Auto_Deactivate", u"Sheet_Title", u"_FilterDatabase"};
+    const std::u16string_view name = code < std::size(kNames) ? kNames[code] : std::u16string_view(u"Builtin");
+    return u"_xlnm." + std::u16string(name);
+}
+
 class WorkbookReader {
 public:
     WorkbookReader(Workbook& book, std::string_view stream) : book_(book), stream_(stream) {}
@@ -174,8 +196,7 @@ public:
         std::unordered_map<uint16_t, std::u16string> formats;
         std::vector<uint16_t> xfFormats;
         std::vector<Sheet> sheets;
-        std::vector<bool> supBooks;
-        std::vector<uint16_t> externSheets;   // the sheet of each entry, 0xFFFF for one elsewhere
+        std::vector<NameRecord> nameRecords;
         while (records.next(r) && r.id != kEof) {
             switch (r.id) {
             case kFilePass: fail("the workbook is protected with a password");
@@ -193,10 +214,13 @@ public:
                 sheets.push_back({unicodeString(r.data, 6, true, "BOUNDSHEET"), get<uint32_t>(r.data, 0, "BOUNDSHEET"),
                                   get<uint8_t>(r.data, 5, "BOUNDSHEET")});
                 break;
-            case kSupBook:
-                // Only this workbook's own sheets are followed (a SUPBOOK of 4 bytes ending 0x0401).
-                supBooks.push_back(r.data.size() == 4 && get<uint16_t>(r.data, 2, "SUPBOOK") == 0x0401);
+            case kSupBook: readSupBook(r); break;
+            case kExternName: {
+                // An add-in function's or another workbook's name, under the SUPBOOK before it.
+                if (tokenNames_.books.empty() || r.data.size() < 8) break;
+                tokenNames_.books.back().names.push_back(unicodeString(r.data, 6, true, "EXTERNNAME"));
                 break;
+            }
             case kExternSheet: {
                 const uint16_t count = get<uint16_t>(r.data, 0, "EXTERNSHEET");
                 std::string data(r.data);
@@ -204,13 +228,13 @@ public:
                 for (uint16_t i = 0; i < count; ++i) {
                     const size_t at = 2 + size_t(i) * 6;
                     const uint16_t book = get<uint16_t>(data, at, "EXTERNSHEET");
-                    const uint16_t first = get<uint16_t>(data, at + 2, "EXTERNSHEET");
-                    const uint16_t last = get<uint16_t>(data, at + 4, "EXTERNSHEET");
-                    const bool own = book < supBooks.size() && supBooks[book] && first == last;
-                    externSheets.push_back(own ? first : uint16_t(0xFFFF));
+                    const int16_t first = get<int16_t>(data, at + 2, "EXTERNSHEET");
+                    const int16_t last = get<int16_t>(data, at + 4, "EXTERNSHEET");
+                    tokenNames_.externSheets.push_back({book, first, last});
                 }
                 break;
             }
+            case kName: nameRecords.push_back(readName(r)); break;
             case kSst: {
                 SegmentReader in(r);
                 in.dword();
@@ -228,16 +252,90 @@ public:
             if (code == u"General") code.clear();
             styles_.push_back(book_.styles().add(CellStyle{code}));
         }
-        for (uint16_t sheet : externSheets)
-            externSheetNames_.push_back(sheet < sheets.size() ? sheets[sheet].name : std::u16string());
-        for (const Sheet& s : sheets) {
-            if (s.type != 0) continue;   // charts, macro and dialog sheets hold no cells for us
-            readSheet(book_.addSheet(s.name), s.position);
+        for (const Sheet& s : sheets) tokenNames_.ownSheets.push_back(s.name);
+        for (const NameRecord& name : nameRecords) tokenNames_.definedNames.push_back(name.name);
+        // Names of a sheet count that sheet among all sheets; the grid keeps worksheets only.
+        std::vector<int32_t> gridSheet(sheets.size(), -1);
+        for (size_t i = 0; i < sheets.size(); ++i) {
+            if (sheets[i].type != 0) continue;   // charts, macro and dialog sheets hold no cells for us
+            gridSheet[i] = book_.sheetCount();
+            readSheet(book_.addSheet(sheets[i].name), sheets[i].position);
         }
+        for (const NameRecord& name : nameRecords) {
+            const int32_t scope = name.sheet == 0 ? -1 : name.sheet <= gridSheet.size() ? gridSheet[name.sheet - 1] : -2;
+            if (scope < -1 || name.name.empty()) continue;
+            const auto text = formulaFromTokens(name.tokens, name.extra, tokenNames_, TokenCell{0, 0});
+            std::u16string formula = text ? *text : u"=#REF!";
+            std::shared_ptr<const formula::Expression> expression = calc::compileFormula(formula);
+            if (expression) formula = formula::formulaText(*expression);
+            book_.names().define({name.name, scope, std::move(formula), std::move(expression), name.hidden});
+        }
+        book_.namesChanged();
     }
 
 private:
     uint16_t style(uint16_t xf) const { return xf < styles_.size() ? styles_[xf] : 0; }
+
+    // SUPBOOK: this workbook's own sheets (0x0401), the add-in functions (0x3A01), or another
+    // workbook with its path and sheet names; what EXTERNSHEET entries and names refer to.
+    void readSupBook(const Record& r) {
+        TokenNames::Book book;
+        const uint16_t sheets = get<uint16_t>(r.data, 0, "SUPBOOK");
+        if (r.data.size() == 4 && get<uint16_t>(r.data, 2, "SUPBOOK") == 0x0401) {
+            book.kind = TokenNames::Book::Kind::Own;
+        } else if (r.data.size() == 4 && get<uint16_t>(r.data, 2, "SUPBOOK") == 0x3A01) {
+            book.kind = TokenNames::Book::Kind::AddIn;
+        } else {
+            ++externalBooks_;
+            book.reference = u"[" + std::u16string(1, char16_t(u'0' + std::min(externalBooks_, 9))) + u"]";
+            if (externalBooks_ > 9) {
+                std::string digits = std::to_string(externalBooks_);
+                book.reference = u"[" + std::u16string(digits.begin(), digits.end()) + u"]";
+            }
+            if (r.data.size() >= 5) {
+                size_t at = 2;
+                const auto skipString = [&] {
+                    const uint16_t count = get<uint16_t>(r.data, at, "SUPBOOK");
+                    const uint8_t flags = get<uint8_t>(r.data, at + 2, "SUPBOOK");
+                    at += 3 + size_t(count) * ((flags & 1) ? 2 : 1);
+                };
+                skipString();   // the path
+                for (uint16_t i = 0; i < sheets && at < r.data.size(); ++i) {
+                    const std::u16string name = unicodeString(r.data, at, false, "SUPBOOK");
+                    book.sheets.push_back(name);
+                    skipString();
+                }
+            }
+        }
+        tokenNames_.books.push_back(std::move(book));
+    }
+
+    // NAME (Lbl): flags, a key, the name's length, the formula's, the sheet, then the name and
+    // its tokens, then the extra data of its array constants.
+    NameRecord readName(const Record& r) {
+        std::string data(r.data);
+        for (std::string_view more : r.continues) data += more;
+        const uint16_t flags = get<uint16_t>(data, 0, "NAME");
+        const uint8_t length = get<uint8_t>(data, 3, "NAME");
+        const uint16_t size = get<uint16_t>(data, 4, "NAME");
+        NameRecord name{{}, get<uint16_t>(data, 8, "NAME"), (flags & 1) != 0, {}, {}};
+        const uint8_t nameFlags = get<uint8_t>(data, 14, "NAME");
+        size_t at = 15;
+        for (uint8_t i = 0; i < length; ++i) {
+            if (nameFlags & 1) {
+                name.name.push_back(get<char16_t>(data, at, "NAME"));
+                at += 2;
+            } else {
+                name.name.push_back(char16_t(get<uint8_t>(data, at++, "NAME")));
+            }
+        }
+        if (flags & 0x20) name.name = builtinName(name.name.empty() ? 0 : uint8_t(name.name[0]));
+        if (at + size <= data.size()) {
+            name.tokens = data.substr(at, size);
+            name.extra = data.substr(at + size);
+        }
+        return name;
+    }
 
     CellRef cell(SheetTable& sheet, std::string_view data, const char* record) {
         const uint16_t row = get<uint16_t>(data, 0, record), column = get<uint16_t>(data, 2, record);
@@ -253,18 +351,22 @@ private:
         Record r;
         if (!records.next(r) || r.id != kBof) fail("a sheet does not start with BOF");
         CellRef pendingString;   // a formula whose text result follows in a STRING record
-        // Shared formulas by the position of their first cell. The first cell's own FORMULA comes
-        // before the SHRFMLA record with the tokens, so that cell waits for it.
-        std::map<std::pair<uint16_t, uint16_t>, std::string_view> shared;
+        // Shared formulas by the position of their first cell, array formulas by their top left
+        // cell. The first cell's own FORMULA comes before the SHRFMLA or ARRAY record with the
+        // tokens, so that cell waits for it.
+        std::map<std::pair<uint16_t, uint16_t>, std::pair<std::string_view, std::string_view>> shared;
+        std::map<std::pair<uint16_t, uint16_t>, CellRect> arrays;
         struct SharedUser {
             CellRef cell;
             TokenCell at;
             std::pair<uint16_t, uint16_t> first;
         } waiting{};
-        const auto setFormula = [&](CellRef c, std::string_view tokens,
+        const auto setFormula = [&](CellRef c, std::string_view tokens, std::string_view extra,
                                     std::optional<TokenCell> at = std::nullopt) {
-            const auto text = formulaFromTokens(tokens, externSheetNames_, at);
-            if (text && c.setFormula(*text)) pendingString = CellRef();
+            const auto text = formulaFromTokens(tokens, extra, tokenNames_, at);
+            if (!text) return;   // damaged tokens: the cell keeps the result the file saved
+            c.setFileFormula(*text);
+            pendingString = CellRef();
         };
         while (records.next(r) && r.id != kEof) {
             switch (r.id) {
@@ -333,21 +435,30 @@ private:
                     default: break;
                     }
                 }
-                // The formula itself where its tokens are ones we read; else its result stands.
+                // The formula itself; only damaged tokens leave the result the file saved.
                 if (r.data.size() >= 22) {
                     const uint16_t size = get<uint16_t>(r.data, 20, "FORMULA");
                     if (22 + size_t(size) > r.data.size()) break;
                     const std::string_view tokens = r.data.substr(22, size);
+                    const std::string_view extra = r.data.substr(22 + size_t(size));
                     if (size == 5 && uint8_t(tokens[0]) == kExp) {
                         const TokenCell at{get<uint16_t>(r.data, 0, "FORMULA"),
                                            get<uint16_t>(r.data, 2, "FORMULA")};
                         const std::pair<uint16_t, uint16_t> first{get<uint16_t>(tokens, 1, "FORMULA"),
                                                                   get<uint16_t>(tokens, 3, "FORMULA")};
-                        if (auto it = shared.find(first); it != shared.end()) setFormula(c, it->second, at);
-                        else waiting = {c, at, first};
+                        if (auto it = arrays.find(first); it != arrays.end()) {
+                            if (it->second.contains(at.row, at.column)) {
+                                c.setArrayMember(it->second, false);
+                                pendingString = CellRef();
+                            }
+                        } else if (auto it = shared.find(first); it != shared.end()) {
+                            setFormula(c, it->second.first, it->second.second, at);
+                        } else {
+                            waiting = {c, at, first};
+                        }
                         break;
                     }
-                    setFormula(c, tokens);
+                    setFormula(c, tokens, extra);
                 }
                 break;
             }
@@ -357,9 +468,28 @@ private:
                                                           get<uint8_t>(r.data, 4, "SHRFMLA")};
                 const uint16_t size = get<uint16_t>(r.data, 8, "SHRFMLA");
                 if (10 + size_t(size) > r.data.size()) break;   // its cells keep their results
-                shared[first] = r.data.substr(10, size);
+                shared[first] = {r.data.substr(10, size), r.data.substr(10 + size_t(size))};
                 if (waiting.cell && waiting.first == first)
-                    setFormula(waiting.cell, shared[first], waiting.at);
+                    setFormula(waiting.cell, shared[first].first, shared[first].second, waiting.at);
+                waiting = {};
+                break;
+            }
+            case kArray: {
+                // The area (rows, then columns of one byte), flags, a reserved dword, the tokens.
+                CellRect area;
+                area.top = get<uint16_t>(r.data, 0, "ARRAY");
+                area.bottom = get<uint16_t>(r.data, 2, "ARRAY");
+                area.left = get<uint8_t>(r.data, 4, "ARRAY");
+                area.right = get<uint8_t>(r.data, 5, "ARRAY");
+                const uint16_t size = get<uint16_t>(r.data, 12, "ARRAY");
+                if (14 + size_t(size) > r.data.size() || area.top > area.bottom || area.left > area.right) break;
+                const auto text = formulaFromTokens(r.data.substr(14, size), r.data.substr(14 + size_t(size)), tokenNames_);
+                const std::pair<uint16_t, uint16_t> anchor{uint16_t(area.top), uint16_t(area.left)};
+                if (text && waiting.cell && waiting.first == anchor) {
+                    waiting.cell.setArrayFormula(*text, area, false);
+                    arrays[anchor] = area;
+                    pendingString = CellRef();
+                }
                 waiting = {};
                 break;
             }
@@ -409,7 +539,8 @@ private:
     std::string_view stream_;
     std::vector<std::u16string> strings_;
     std::vector<uint16_t> styles_;
-    std::vector<std::u16string> externSheetNames_;
+    TokenNames tokenNames_;
+    int externalBooks_ = 0;
     size_t sheetBytes_ = 0;   // read by the sheets so far
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "sheet/calc/functions.h"
 #include "sheet/formula/cell_address.h"
 #include "sheet/formula/error_words.h"
 #include "sheet/formula/name_chars.h"
@@ -47,8 +48,10 @@ enum : uint8_t {
     kBool,
     kInt,
     kNum,
+    kArray = 0x20,
     kFunc = 0x21,
     kFuncVar = 0x22,
+    kName = 0x23,
     kRef = 0x24,
     kArea = 0x25,
     kMemArea = 0x26,
@@ -59,6 +62,7 @@ enum : uint8_t {
     kAreaErr = 0x2B,
     kRefN = 0x2C,
     kAreaN = 0x2D,
+    kNameX = 0x39,
     kRef3d = 0x3A,
     kArea3d = 0x3B,
     kRefErr3d = 0x3C,
@@ -68,81 +72,14 @@ constexpr uint8_t kReferenceClass = 0x00, kValueClass = 0x20;   // added to the 
 constexpr int32_t kLastRow = 65535, kLastColumn = 255;
 constexpr size_t kMaxTokens = 1800;   // Excel's limit for a cell formula
 
-struct Function {
-    uint16_t index;
-    std::u16string_view name;
-    uint8_t minArgs, maxArgs;   // equal for the functions of a fixed count, which take kFunc
-    bool returnsReference;
-    // The grid computes it. A formula read with any other function would show #NAME? where
-    // Excel showed a value, so such a formula is read as its result instead.
-    bool computed;
-};
-
-// Excel's function numbers (the built-in function table of BIFF8).
-constexpr Function kFunctions[] = {
-    {0, u"COUNT", 0, 30, false, true}, {1, u"IF", 2, 3, false, true}, {2, u"ISNA", 1, 1, false, false},
-    {3, u"ISERROR", 1, 1, false, true}, {4, u"SUM", 1, 30, false, true}, {5, u"AVERAGE", 1, 30, false, true},
-    {6, u"MIN", 1, 30, false, true}, {7, u"MAX", 1, 30, false, true}, {8, u"ROW", 0, 1, false, true},
-    {9, u"COLUMN", 0, 1, false, true}, {10, u"NA", 0, 0, false, true}, {12, u"STDEV", 1, 30, false, false},
-    {13, u"DOLLAR", 1, 2, false, false}, {14, u"FIXED", 1, 3, false, false}, {15, u"SIN", 1, 1, false, false},
-    {16, u"COS", 1, 1, false, false}, {17, u"TAN", 1, 1, false, false}, {19, u"PI", 0, 0, false, false},
-    {20, u"SQRT", 1, 1, false, false}, {21, u"EXP", 1, 1, false, false}, {22, u"LN", 1, 1, false, false},
-    {23, u"LOG10", 1, 1, false, false}, {24, u"ABS", 1, 1, false, true}, {25, u"INT", 1, 1, false, true},
-    {26, u"SIGN", 1, 1, false, false}, {27, u"ROUND", 2, 2, false, true}, {28, u"LOOKUP", 2, 3, false, false},
-    {29, u"INDEX", 2, 4, true, true}, {30, u"REPT", 2, 2, false, true}, {31, u"MID", 3, 3, false, true},
-    {32, u"LEN", 1, 1, false, true}, {33, u"VALUE", 1, 1, false, true}, {36, u"AND", 1, 30, false, true},
-    {37, u"OR", 1, 30, false, true}, {38, u"NOT", 1, 1, false, true}, {39, u"MOD", 2, 2, false, true},
-    {46, u"VAR", 1, 30, false, false}, {48, u"TEXT", 2, 2, false, true}, {63, u"RAND", 0, 0, false, false},
-    {64, u"MATCH", 2, 3, false, true}, {65, u"DATE", 3, 3, false, true}, {66, u"TIME", 3, 3, false, false},
-    {67, u"DAY", 1, 1, false, true}, {68, u"MONTH", 1, 1, false, true}, {69, u"YEAR", 1, 1, false, true},
-    {70, u"WEEKDAY", 1, 2, false, true}, {71, u"HOUR", 1, 1, false, true}, {72, u"MINUTE", 1, 1, false, true},
-    {73, u"SECOND", 1, 1, false, true}, {74, u"NOW", 0, 0, false, true}, {76, u"ROWS", 1, 1, false, false},
-    {77, u"COLUMNS", 1, 1, false, false}, {78, u"OFFSET", 3, 5, true, false},
-    {82, u"SEARCH", 2, 3, false, true}, {86, u"TYPE", 1, 1, false, false},
-    {100, u"CHOOSE", 2, 30, false, true}, {101, u"HLOOKUP", 3, 4, false, true},
-    {102, u"VLOOKUP", 3, 4, false, true}, {105, u"ISREF", 1, 1, false, false},
-    {109, u"LOG", 1, 2, false, false}, {111, u"CHAR", 1, 1, false, false}, {112, u"LOWER", 1, 1, false, true},
-    {113, u"UPPER", 1, 1, false, true}, {114, u"PROPER", 1, 1, false, true},
-    {115, u"LEFT", 1, 2, false, true}, {116, u"RIGHT", 1, 2, false, true},
-    {117, u"EXACT", 2, 2, false, false}, {118, u"TRIM", 1, 1, false, true},
-    {119, u"REPLACE", 4, 4, false, true}, {120, u"SUBSTITUTE", 3, 4, false, true},
-    {121, u"CODE", 1, 1, false, false}, {124, u"FIND", 2, 3, false, true},
-    {126, u"ISERR", 1, 1, false, false}, {127, u"ISTEXT", 1, 1, false, true},
-    {128, u"ISNUMBER", 1, 1, false, true}, {129, u"ISBLANK", 1, 1, false, true},
-    {130, u"T", 1, 1, false, false}, {131, u"N", 1, 1, false, false}, {140, u"DATEVALUE", 1, 1, false, false},
-    {141, u"TIMEVALUE", 1, 1, false, false}, {148, u"INDIRECT", 1, 2, true, false},
-    {162, u"CLEAN", 1, 1, false, false}, {169, u"COUNTA", 1, 30, false, true},
-    {183, u"PRODUCT", 1, 30, false, false}, {184, u"FACT", 1, 1, false, false},
-    {190, u"ISNONTEXT", 1, 1, false, false}, {197, u"TRUNC", 1, 2, false, false},
-    {198, u"ISLOGICAL", 1, 1, false, false}, {212, u"ROUNDUP", 2, 2, false, true},
-    {213, u"ROUNDDOWN", 2, 2, false, true}, {216, u"RANK", 2, 3, false, false},
-    {221, u"TODAY", 0, 0, false, true}, {227, u"MEDIAN", 1, 30, false, false},
-    {228, u"SUMPRODUCT", 1, 30, false, false}, {261, u"ERROR.TYPE", 1, 1, false, false},
-    {276, u"COMBIN", 2, 2, false, false}, {279, u"EVEN", 1, 1, false, false},
-    {285, u"FLOOR", 2, 2, false, false}, {288, u"CEILING", 2, 2, false, false},
-    {298, u"ODD", 1, 1, false, false}, {336, u"CONCATENATE", 1, 30, false, true},
-    {337, u"POWER", 2, 2, false, false}, {342, u"RADIANS", 1, 1, false, false},
-    {343, u"DEGREES", 1, 1, false, false}, {344, u"SUBTOTAL", 2, 30, false, false},
-    {345, u"SUMIF", 2, 3, false, true}, {346, u"COUNTIF", 2, 2, false, true},
-    {347, u"COUNTBLANK", 1, 1, false, false}, {351, u"DATEDIF", 3, 3, false, true},
-};
-
-const Function* functionNamed(std::u16string_view name) {
-    for (const Function& f : kFunctions) {
-        if (f.name.size() != name.size()) continue;
-        size_t i = 0;
-        while (i < name.size() && formula::asciiUpper(name[i]) == f.name[i]) ++i;
-        if (i == name.size()) return &f;
-    }
-    return nullptr;
+// A built-in function as .xls files call it: by its number, with a fixed argument count
+// (tFunc) or a given one (tFuncVar).
+const calc::FunctionSpec* biffFunction(std::u16string_view name) {
+    const calc::FunctionSpec* f = calc::findFunction(name);
+    return f && f->biffId != calc::kNoBiffId ? f : nullptr;
 }
 
-const Function* functionNumbered(uint16_t index) {
-    for (const Function& f : kFunctions) {
-        if (f.index == index) return &f;
-    }
-    return nullptr;
-}
+bool fixedArity(const calc::FunctionSpec& f) { return f.minArgs == f.maxArgs; }
 
 // Error values as BIFF8 codes them.
 constexpr struct {
@@ -289,16 +226,6 @@ std::u16string areaText(uint16_t row1, uint16_t row2, uint16_t col1, uint16_t co
     return out;
 }
 
-std::u16string sheetPrefix(std::u16string_view name) {
-    if (!formula::sheetNameNeedsQuotes(name)) return std::u16string(name) + u'!';
-    std::u16string out = u"'";
-    for (char16_t c : name) {
-        out += c;
-        if (c == u'\'') out += c;
-    }
-    return out + u"'!";
-}
-
 std::u16string numberText(double value) {
     char buffer[40];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
@@ -368,19 +295,21 @@ std::optional<std::string> formulaTokens(const Expression& expression, const Ext
             if (!writeReference(t, expression, n, operandClass, externSheet)) return std::nullopt;
             break;
         case NodeKind::Function: {
-            const Function* f = functionNamed(expression.text(n.text));
+            const calc::FunctionSpec* f = biffFunction(expression.text(n.text));
             if (!f || n.count < f->minArgs || n.count > f->maxArgs) return std::nullopt;
-            const uint8_t functionClass = argument[i] && f->returnsReference ? kReferenceClass : kValueClass;
-            if (f->minArgs == f->maxArgs) {
+            const bool returnsReference = f->flags & calc::kReturnsReference;
+            const uint8_t functionClass = argument[i] && returnsReference ? kReferenceClass : kValueClass;
+            if (fixedArity(*f)) {
                 t.u8(uint8_t(kFunc + functionClass));
             } else {
                 t.u8(uint8_t(kFuncVar + functionClass));
                 t.u8(uint8_t(n.count));
             }
-            t.u16(f->index);
+            t.u16(f->biffId);
             break;
         }
         case NodeKind::Unary:
+            if (n.op == Operator::Single) return std::nullopt;
             t.u8(n.op == Operator::Negate ? kUminus : n.op == Operator::Percent ? kPercent : kUplus);
             break;
         case NodeKind::Binary: {
@@ -411,10 +340,119 @@ void resolveRelative(uint16_t& row, uint16_t& columnField, TokenCell cell) {
     }
 }
 
-std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
-                                                const std::vector<std::u16string>& externSheets,
+namespace {
+
+// Reads the extra data of array constants (PtgExtraArray) and memory areas (PtgExtraMem) in the
+// order their tokens come.
+class ExtraReader {
+public:
+    explicit ExtraReader(std::string_view data) : in_(data) {}
+
+    // {1,2;"a",TRUE}: columns - 1, rows - 1, then each value with its type byte.
+    std::optional<std::u16string> array() {
+        if (!in_.has(3)) return std::nullopt;
+        const size_t columns = size_t(in_.u8()) + 1, rows = size_t(in_.u16()) + 1;
+        std::u16string out = u"{";
+        for (size_t r = 0; r < rows; ++r) {
+            for (size_t c = 0; c < columns; ++c) {
+                if (c > 0) out += u',';
+                else if (r > 0) out += u';';
+                if (!in_.has(1)) return std::nullopt;
+                switch (in_.u8()) {
+                case 0x00:   // empty, written as 0 as Excel shows it
+                    if (!in_.has(8)) return std::nullopt;
+                    in_.skip(8);
+                    out += u'0';
+                    break;
+                case 0x01:
+                    if (!in_.has(8)) return std::nullopt;
+                    out += numberText(in_.f64());
+                    break;
+                case 0x02: {
+                    if (!in_.has(3)) return std::nullopt;
+                    const uint16_t count = in_.u16();
+                    const uint8_t flags = in_.u8();
+                    if (!in_.has(size_t(count) * ((flags & 1) ? 2 : 1))) return std::nullopt;
+                    out += u'"';
+                    for (uint16_t i = 0; i < count; ++i) {
+                        const char16_t ch = (flags & 1) ? char16_t(in_.u16()) : char16_t(in_.u8());
+                        out += ch;
+                        if (ch == u'"') out += ch;
+                    }
+                    out += u'"';
+                    break;
+                }
+                case 0x04:
+                    if (!in_.has(8)) return std::nullopt;
+                    out += in_.u8() ? u"TRUE" : u"FALSE";
+                    in_.skip(7);
+                    break;
+                case 0x10: {
+                    if (!in_.has(8)) return std::nullopt;
+                    const uint8_t code = in_.u8();
+                    in_.skip(7);
+                    out += errorWord(code);
+                    break;
+                }
+                default: return std::nullopt;
+                }
+            }
+        }
+        return out + u'}';
+    }
+
+    bool skipAreas() {
+        if (!in_.has(2)) return false;
+        const size_t count = in_.u16();
+        if (!in_.has(count * 8)) return false;
+        in_.skip(count * 8);
+        return true;
+    }
+
+    static std::u16string errorWord(uint8_t code) {
+        for (const auto& e : kErrors) {
+            if (e.byte == code) return std::u16string(formula::errorWordText(e.code));
+        }
+        return u"#N/A";
+    }
+
+private:
+    TokenReader in_;
+};
+
+// Sheet1!, 'My Sheet'!, Sheet1:Sheet3!, [1]Sheet1!: the prefix of a reference by EXTERNSHEET
+// entry; none for an entry that names nothing.
+std::optional<std::u16string> externPrefix(const TokenNames& names, uint16_t index) {
+    if (index >= names.externSheets.size()) return std::nullopt;
+    const TokenNames::ExternSheet& entry = names.externSheets[index];
+    if (entry.book >= names.books.size()) return std::nullopt;
+    const TokenNames::Book& book = names.books[entry.book];
+    const std::vector<std::u16string>& sheets = book.kind == TokenNames::Book::Kind::Own ? names.ownSheets : book.sheets;
+    const auto sheetAt = [&](int32_t i) -> const std::u16string* {
+        return i >= 0 && size_t(i) < sheets.size() ? &sheets[size_t(i)] : nullptr;
+    };
+    const std::u16string* first = sheetAt(entry.first);
+    const std::u16string* last = sheetAt(entry.last);
+    if (!first || !last) return std::nullopt;
+    std::u16string names2 = *first;
+    if (entry.last != entry.first) names2 += u':' + *last;
+    const std::u16string bookText = book.kind == TokenNames::Book::Kind::Other ? book.reference : std::u16string();
+    const bool quote = formula::sheetNameNeedsQuotes(*first) || (entry.last != entry.first && formula::sheetNameNeedsQuotes(*last));
+    if (!quote) return bookText + names2 + u'!';
+    std::u16string out = u"'" + bookText;
+    for (char16_t c : names2) {
+        out += c;
+        if (c == u'\'') out += c;
+    }
+    return out + u"'!";
+}
+
+}  // namespace
+
+std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::string_view extra, const TokenNames& names,
                                                 std::optional<TokenCell> cell) {
     TokenReader in(tokens);
+    ExtraReader more(extra);
     std::vector<std::u16string> stack;
     const auto pop = [&](std::u16string& out) {
         if (stack.empty()) return false;
@@ -422,8 +460,16 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
         stack.pop_back();
         return true;
     };
-    const auto sheetName = [&](uint16_t index) -> const std::u16string* {
-        return index < externSheets.size() && !externSheets[index].empty() ? &externSheets[index] : nullptr;
+    const auto call = [&](std::u16string_view name, size_t count) {
+        if (count > stack.size()) return false;
+        std::u16string text = std::u16string(name) + u'(';
+        for (size_t k = stack.size() - count; k < stack.size(); ++k) {
+            if (k > stack.size() - count) text += u',';
+            text += stack[k];
+        }
+        stack.resize(stack.size() - count);
+        stack.push_back(text + u')');
+        return true;
     };
     while (!in.atEnd()) {
         const uint8_t raw = in.u8();
@@ -491,12 +537,7 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
         }
         case kErr: {
             if (!in.has(1)) return std::nullopt;
-            const uint8_t code = in.u8();
-            std::u16string word = u"#N/A";
-            for (const auto& e : kErrors) {
-                if (e.byte == code) word = formula::errorWordText(e.code);
-            }
-            stack.push_back(word);
+            stack.push_back(ExtraReader::errorWord(in.u8()));
             break;
         }
         case kBool:
@@ -511,23 +552,57 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
             if (!in.has(8)) return std::nullopt;
             stack.push_back(numberText(in.f64()));
             break;
+        case kArray: {
+            if (!in.has(7)) return std::nullopt;
+            in.skip(7);
+            auto constant = more.array();
+            if (!constant) return std::nullopt;
+            stack.push_back(std::move(*constant));
+            break;
+        }
         case kFunc:
         case kFuncVar: {
             if (!in.has(ptg == kFunc ? 2 : 3)) return std::nullopt;
             const uint8_t given = ptg == kFuncVar ? uint8_t(in.u8() & 0x7F) : 0;
-            const uint16_t index = in.u16();
-            const Function* f = functionNumbered(index);
-            if (!f || !f->computed)
-                return std::nullopt;   // an add-in, a macro function or one the grid lacks
-            const size_t count = ptg == kFunc ? f->minArgs : given;
-            if (count > stack.size()) return std::nullopt;
-            std::u16string call = std::u16string(f->name) + u'(';
-            for (size_t k = stack.size() - count; k < stack.size(); ++k) {
-                if (k > stack.size() - count) call += u',';
-                call += stack[k];
+            const uint16_t index = uint16_t(in.u16() & 0x7FFF);
+            if (index == 0xFF && ptg == kFuncVar) {
+                // A function called by name: an add-in's or a newer Excel's (_xlfn.), its name
+                // the first argument.
+                if (given == 0 || given > stack.size()) return std::nullopt;
+                const std::u16string name = stack[stack.size() - given];
+                stack.erase(stack.end() - given);
+                if (!call(name, size_t(given) - 1)) return std::nullopt;
+                break;
             }
-            stack.resize(stack.size() - count);
-            stack.push_back(call + u')');
+            const calc::FunctionSpec* f = calc::functionOfBiffId(index);
+            if (!f) return std::nullopt;   // a macro sheet's function: no formula of a worksheet
+            if (!call(f->name, ptg == kFunc ? f->minArgs : given)) return std::nullopt;
+            break;
+        }
+        case kName: {
+            if (!in.has(4)) return std::nullopt;
+            const uint16_t index = in.u16();
+            in.skip(2);
+            if (index == 0 || index > names.definedNames.size()) return std::nullopt;
+            stack.push_back(names.definedNames[index - 1]);
+            break;
+        }
+        case kNameX: {
+            if (!in.has(6)) return std::nullopt;
+            const uint16_t sheet = in.u16(), index = in.u16();
+            in.skip(2);
+            if (sheet >= names.externSheets.size() || index == 0) return std::nullopt;
+            const uint16_t bookIndex = names.externSheets[sheet].book;
+            if (bookIndex >= names.books.size()) return std::nullopt;
+            const TokenNames::Book& book = names.books[bookIndex];
+            if (book.kind == TokenNames::Book::Kind::Own) {
+                if (index > names.definedNames.size()) return std::nullopt;
+                stack.push_back(names.definedNames[index - 1]);
+            } else {
+                if (index > book.names.size()) return std::nullopt;
+                const std::u16string& name = book.names[index - 1];
+                stack.push_back(book.kind == TokenNames::Book::Kind::AddIn ? name : book.reference + u'!' + name);
+            }
             break;
         }
         case kRef: {
@@ -560,15 +635,21 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
         case kRef3d:
         case kArea3d: {
             if (!in.has(ptg == kRef3d ? 6 : 10)) return std::nullopt;
-            const std::u16string* sheet = sheetName(in.u16());
-            if (!sheet) return std::nullopt;
+            const auto prefix = externPrefix(names, in.u16());
+            std::u16string body;
             if (ptg == kRef3d) {
-                const uint16_t row = in.u16();
-                stack.push_back(sheetPrefix(*sheet) + addressText(row, in.u16()));
+                uint16_t row = in.u16(), column = in.u16();
+                if (cell) resolveRelative(row, column, *cell);
+                body = addressText(row, column);
             } else {
-                const uint16_t r1 = in.u16(), r2 = in.u16(), c1 = in.u16();
-                stack.push_back(sheetPrefix(*sheet) + areaText(r1, r2, c1, in.u16()));
+                uint16_t r1 = in.u16(), r2 = in.u16(), c1 = in.u16(), c2 = in.u16();
+                if (cell) {
+                    resolveRelative(r1, c1, *cell);
+                    resolveRelative(r2, c2, *cell);
+                }
+                body = areaText(r1, r2, c1, c2);
             }
+            stack.push_back(prefix ? *prefix + body : u"#REF!");
             break;
         }
         case kRefErr:
@@ -577,11 +658,21 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
         case kAreaErr3d: {
             const size_t size = ptg == kRefErr ? 4 : ptg == kAreaErr ? 8 : ptg == kRefErr3d ? 6 : 10;
             if (!in.has(size)) return std::nullopt;
-            in.skip(size);
-            stack.push_back(u"#REF!");
+            std::u16string prefix;
+            if (ptg == kRefErr3d || ptg == kAreaErr3d) {
+                if (auto p = externPrefix(names, in.u16())) prefix = *p;
+                in.skip(size - 2);
+            } else {
+                in.skip(size);
+            }
+            stack.push_back(prefix + u"#REF!");
             break;
         }
         case kMemArea:
+            if (!in.has(6)) return std::nullopt;
+            in.skip(6);
+            if (!more.skipAreas()) return std::nullopt;
+            break;
         case kMemErr:
         case kMemNoMem:
         case kMemFunc: {
@@ -591,7 +682,7 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
             in.skip(size);
             break;
         }
-        default: return std::nullopt;   // tExp (the reader follows it), arrays, names, array constants...
+        default: return std::nullopt;   // tExp and tTbl, which the reader follows; tokens of no worksheet formula
         }
     }
     if (stack.size() != 1) return std::nullopt;

@@ -1,10 +1,11 @@
 #pragma once
-// Formulas as BIFF8 stores them: parsed-expression tokens in reverse Polish order. Written and
-// read for the subset label sheets use: numbers, texts, booleans, errors, cell and area
-// references (also on other sheets of the workbook), the arithmetic, text and comparison
-// operators, parentheses and the common functions by their Excel numbers. A formula outside
-// it (names, arrays, unions, 3-D spans, functions Excel 97 did not have...) has no tokens, and
-// the writer stores its result instead.
+// Formulas as BIFF8 stores them: parsed-expression tokens in reverse Polish order, with the
+// numbers of Excel's built-in functions from the evaluator's table of functions. Every token of
+// a cell or name formula is read: references on this and other sheets and workbooks, ranges of
+// sheets, defined names, add-in and newer functions called by name, array constants, memory
+// areas and Excel's shortcuts (the SUM attribute, IF and CHOOSE jumps). Writing covers what
+// label sheets use; a formula outside it (names, arrays, unions, functions that have no BIFF
+// number) has no tokens, and the writer stores its result instead.
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -31,12 +32,32 @@ struct TokenCell {
     uint16_t column;
 };
 
-// The formula text, "=" included, of tokens; `externSheets` names the sheet of each
-// EXTERNSHEET index (empty for one that is no sheet of this workbook). None for tokens outside
-// the subset, for malformed ones, and for formulas calling a function the grid does not compute;
-// also for relative references when no `cell` is given.
-std::optional<std::u16string> formulaFromTokens(std::string_view tokens,
-                                                const std::vector<std::u16string>& externSheets,
+// What the indexes of a workbook's formula tokens stand for: the workbooks (SUPBOOK records,
+// each with its EXTERNNAME records), the EXTERNSHEET entries that name a workbook and a range
+// of its sheets, and the defined names (NAME records, in order).
+struct TokenNames {
+    struct Book {
+        enum class Kind : uint8_t { Own, AddIn, Other } kind = Kind::Other;
+        std::u16string reference;             // how a formula names another workbook: "[1]"
+        std::vector<std::u16string> sheets;   // the sheet names of another workbook
+        std::vector<std::u16string> names;    // its EXTERNNAME records: add-in functions, names
+    };
+    struct ExternSheet {
+        uint16_t book;
+        int32_t first;   // sheet indexes in that workbook; negative for none (a deleted sheet)
+        int32_t last;
+    };
+    std::vector<Book> books;
+    std::vector<ExternSheet> externSheets;
+    std::vector<std::u16string> ownSheets;      // this workbook's sheet names, by index
+    std::vector<std::u16string> definedNames;   // the NAME records' names, in order
+};
+
+// The formula text, "=" included, of tokens and the extra data after them (array constants and
+// memory areas, rgcb). None for malformed tokens, and for relative references when no `cell`
+// is given.
+std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::string_view extra,
+                                                const TokenNames& names,
                                                 std::optional<TokenCell> cell = std::nullopt);
 
 }  // namespace kes

@@ -1,4 +1,4 @@
-#include "workbook/xlsx_reader.h"
+#include "workbook/xlsx/xlsx_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +95,98 @@ TEST(XlsxReader, ArrayFormulasGuardTheirCellsAndSharedStringsShareEntries) {
     }
     EXPECT_EQ(sheet.getCell(3, 2).cell()->string, sheet.getCell(0, 0).cell()->string) << "one entry for one text";
     EXPECT_EQ(book.strings().size(), 1u);
+}
+
+// A package whose workbook defines names and whose sheet holds a table, as Excel writes them.
+std::string packageWithNamesAndTable(const std::string& sheetData) {
+    ZipWriter zip;
+    zip.add("_rels/.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/"
+            "relationships/officeDocument\" Target=\"xl/workbook.xml\"/></Relationships>");
+    zip.add("xl/workbook.xml",
+            "<workbook><sheets><sheet name=\"Data\" sheetId=\"1\" r:id=\"rId1\"/><sheet name=\"Other\" sheetId=\"2\" "
+            "r:id=\"rId2\"/></sheets><definedNames><definedName name=\"Rate\">0.5</definedName>"
+            "<definedName name=\"Items\">Data!$A$2:$A$4</definedName><definedName name=\"Local\" localSheetId=\"1\">2"
+            "</definedName><definedName name=\"Local\">3</definedName><definedName name=\"Broken\">Data!$A$1+*"
+            "</definedName><definedName name=\"_xlnm.Print_Area\" localSheetId=\"0\" hidden=\"1\">Data!$A$1:$B$4"
+            "</definedName></definedNames></workbook>");
+    zip.add("xl/_rels/workbook.xml.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"x/worksheet\" Target=\"worksheets/sheet1.xml\"/>"
+            "<Relationship Id=\"rId2\" Type=\"x/worksheet\" Target=\"worksheets/sheet2.xml\"/></Relationships>");
+    zip.add("xl/worksheets/sheet1.xml", "<worksheet><sheetData>" + sheetData + "</sheetData><tableParts count=\"1\">"
+                                        "<tablePart r:id=\"rId1\"/></tableParts></worksheet>");
+    zip.add("xl/worksheets/_rels/sheet1.xml.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/"
+            "relationships/table\" Target=\"../tables/table1.xml\"/></Relationships>");
+    zip.add("xl/tables/table1.xml",
+            "<table id=\"1\" name=\"Table1\" displayName=\"Sales\" ref=\"A1:B5\" totalsRowCount=\"1\">"
+            "<tableColumns count=\"2\"><tableColumn id=\"1\" name=\"Item\"/><tableColumn id=\"2\" "
+            "name=\"Unit_x0020_Qty\"/></tableColumns></table>");
+    zip.add("xl/worksheets/sheet2.xml", "<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><f>Local*10</f></c></row>"
+                                        "</sheetData></worksheet>");
+    return zip.finish();
+}
+
+// Formulas come whole: with the names and tables they use, newer functions' prefixes, arrays
+// over their areas, and a formula the parser refuses stays a formula that shows #NAME?.
+TEST(XlsxReader, FormulasComeWithTheirNamesTablesAndArrays) {
+    const std::string bytes = packageWithNamesAndTable(
+        "<row r=\"1\"><c r=\"A1\" t=\"inlineStr\"><is><t>Item</t></is></c><c r=\"B1\" t=\"inlineStr\"><is><t>Unit Qty</t></is></c>"
+        "<c r=\"D1\"><f>SUM(Sales[Unit Qty])*Rate</f><v>0</v></c><c r=\"E1\"><f>_xlfn.CONCAT(\"a\",Local)</f></c>"
+        "<c r=\"F1\"><f>1+*</f><v>7</v></c><c r=\"G1\"><f>SUM(Items)</f></c><c r=\"H1\"><f>Broken</f></c></row>"
+        "<row r=\"2\"><c r=\"A2\"><v>10</v></c><c r=\"B2\"><v>1</v></c>"
+        "<c r=\"D2\"><f t=\"array\" ref=\"D2:E3\">A2:A3*{1,2}</f><v>10</v></c><c r=\"E2\"><v>20</v></c>"
+        "<c r=\"F2\" cm=\"1\"><f t=\"array\" ref=\"F2:F4\">A2:A4+1</f><v>11</v></c>"
+        "<c r=\"G2\"><f t=\"shared\" ref=\"G2:G3\" si=\"0\">_xlfn.IFNA(B2*2,0)</f></c></row>"
+        "<row r=\"3\"><c r=\"A3\"><v>20</v></c><c r=\"B3\"><v>2</v></c><c r=\"D3\"><v>20</v></c><c r=\"E3\"><v>40</v></c>"
+        "<c r=\"F3\"><v>21</v></c><c r=\"G3\"><f t=\"shared\" si=\"0\"/></c></row>"
+        "<row r=\"4\"><c r=\"A4\"><v>30</v></c><c r=\"B4\"><v>3</v></c><c r=\"F4\"><v>31</v></c></row>"
+        "<row r=\"5\"><c r=\"A5\" t=\"inlineStr\"><is><t>Total</t></is></c><c r=\"B5\"><f>SUBTOTAL(109,Sales[Unit Qty])</f></c></row>");
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream, *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx"));
+    SheetTable& sheet = book.sheet(0);
+    const auto at = [&](int32_t row, int32_t column) { return sheet.getCell(row, column); };
+    EXPECT_EQ(at(0, 3).displayText(), u"3") << "a table column named with an escape, and a name";
+    EXPECT_EQ(at(0, 4).displayText(), u"a3") << "the workbook's Local, not the other sheet's";
+    EXPECT_EQ(book.sheet(1).getCell(0, 0).displayText(), u"20") << "the sheet's own Local";
+    EXPECT_EQ(at(0, 4).formulaText(), u"=CONCAT(\"a\",Local)") << "shown without the file's prefix";
+    EXPECT_EQ(at(0, 5).dataType(), cdtFormula);
+    EXPECT_EQ(at(0, 5).displayText(), u"#NAME?");
+    EXPECT_EQ(at(0, 5).formulaText(), u"=1+*");
+    EXPECT_EQ(at(0, 6).displayText(), u"60");
+    EXPECT_EQ(at(0, 7).displayText(), u"#NAME?");
+    EXPECT_EQ(at(1, 3).displayText(), u"10");
+    EXPECT_EQ(at(1, 4).displayText(), u"20");
+    EXPECT_EQ(at(2, 4).displayText(), u"40");
+    EXPECT_EQ(at(2, 4).formulaText(), u"=A2:A3*{1,2}") << "an array's cells show its formula";
+    EXPECT_EQ(at(3, 5).displayText(), u"31") << "a dynamic array spills over its area";
+    EXPECT_EQ(at(2, 6).formulaText(), u"=IFNA(B3*2,0)");
+    EXPECT_EQ(at(2, 6).displayText(), u"4");
+    EXPECT_EQ(book.names().size(), 6u);
+    ASSERT_EQ(book.tables().size(), 1u);
+    EXPECT_EQ(book.tables().all()[0].columns[1], u"Unit Qty");
+
+    // Saved and read again, all of it comes back: names, tables, arrays, prefixes.
+    std::string saved;
+    SaveToStream(book, saved, SpreadSheetFormatsRepository::instance().Find(u"a.xlsx"));
+    EXPECT_NE(saved.size(), 0u);
+    Workbook again;
+    ByteStream savedStream{saved, 0};
+    LoadFromStream(again, savedStream, *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx"));
+    SheetTable& copy = again.sheet(0);
+    for (int32_t row = 0; row < 5; ++row) {
+        for (int32_t column = 0; column < 8; ++column) {
+            const CellRef a = sheet.getCell(row, column), b = copy.getCell(row, column);
+            ASSERT_EQ(bool(a), bool(b)) << row << "," << column;
+            if (!a) continue;
+            EXPECT_EQ(a.displayText(), b.displayText()) << row << "," << column;
+            EXPECT_EQ(a.formulaText(), b.formulaText()) << row << "," << column;
+        }
+    }
+    EXPECT_EQ(again.names().size(), 6u);
+    EXPECT_EQ(again.tables().size(), 1u);
+    EXPECT_TRUE(copy.getCell(2, 4).cell()->inArray);
 }
 
 // A few kilobytes of archive can list millions of shared strings: equal ones take one entry.

@@ -7,7 +7,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 
 namespace kes {
 namespace {

@@ -1,8 +1,8 @@
-#include "workbook/csv_format.h"
+#include "workbook/csv/csv_format.h"
 
 #include <algorithm>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 #include "sheet/clipboard_text.h"
 #include "sheet/sheet_bounds.h"
 #include "text/utf8.h"

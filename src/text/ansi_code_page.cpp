@@ -1,4 +1,4 @@
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 
 #include "text/utf8.h"
 

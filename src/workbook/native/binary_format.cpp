@@ -1,4 +1,4 @@
-#include "workbook/binary_format.h"
+#include "workbook/native/binary_format.h"
 
 #include <bit>
 #include <cstring>
@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "sheet/calc/compile.h"
 #include "sheet/cell_formula.h"
 #include "sheet/sheet_bounds.h"
 #include "workbook/workbook_errors.h"
@@ -18,8 +19,10 @@ static_assert(std::endian::native == std::endian::little, "the native format is 
 constexpr std::string_view kSignature{"KESBOOK\x1A", 8};
 // Version 2 writes each distinct string once: a string cell holds the index of an earlier one,
 // or kNewString and the text. Version 1 wrote every string in full. Version 3 ends each sheet
-// with its merged areas. The older versions are still read.
-constexpr uint32_t kVersion = 3;
+// with its merged areas. Version 4 gives each formula its place in an array formula and keeps
+// formulas that do not parse as formulas, and ends the workbook with its defined names and
+// tables. The older versions are still read.
+constexpr uint32_t kVersion = 4;
 constexpr uint32_t kNewString = UINT32_MAX;
 
 // --- writing ---------------------------------------------------------------------------------
@@ -49,6 +52,13 @@ private:
     std::unordered_map<const SharedString*, uint32_t> strings_;
 };
 
+void writeArea(Output& out, const CellRect& a) {
+    out.put(a.left);
+    out.put(a.top);
+    out.put(a.right);
+    out.put(a.bottom);
+}
+
 void writeCell(Output& out, const SheetCell& cell) {
     out.put(cell.index);
     out.put(cell.style);
@@ -63,7 +73,13 @@ void writeCell(Output& out, const SheetCell& cell) {
     case cdtDateTime: out.put(cell.number); break;
     case cdtInteger: out.put(cell.integer); break;
     case cdtString: out.string(cell.string); break;
-    case cdtFormula: out.text(cell.formula->text); break;
+    case cdtFormula: {
+        const CellFormula& formula = *cell.formula;
+        out.text(formula.text);
+        out.put(static_cast<uint8_t>(static_cast<uint8_t>(formula.role) | (formula.dynamic ? 4 : 0)));
+        if (formula.role != FormulaRole::Cell) writeArea(out, formula.array);
+        break;
+    }
     }
 }
 
@@ -76,12 +92,7 @@ void writeSheet(Output& out, SheetTable& sheet) {
     out.put(selection.focusedRow());
     out.put(selection.focusedColumn());
     out.put(static_cast<uint32_t>(selection.areas().size()));
-    for (const CellRect& a : selection.areas()) {
-        out.put(a.left);
-        out.put(a.top);
-        out.put(a.right);
-        out.put(a.bottom);
-    }
+    for (const CellRect& a : selection.areas()) writeArea(out, a);
     uint32_t widths = 0;
     for (SheetColumn* c = sheet.columns().first(); c; c = c->next) widths += c->width > 0;
     out.put(widths);
@@ -101,11 +112,25 @@ void writeSheet(Output& out, SheetTable& sheet) {
         for (SheetCell* c = r->cells.first(); c; c = c->next) writeCell(out, *c);
     }
     out.put(static_cast<uint32_t>(sheet.mergedAreas().size()));
-    for (const CellRect& a : sheet.mergedAreas()) {
-        out.put(a.left);
-        out.put(a.top);
-        out.put(a.right);
-        out.put(a.bottom);
+    for (const CellRect& a : sheet.mergedAreas()) writeArea(out, a);
+}
+
+void writeNamesAndTables(Output& out, Workbook& book) {
+    out.put(static_cast<uint32_t>(book.names().size()));
+    for (const DefinedName& name : book.names().all()) {
+        out.text(name.name);
+        out.put(name.sheet);
+        out.text(name.formula);
+        out.put(static_cast<uint8_t>(name.hidden));
+    }
+    out.put(static_cast<uint32_t>(book.tables().size()));
+    for (const TableDefinition& table : book.tables().all()) {
+        out.text(table.name);
+        out.put(table.sheet);
+        writeArea(out, table.area);
+        out.put(static_cast<uint8_t>((table.headerRow ? 1 : 0) | (table.totalsRow ? 2 : 0)));
+        out.put(static_cast<uint32_t>(table.columns.size()));
+        for (const std::u16string& column : table.columns) out.text(column);
     }
 }
 
@@ -170,6 +195,46 @@ private:
     std::vector<SharedString*> strings_;   // held by the cells that read them first
 };
 
+CellRect readArea(Input& in, const char* what) {
+    CellRect r;
+    r.left = in.get<int32_t>(what);
+    r.top = in.get<int32_t>(what);
+    r.right = in.get<int32_t>(what);
+    r.bottom = in.get<int32_t>(what);
+    if (r.left < 0 || r.top < 0 || r.left > r.right || r.top > r.bottom || r.right > kMaxColumn || r.bottom > kMaxRow)
+        in.fail(what, "outside the sheet");
+    return r;
+}
+
+void readNamesAndTables(Input& in, Workbook& book) {
+    const uint32_t names = in.count(13, "names");
+    for (uint32_t i = 0; i < names; ++i) {
+        DefinedName name;
+        name.name = in.text("name");
+        name.sheet = in.get<int32_t>("name scope");
+        if (name.sheet < -1 || name.sheet >= book.sheetCount()) in.fail("name scope", "no such sheet");
+        name.formula = in.text("name formula");
+        name.hidden = in.get<uint8_t>("name hidden") != 0;
+        name.expression = calc::compileFormula(name.formula);
+        if (!book.names().define(std::move(name))) in.fail("names", "too many");
+    }
+    const uint32_t tables = in.count(29, "tables");
+    for (uint32_t i = 0; i < tables; ++i) {
+        TableDefinition table;
+        table.name = in.text("table");
+        table.sheet = in.get<int32_t>("table sheet");
+        if (table.sheet < 0 || table.sheet >= book.sheetCount()) in.fail("table sheet", "no such sheet");
+        table.area = readArea(in, "table area");
+        const uint8_t rows = in.get<uint8_t>("table rows");
+        table.headerRow = rows & 1;
+        table.totalsRow = rows & 2;
+        const uint32_t columns = in.count(4, "table columns");
+        for (uint32_t c = 0; c < columns; ++c) table.columns.emplace_back(in.text("table column"));
+        if (!book.tables().add(std::move(table))) in.fail("table", "does not fit its area or is named twice");
+    }
+    book.namesChanged();
+}
+
 void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, uint32_t styleCount) {
     const int32_t column = in.get<int32_t>("cell column");
     if (column <= lastColumn || column > kMaxColumn) in.fail("cell column", "out of order or outside the sheet");
@@ -195,8 +260,21 @@ void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, 
     case cdtInteger: cell.assign(CellValue::makeInteger(in.get<int32_t>("integer"))); break;
     case cdtString: in.string(cell); break;
     case cdtFormula: {
-        const std::u16string_view text = in.text("formula");
-        if (!cell.setFormula(text)) cell.setString(text);
+        const std::u16string text(in.text("formula"));
+        if (in.version() < 4) {
+            if (!cell.setFormula(text)) cell.setString(text);
+            break;
+        }
+        const uint8_t role = in.get<uint8_t>("formula role");
+        if ((role & 3) > 2) in.fail("formula role", "unknown");
+        if ((role & 3) == 0) {
+            cell.setFileFormula(text);
+            break;
+        }
+        const CellRect area = readArea(in, "array area");
+        if (!area.contains(row.index, column)) in.fail("array area", "does not hold its cell");
+        if ((role & 3) == 1) cell.setArrayFormula(text, area, role & 4);
+        else cell.setArrayMember(area, role & 4);
         break;
     }
     }
@@ -275,6 +353,7 @@ void NativeWriter::Write(Workbook& book, std::string& out) {
     o.put(static_cast<uint32_t>(book.sheetCount()));
     o.put(book.activeSheetIndex());
     for (int32_t i = 0; i < book.sheetCount(); ++i) writeSheet(o, book.sheet(i));
+    writeNamesAndTables(o, book);
 }
 
 void NativeReader::Read(Workbook& book, ByteStream& stream) {
@@ -296,6 +375,7 @@ void NativeReader::Read(Workbook& book, ByteStream& stream) {
     const uint32_t sheets = in.count(4, "sheets");
     const int32_t active = in.get<int32_t>("active sheet");
     for (uint32_t i = 0; i < sheets; ++i) readSheet(in, book, styles);
+    if (version >= 4) readNamesAndTables(in, book);
     book.setActiveSheetIndex(active >= 0 && active < book.sheetCount() ? active : 0);
 }
 

@@ -1,4 +1,4 @@
-#include "workbook/ods_reader.h"
+#include "workbook/ods/ods_reader.h"
 
 #include <charconv>
 #include <cmath>
@@ -210,12 +210,8 @@ public:
                 readStyleElement(reader);
             }
         }
-        for (DeferredFormula& f : deferred_) {
-            CellRef cell = f.sheet->createCell(f.row, f.column);
-            const CellValue cached = cell.value();
-            // A formula the grid cannot read keeps the value the file saved with it.
-            if (!cell.setFormula(u"=" + f.text)) cell.assign(cached);
-        }
+        // A formula the parser refuses stays a formula, which shows #NAME?.
+        for (DeferredFormula& f : deferred_) f.sheet->createCell(f.row, f.column).setFileFormula(f.text);
         readActiveTable();
     }
 
@@ -740,6 +736,8 @@ std::optional<std::u16string> formulaOfOpenFormula(std::u16string_view formula) 
             }
             out += formula.substr(i, length);
             i += length;
+        } else if (formula.substr(i).starts_with(u"COM.MICROSOFT.")) {
+            i += 14;   // Excel's newer functions under their ODF namespace: COM.MICROSOFT.XLOOKUP
         } else {
             if (c == u'{') ++braces;
             if (c == u'}') --braces;

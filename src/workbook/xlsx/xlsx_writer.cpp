@@ -1,9 +1,10 @@
-#include "workbook/xlsx_writer.h"
+#include "workbook/xlsx/xlsx_writer.h"
 
 #include <charconv>
 #include <unordered_map>
 
 #include "sheet/cell_formula.h"
+#include "sheet/workbook.h"
 #include "sheet/format/number_format.h"
 #include "sheet/shared_strings.h"
 #include "text/utf8.h"
@@ -105,6 +106,29 @@ std::string stylesPart(const CellStyles& styles) {
     return xml;
 }
 
+// A value of an array formula's result, written where the cell reference is already open.
+void writeArrayMember(std::string& xml, const CellValue& value) {
+    switch (value.type) {
+    case cdtBlank: xml += "/>"; return;
+    case cdtBoolean: xml += value.boolean ? " t=\"b\"><v>true</v></c>" : " t=\"b\"><v>false</v></c>"; return;
+    case cdtError:
+        xml += " t=\"e\"><v>";
+        appendXmlText(xml, errorText(value.error));
+        xml += "</v></c>";
+        return;
+    case cdtString:
+        xml += " t=\"str\"><v>";
+        appendXmlText(xml, value.text);
+        xml += "</v></c>";
+        return;
+    default:
+        xml += " t=\"n\"><v>";
+        xml += numberText(value.asFloat());
+        xml += "</v></c>";
+        return;
+    }
+}
+
 void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& cell, SharedStringList& strings) {
     xml += "<c r=\"";
     appendCellReference(xml, row.index, cell.index);
@@ -125,10 +149,28 @@ void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& ce
         xml += "</v></c>";
         return;
     case cdtFormula: {
-        std::u16string_view text = cell.formula->text;
-        if (!text.empty() && text.front() == u'=') text.remove_prefix(1);
-        xml += " t=\"str\"><f>";
-        appendXmlText(xml, text);
+        const CellFormula& formula = *cell.formula;
+        if (formula.role == FormulaRole::ArrayMember) {
+            // The other cells of an array formula hold its values, as Excel writes them.
+            writeArrayMember(xml, CellRef(&sheet, &row, &cell).formulaResult());
+            return;
+        }
+        // The text files carry: newer functions with their _xlfn. prefixes. A formula that never
+        // parsed is written as it was read.
+        std::u16string text = formula.expression ? formula::formulaText(*formula.expression, formula::TextStyle::File)
+                                                 : formula.text;
+        std::u16string_view body = text;
+        if (!body.empty() && body.front() == u'=') body.remove_prefix(1);
+        if (formula.role == FormulaRole::ArrayAnchor) {
+            xml += " t=\"str\"><f t=\"array\" ref=\"";
+            appendCellReference(xml, formula.array.top, formula.array.left);
+            xml += ':';
+            appendCellReference(xml, formula.array.bottom, formula.array.right);
+            xml += "\">";
+        } else {
+            xml += " t=\"str\"><f>";
+        }
+        appendXmlText(xml, body);
         xml += "</f></c>";
         return;
     }
@@ -140,7 +182,7 @@ void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& ce
     }
 }
 
-std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& strings) {
+std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& strings, size_t tables) {
     std::string xml = kDeclaration;
     xml += "<worksheet xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + kRelationships + "\">";
     xml += std::string("<sheetViews><sheetView") + (selected ? " tabSelected=\"1\"" : "") + " workbookViewId=\"0\"/></sheetViews>";
@@ -175,7 +217,57 @@ std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& st
         }
         xml += "</mergeCells>";
     }
+    if (tables > 0) {
+        xml += "<tableParts count=\"" + std::to_string(tables) + "\">";
+        for (size_t i = 0; i < tables; ++i) xml += "<tablePart r:id=\"rId" + std::to_string(i + 1) + "\"/>";
+        xml += "</tableParts>";
+    }
     return xml + "</worksheet>";
+}
+
+std::string areaText(const CellRect& area) {
+    std::string out;
+    appendCellReference(out, area.top, area.left);
+    out += ':';
+    appendCellReference(out, area.bottom, area.right);
+    return out;
+}
+
+std::string tablePart(const TableDefinition& table, size_t id) {
+    std::string xml = kDeclaration;
+    const std::string name = xmlText(table.name, true);
+    xml += "<table xmlns=\"" + std::string(kMain) + "\" id=\"" + std::to_string(id) + "\" name=\"" + name +
+           "\" displayName=\"" + name + "\" ref=\"" + areaText(table.area) + "\"";
+    if (!table.headerRow) xml += " headerRowCount=\"0\"";
+    xml += table.totalsRow ? " totalsRowCount=\"1\">" : " totalsRowShown=\"0\">";
+    if (table.headerRow) {
+        CellRect filter = table.area;
+        if (table.totalsRow) --filter.bottom;
+        xml += "<autoFilter ref=\"" + areaText(filter) + "\"/>";
+    }
+    xml += "<tableColumns count=\"" + std::to_string(table.columns.size()) + "\">";
+    for (size_t i = 0; i < table.columns.size(); ++i) {
+        xml += "<tableColumn id=\"" + std::to_string(i + 1) + "\" name=\"" + xmlText(table.columns[i], true) + "\"/>";
+    }
+    xml += "</tableColumns><tableStyleInfo name=\"TableStyleMedium2\" showFirstColumn=\"0\" showLastColumn=\"0\" "
+           "showRowStripes=\"1\" showColumnStripes=\"0\"/></table>";
+    return xml;
+}
+
+// The defined names as the workbook part lists them, their formulas in the text files carry.
+std::string definedNames(Workbook& book) {
+    if (book.names().size() == 0) return {};
+    std::string xml = "<definedNames>";
+    for (const DefinedName& name : book.names().all()) {
+        xml += "<definedName name=\"" + xmlText(name.name, true) + "\"";
+        if (name.sheet >= 0) xml += " localSheetId=\"" + std::to_string(name.sheet) + "\"";
+        if (name.hidden) xml += " hidden=\"1\"";
+        xml += '>';
+        std::u16string text = name.expression ? formula::formulaText(*name.expression, formula::TextStyle::File) : name.formula;
+        appendXmlText(xml, std::u16string_view(text).substr(text.starts_with(u'=') ? 1 : 0));
+        xml += "</definedName>";
+    }
+    return xml + "</definedNames>";
 }
 
 }  // namespace
@@ -184,7 +276,13 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
     ZipWriter zip;
     SharedStringList strings;
     std::vector<std::string> sheets;
-    for (int32_t i = 0; i < book.sheetCount(); ++i) sheets.push_back(worksheetPart(book.sheet(i), i == book.activeSheetIndex(), strings));
+    // The tables of each sheet, numbered across the workbook as their parts are.
+    std::vector<std::vector<const TableDefinition*>> tablesOf(size_t(book.sheetCount()));
+    for (const TableDefinition& table : book.tables().all()) {
+        if (table.sheet >= 0 && table.sheet < book.sheetCount()) tablesOf[size_t(table.sheet)].push_back(&table);
+    }
+    for (int32_t i = 0; i < book.sheetCount(); ++i)
+        sheets.push_back(worksheetPart(book.sheet(i), i == book.activeSheetIndex(), strings, tablesOf[size_t(i)].size()));
 
     const char* mainType = asTemplate_ ? "application/vnd.openxmlformats-officedocument.spreadsheetml.template.main+xml"
                                        : "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml";
@@ -196,6 +294,12 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
     for (size_t i = 0; i < sheets.size(); ++i)
         types += "<Override PartName=\"/xl/worksheets/sheet" + std::to_string(i + 1) +
                  ".xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml\"/>";
+    size_t tableNumber = 0;
+    for (const auto& tables : tablesOf) {
+        for (size_t k = 0; k < tables.size(); ++k)
+            types += "<Override PartName=\"/xl/tables/table" + std::to_string(++tableNumber) +
+                     ".xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.table+xml\"/>";
+    }
     types += "<Override PartName=\"/xl/styles.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml\"/>"
              "<Override PartName=\"/xl/sharedStrings.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml\"/>"
              "<Override PartName=\"/docProps/app.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.extended-properties+xml\"/>"
@@ -223,7 +327,7 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
         workbookRels += "<Relationship Id=\"" + id + "\" Type=\"" + kRelationships + "/worksheet\" Target=\"worksheets/sheet" +
                         std::to_string(i + 1) + ".xml\"/>";
     }
-    workbook += "</sheets></workbook>";
+    workbook += "</sheets>" + definedNames(book) + "</workbook>";
     const size_t n = sheets.size();
     workbookRels += "<Relationship Id=\"rId" + std::to_string(n + 1) + "\" Type=\"" + kRelationships + "/styles\" Target=\"styles.xml\"/>";
     workbookRels += "<Relationship Id=\"rId" + std::to_string(n + 2) + "\" Type=\"" + kRelationships +
@@ -232,7 +336,20 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
     zip.add("xl/_rels/workbook.xml.rels", workbookRels);
     zip.add("xl/styles.xml", stylesPart(book.styles()));
     zip.add("xl/sharedStrings.xml", strings.part());
-    for (size_t i = 0; i < sheets.size(); ++i) zip.add("xl/worksheets/sheet" + std::to_string(i + 1) + ".xml", sheets[i]);
+    tableNumber = 0;
+    for (size_t i = 0; i < sheets.size(); ++i) {
+        const std::string sheetPart = "xl/worksheets/sheet" + std::to_string(i + 1) + ".xml";
+        zip.add(sheetPart, sheets[i]);
+        if (tablesOf[i].empty()) continue;
+        std::string rels = std::string(kDeclaration) + "<Relationships xmlns=\"" + kPackageRelationships + "\">";
+        for (size_t k = 0; k < tablesOf[i].size(); ++k) {
+            const std::string part = "table" + std::to_string(++tableNumber) + ".xml";
+            rels += "<Relationship Id=\"rId" + std::to_string(k + 1) + "\" Type=\"" + kRelationships +
+                    "/table\" Target=\"../tables/" + part + "\"/>";
+            zip.add("xl/tables/" + part, tablePart(*tablesOf[i][k], tableNumber));
+        }
+        zip.add("xl/worksheets/_rels/sheet" + std::to_string(i + 1) + ".xml.rels", rels + "</Relationships>");
+    }
     out += zip.finish();
 }
 

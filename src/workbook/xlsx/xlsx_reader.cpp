@@ -1,4 +1,4 @@
-#include "workbook/xlsx_reader.h"
+#include "workbook/xlsx/xlsx_reader.h"
 
 #include <algorithm>
 #include <charconv>
@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "sheet/calc/compile.h"
 #include "sheet/cell_formula.h"
 #include "sheet/formula/cell_address.h"
 #include "sheet/format/number_format.h"
@@ -99,6 +100,25 @@ std::optional<std::string> workbookPartOf(const ZipReader& zip) {
     return part;
 }
 
+// A text of the file: _xHHHH_ stands for the character HHHH; _x005F_ escapes the underscore of
+// such an escape.
+std::u16string decodeEscapes(std::string_view text) {
+    std::u16string out;
+    size_t done = 0;
+    for (size_t i = text.find("_x"); i != std::string_view::npos && i + 6 < text.size(); i = text.find("_x", i + 1)) {
+        if (text[i + 6] != '_') continue;
+        uint32_t cp = 0;
+        auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
+        if (ec != std::errc() || end != text.data() + i + 6) continue;
+        appendFromUtf8(out, text.substr(done, i - done));
+        out.push_back(char16_t(cp));
+        done = i + 7;
+        i += 6;
+    }
+    appendFromUtf8(out, text.substr(done));
+    return out;
+}
+
 // The text of a string item (<si> or <is>) into `out`: plain <t>, or rich runs, without
 // phonetic runs. A plain text without xml:space="preserve" loses its surrounding white space, as
 // in Excel. `text` is room for the UTF-8 on the way.
@@ -121,19 +141,7 @@ void readStringItem(XmlReader& reader, std::string& text, std::u16string& out) {
             text += part;
         }
     }
-    // _xHHHH_ stands for the character HHHH; _x005F_ escapes the underscore of such an escape.
-    size_t done = 0;
-    for (size_t i = text.find("_x"); i != std::string::npos && i + 6 < text.size(); i = text.find("_x", i + 1)) {
-        if (text[i + 6] != '_') continue;
-        uint32_t cp = 0;
-        auto [end, ec] = std::from_chars(text.data() + i + 2, text.data() + i + 6, cp, 16);
-        if (ec != std::errc() || end != text.data() + i + 6) continue;
-        appendFromUtf8(out, std::string_view(text).substr(done, i - done));
-        out.push_back(char16_t(cp));
-        done = i + 7;
-        i += 6;
-    }
-    appendFromUtf8(out, std::string_view(text).substr(done));
+    out = decodeEscapes(text);
 }
 
 int32_t columnOfReference(std::string_view ref, bool& ok) {
@@ -167,13 +175,28 @@ struct DeferredFormula {
     int32_t row;
     int32_t column;
     std::u16string text;
+    std::optional<CellRect> array;   // an array formula over this area
+    bool dynamic = false;            // one that spills (Excel's dynamic arrays)
 };
 
+// The first cell of a shared formula: its text is the formula of every cell that shares it,
+// its relative references moved by the cell's distance from the first.
 struct SharedFormula {
     int32_t row;
     int32_t column;
+    std::shared_ptr<const formula::Expression> expression;   // none when the text does not parse
     std::u16string text;
 };
+
+struct PendingName {
+    std::u16string name;
+    int32_t sheet;
+    std::u16string formula;
+    bool hidden;
+};
+
+// Array formulas over more cells than this make members only of the cells the file holds.
+constexpr int64_t kMembersMadeUpTo = 65536;
 
 class PackageReader {
 public:
@@ -206,6 +229,15 @@ public:
                 book_.setSettings(settings);
             } else if (reader.name() == "workbookView" && reader.attribute("activeTab", value)) {
                 std::from_chars(value.data(), value.data() + value.size(), activeTab);
+            } else if (reader.name() == "definedName" && reader.attribute("name", value)) {
+                PendingName name{fromUtf8(value), -1, {}, false};
+                if (reader.attribute("localSheetId", value)) {
+                    name.sheet = -2;   // unreadable: dropped below
+                    std::from_chars(value.data(), value.data() + value.size(), name.sheet);
+                }
+                name.hidden = reader.attribute("hidden", value) && (value == "1" || value == "true");
+                name.formula = fromUtf8(reader.elementText());
+                names_.push_back(std::move(name));
             } else if (reader.name() == "sheet") {
                 if (book_.sheetCount() >= kMaxSheets)
                     report("The workbook has more than " + std::to_string(kMaxSheets) + " sheets");
@@ -218,20 +250,41 @@ public:
                 if (rel != rels.end() && endsWith(rel->second.type, "/worksheet")) readWorksheet(sheet, rel->second.target);
             }
         }
+        for (const PendingName& name : names_) {
+            if (name.sheet < -1 || name.sheet >= book_.sheetCount() || name.name.empty()) continue;
+            std::u16string text = name.formula.starts_with(u'=') ? name.formula : u"=" + name.formula;
+            std::shared_ptr<const formula::Expression> expression = calc::compileFormula(text);
+            if (expression) text = formula::formulaText(*expression);
+            book_.names().define({name.name, name.sheet, std::move(text), std::move(expression), name.hidden});
+        }
         for (DeferredFormula& f : deferred_) {
             CellRef cell = f.sheet->createCell(f.row, f.column);
-            if (!cell.setFormula(u"=" + f.text)) cell.setString(u"=" + f.text);
-        }
-        // The cells an array formula fills can only be changed together: the grid refuses to
-        // change one of them. The file holds every one of them, so only existing cells are marked.
-        for (const ArrayArea& array : arrays_) {
-            for (SheetRow* row = array.sheet->rows().lowerBound(array.area.top); row && row->index <= array.area.bottom;
-                 row = row->next) {
-                for (SheetCell* c = row->cells.lowerBound(array.area.left); c && c->index <= array.area.right; c = c->next) {
-                    c->inArray = true;
+            if (!f.array) {
+                cell.setFileFormula(f.text);
+                continue;
+            }
+            // The cells an array formula fills show its result, and can only be changed together:
+            // the grid refuses to change one of them. The file holds every one of them; areas of
+            // a size a sheet can hold are made whole.
+            const CellRect& area = *f.array;
+            cell.setArrayFormula(f.text, area, f.dynamic);
+            const int64_t cells = int64_t(area.right - area.left + 1) * (area.bottom - area.top + 1);
+            SheetTable& sheet = *f.sheet;
+            for (int32_t r = area.top; r <= area.bottom; ++r) {
+                if (cells <= kMembersMadeUpTo) {
+                    for (int32_t c = area.left; c <= area.right; ++c) {
+                        if (r != area.top || c != area.left) sheet.createCell(r, c).setArrayMember(area, f.dynamic);
+                    }
+                    continue;
+                }
+                SheetRow* row = sheet.getRow(r);
+                if (!row) continue;
+                for (SheetCell* c = row->cells.lowerBound(area.left); c && c->index <= area.right; c = c->next) {
+                    if (r != area.top || c->index != area.left) CellRef(&sheet, row, c).setArrayMember(area, f.dynamic);
                 }
             }
         }
+        book_.namesChanged();
         if (activeTab >= 0 && activeTab < book_.sheetCount()) book_.setActiveSheetIndex(activeTab);
     }
 
@@ -293,7 +346,42 @@ private:
         }
     }
 
+    // The tables of a sheet, from the table parts its relationships name.
+    void readTables(SheetTable& sheet, const std::string& part) {
+        for (const auto& [id, rel] : readRelationships(zip_, relsOf(part), folderOf(part))) {
+            if (!endsWith(rel.type, "/table")) continue;
+            const ZipEntry* entry = zip_.find(rel.target);
+            if (!entry) continue;
+            const std::string xml = zip_.extract(*entry);
+            XmlReader reader(xml);
+            TableDefinition table;
+            table.sheet = book_.indexOf(sheet);
+            bool haveArea = false;
+            for (Token t; (t = reader.next()) != Token::End;) {
+                if (t != Token::StartElement) continue;
+                std::string_view value;
+                if (reader.name() == "table") {
+                    if (reader.attribute("displayName", value) || reader.attribute("name", value)) table.name = fromUtf8(value);
+                    if (reader.attribute("ref", value)) {
+                        if (const auto area = areaOfReference(value)) {
+                            table.area = *area;
+                            haveArea = true;
+                        }
+                    }
+                    if (reader.attribute("headerRowCount", value)) table.headerRow = value != "0";
+                    if (reader.attribute("totalsRowCount", value)) table.totalsRow = value != "0";
+                } else if (reader.name() == "tableColumn" && reader.attribute("name", value)) {
+                    table.columns.push_back(decodeEscapes(value));
+                }
+            }
+            // A table the sheet cannot hold (columns that do not fit its area, a name twice) is
+            // dropped: its structured references then give #REF!, as in Excel without the table.
+            if (haveArea && !table.name.empty()) book_.tables().add(std::move(table));
+        }
+    }
+
     void readWorksheet(SheetTable& sheet, const std::string& part) {
+        readTables(sheet, part);
         const ZipEntry* entry = zip_.find(part);
         if (!entry) return;
         PartSource bytes(zip_, *entry);
@@ -371,6 +459,9 @@ private:
         std::string formula, sharedIndex;
         bool hasV = false, hasF = false, isShared = false;
         bool hasInline = false;
+        std::optional<CellRect> array;
+        std::string_view metadata;
+        const bool dynamic = reader.attribute("cm", metadata) && !metadata.empty();
         const int depth = reader.depth();
         while (reader.nextStartWithin(depth)) {
             if (reader.name() == "v") {
@@ -381,9 +472,8 @@ private:
                 std::string_view ft, si, ref;
                 const bool hasType = reader.attribute("t", ft);
                 isShared = hasType && ft == "shared";
-                if (hasType && ft == "array" && reader.attribute("ref", ref)) {
-                    if (auto area = areaOfReference(ref)) arrays_.push_back({&sheet, *area});
-                }
+                if (hasType && ft == "array" && reader.attribute("ref", ref)) array = areaOfReference(ref);
+                if (hasType && ft == "array" && !array) array = CellRect{column, row.index, column, row.index};
                 if (reader.attribute("si", si)) sharedIndex = si;
                 formula = reader.elementText();
             } else if (reader.name() == "is") {
@@ -395,15 +485,20 @@ private:
             std::u16string text = fromUtf8(formula);
             if (isShared) {
                 if (!text.empty()) {
-                    shared[sharedIndex] = {row.index, column, text};
+                    std::shared_ptr<const formula::Expression> master = formula::parseFormula(u"=" + text);
+                    shared[sharedIndex] = {row.index, column, std::move(master), text};
                 } else if (auto it = shared.find(sharedIndex); it != shared.end()) {
-                    if (auto master = formula::parseFormula(u"=" + it->second.text)) {
-                        formula::offsetReferences(*master, row.index - it->second.row, column - it->second.column);
-                        text = formula::formulaText(*master).substr(1);
+                    if (it->second.expression) {
+                        formula::Expression moved = *it->second.expression;
+                        formula::offsetReferences(moved, row.index - it->second.row, column - it->second.column);
+                        text = formula::formulaText(moved, formula::TextStyle::File).substr(1);
+                    } else {
+                        text = it->second.text;
                     }
                 }
             }
-            if (!text.empty()) deferred_.push_back({&sheet, row.index, column, std::move(text)});
+            if (array && (array->left != column || array->top != row.index)) array.reset();
+            if (!text.empty()) deferred_.push_back({&sheet, row.index, column, std::move(text), array, dynamic && array});
             return column;
         }
         if (kind == 7) {
@@ -451,11 +546,7 @@ private:
     std::vector<SharedString*> entries_;   // the shared strings, in the workbook's table
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
-    struct ArrayArea {
-        SheetTable* sheet;
-        CellRect area;
-    };
-    std::vector<ArrayArea> arrays_;
+    std::vector<PendingName> names_;
 };
 
 }  // namespace

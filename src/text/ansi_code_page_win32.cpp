@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "records/ansi_code_page.h"
+#include "text/ansi_code_page.h"
 
 namespace kes {
 namespace {
