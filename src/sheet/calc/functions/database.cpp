@@ -205,11 +205,12 @@ Value dstdevp(Call& call) {
     return v.isNumber() ? Value::number(std::sqrt(v.number())) : v;
 }
 
-// DCOUNT counts numbers of the field and DCOUNTA values that are not blank; without a field,
-// the records selected.
+// DCOUNT counts numbers of the field and DCOUNTA values that are not blank; without a field
+// (or with field 0), the records selected.
 Value dcountWith(Call& call, bool anyValue) {
     const Table database = tableArgument(call, 0);
-    const bool all = call.isMissing(1);
+    const Value field = call.scalar(1);
+    const bool all = call.isMissing(1) || (field.isNumber() && field.number() == 0);
     const int32_t column = all ? -1 : fieldColumn(call, *database.values);
     double count = 0;
     for (const int32_t record : selectedRecords(call, *database.values)) {
