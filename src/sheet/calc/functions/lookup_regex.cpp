@@ -89,7 +89,10 @@ private:
             if (c == u'*') min = 0, max = kUnbounded, ++pos_;
             else if (c == u'+') min = 1, max = kUnbounded, ++pos_;
             else if (c == u'?') min = 0, max = 1, ++pos_;
-            else if (c == u'{' && counts(min, max)) {
+            else if (c == u'{') {
+                const Count count = counts(min, max);
+                if (count == Count::Bad) return nullptr;
+                if (count == Count::None) break;
             } else {
                 break;
             }
@@ -105,7 +108,8 @@ private:
     }
 
     // {n}, {n,} or {n,m}; a brace that is none of these is a literal, as in PCRE.
-    bool counts(int& min, int& max) {
+    enum class Count { None, Given, Bad };
+    Count counts(int& min, int& max) {
         size_t p = pos_ + 1;
         const auto number = [&](int& out) {
             const size_t start = p;
@@ -116,16 +120,17 @@ private:
             }
             return p > start;
         };
-        if (!number(min)) return false;
+        if (!number(min)) return p < pattern_.size() && isDigitChar(pattern_[p]) ? Count::Bad : Count::None;
         max = min;
         if (p < pattern_.size() && pattern_[p] == u',') {
             ++p;
             if (p < pattern_.size() && pattern_[p] == u'}') max = kUnbounded;
-            else if (!number(max) || max < min) return false;
+            else if (!number(max)) return p < pattern_.size() && isDigitChar(pattern_[p]) ? Count::Bad : Count::None;
         }
-        if (p >= pattern_.size() || pattern_[p] != u'}') return false;
+        if (p >= pattern_.size() || pattern_[p] != u'}') return Count::None;
+        if (max != kUnbounded && max < min) return Count::Bad;
         pos_ = p + 1;
-        return true;
+        return Count::Given;
     }
 
     std::unique_ptr<Node> atom() {
