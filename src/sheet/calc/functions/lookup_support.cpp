@@ -4,7 +4,8 @@
 #include <cmath>
 
 #include "sheet/calc/functions/lookup_regex.h"
-#include "sheet/sheet_table.h"
+#include "sheet/calc/unicode_case.h"
+#include "sheet/shared_strings.h"
 
 namespace kes::calc {
 namespace {
@@ -28,43 +29,94 @@ int kindRank(const Value& v) {
     }
 }
 
-bool modernEquals(const Value& candidate, const Value& key) {
-    if (candidate.isError()) return false;
-    return compareForSort(candidate, key) == 0;
-}
+// A key compared with cells as the sheet stores them, so that a search through a long column
+// makes no value of each cell.
+class CellMatcher {
+public:
+    explicit CellMatcher(const Value& key) : key_(key) {
+        if (key.isText()) upper_ = upperCase(key.text());
+    }
+
+    bool matches(Evaluator& evaluator, SheetTable& sheet, int32_t row, const SheetCell& cell) const {
+        switch (cell.type) {
+        case cdtFloat:
+        case cdtDateTime: return key_.isNumber() && nearlyEqual(cell.number, key_.number());
+        case cdtInteger: return key_.isNumber() && nearlyEqual(cell.integer, key_.number());
+        case cdtCurrency: return key_.isNumber() && nearlyEqual(double(cell.currency) / 10000.0, key_.number());
+        case cdtBoolean: return key_.isBoolean() && cell.boolean == key_.boolean();
+        case cdtString: return key_.isText() && sameText(cell.string->text());
+        case cdtFormula: {
+            const Value v = evaluator.readCell(sheet, row, cell.index);
+            return sameKind(v, key_) && compareValues(v, key_) == 0;
+        }
+        default: return false;
+        }
+    }
+
+private:
+    bool sameText(std::u16string_view text) const {
+        if (text.size() != upper_.size()) return false;
+        for (size_t i = 0; i < text.size(); ++i) {
+            if (text[i] != upper_[i] && toUpper(text[i]) != upper_[i]) return false;
+        }
+        return true;
+    }
+
+    const Value& key_;
+    std::u16string upper_;
+};
 
 // A value as a regular expression sees it: numbers and booleans by their text.
 bool regexMatches(const LookupRegex& regex, const Value& candidate) {
-    if (candidate.isError() || candidate.isBlank()) return false;
+    if (candidate.isError()) return false;
     return regex.search(scalarToText(candidate));
 }
 
-int32_t findLinear(const LookupLine& line, bool backward, auto&& accept) {
-    const int32_t n = line.searched();
-    for (int32_t k = 0; k < n; ++k) {
-        const int32_t i = backward ? n - 1 - k : k;
-        if (accept(line.at(i))) return i;
-    }
-    return -1;
+// The first (or, searching backward, the last) value the test accepts; blanks are never
+// offered.
+template <class Accept>
+int32_t findLinear(const LookupLine& line, bool backward, Accept&& accept) {
+    int32_t found = -1;
+    line.scan([&](int32_t i, const Value& v) {
+        if (accept(v)) found = i;
+        return backward || found < 0;
+    });
+    return found;
 }
 
-// The nearest value below (or above) the key, an exact match first; ties go to the first met.
+// An empty key finds an empty cell.
+int32_t findBlank(const LookupLine& line, bool backward) {
+    if (backward && line.searched() < line.length()) return line.length() - 1;
+    for (int32_t k = 0; k < line.searched(); ++k) {
+        const int32_t i = backward ? line.searched() - 1 - k : k;
+        if (line.at(i).isBlank()) return i;
+    }
+    return line.searched() < line.length() ? line.searched() : -1;
+}
+
+int32_t findEqualModern(const LookupLine& line, const Value& key, bool backward) {
+    if (key.isBlank()) return findBlank(line, backward);
+    return line.findEqual(key, backward);
+}
+
+// The nearest value below (or above) the key, an exact match first; of equal ones the first
+// met in the direction of the search.
 int32_t findNearest(const LookupLine& line, const Value& key, bool larger, bool backward) {
-    const int32_t n = line.searched();
+    const int32_t exact = key.isBlank() ? -1 : line.findEqual(key, backward);
+    if (exact >= 0) return exact;
     int32_t best = -1;
     Value bestValue;
-    for (int32_t k = 0; k < n; ++k) {
-        const int32_t i = backward ? n - 1 - k : k;
-        const Value v = line.at(i);
-        if (v.isError() || v.isBlank()) continue;
+    line.scan([&](int32_t i, const Value& v) {
+        if (v.isError()) return true;
         const int order = compareForSort(v, key);
-        if (order == 0) return i;
-        if ((order > 0) != larger) continue;
-        if (best < 0 || (larger ? compareForSort(v, bestValue) < 0 : compareForSort(v, bestValue) > 0)) {
+        if (order == 0 || (order > 0) != larger) return true;
+        const int versus = best < 0 ? -1 : compareForSort(v, bestValue) * (larger ? 1 : -1);
+        if (versus < 0 || (versus == 0 && backward)) {
             best = i;
             bestValue = v;
         }
-    }
+        return true;
+    });
     return best;
 }
 
@@ -109,6 +161,40 @@ Value LookupLine::at(int32_t position) const {
     return evaluator_->readCell(*area_.sheet, row, column);
 }
 
+int32_t LookupLine::findEqual(const Value& key, bool last) const {
+    int32_t found = -1;
+    if (matrix_) {
+        for (int32_t i = 0; i < searched_ && (last || found < 0); ++i) {
+            const Value v = at(i);
+            if (sameKind(v, key) && compareValues(v, key) == 0) found = i;
+        }
+        return found;
+    }
+    const CellMatcher matcher(key);
+    SheetTable& sheet = *area_.sheet;
+    if (vertical_) {
+        const int32_t column = area_.rect.left + fixed_, bottom = area_.rect.top + searched_ - 1;
+        for (SheetRow* row = sheet.rows().lowerBound(area_.rect.top); row && row->index <= bottom; row = row->next) {
+            const SheetCell* cell = row->cells.getItem(column);
+            if (cell && matcher.matches(*evaluator_, sheet, row->index, *cell)) {
+                found = row->index - area_.rect.top;
+                if (!last) break;
+            }
+        }
+        return found;
+    }
+    SheetRow* row = sheet.getRow(area_.rect.top + fixed_);
+    if (!row) return -1;
+    const int32_t right = area_.rect.left + searched_ - 1;
+    for (SheetCell* cell = row->cells.lowerBound(area_.rect.left); cell && cell->index <= right; cell = cell->next) {
+        if (matcher.matches(*evaluator_, sheet, row->index, *cell)) {
+            found = cell->index - area_.rect.left;
+            if (!last) break;
+        }
+    }
+    return found;
+}
+
 LookupLine lookupLine(Call& call, const Value& source, bool vertical, int32_t fixed) {
     if (source.isReference()) {
         if (source.areaCount() != 1) fail(ecValue);
@@ -125,7 +211,14 @@ bool lookupEquals(const Value& candidate, const Value& key, bool wildcards) {
 }
 
 int32_t findFirst(const LookupLine& line, const Value& key, bool wildcards) {
-    return findLinear(line, false, [&](const Value& v) { return lookupEquals(v, key, wildcards); });
+    if (!(wildcards && key.isText() && hasWildcards(key.text()))) return line.findEqual(key, false);
+    int32_t found = -1;
+    line.scan([&](int32_t i, const Value& v) {
+        if (!v.isText() || !wildcardMatch(v.text(), key.text())) return true;
+        found = i;
+        return false;
+    });
+    return found;
 }
 
 int32_t findSorted(const LookupLine& line, const Value& key) {
@@ -163,12 +256,12 @@ int32_t findSorted(const LookupLine& line, const Value& key) {
 
 int32_t findSortedDescending(const LookupLine& line, const Value& key) {
     int32_t found = -1;
-    for (int32_t i = 0; i < line.searched(); ++i) {
-        const Value v = line.at(i);
-        if (!sameKind(v, key)) continue;
-        if (compareValues(v, key) < 0) break;
+    line.scan([&](int32_t i, const Value& v) {
+        if (!sameKind(v, key)) return true;
+        if (compareValues(v, key) < 0) return false;
         found = i;
-    }
+        return true;
+    });
     return found;
 }
 
@@ -201,9 +294,9 @@ int32_t findModern(const LookupLine& line, const Value& key, MatchMode match, Se
     }
     const bool backward = search == SearchMode::LastToFirst;
     switch (match) {
-    case MatchMode::Exact: return findLinear(line, backward, [&](const Value& v) { return modernEquals(v, key); });
+    case MatchMode::Exact: return findEqualModern(line, key, backward);
     case MatchMode::Wildcard:
-        if (!key.isText()) return findLinear(line, backward, [&](const Value& v) { return modernEquals(v, key); });
+        if (!key.isText()) return findEqualModern(line, key, backward);
         return findLinear(line, backward, [&](const Value& v) { return v.isText() && wildcardMatch(v.text(), key.text()); });
     case MatchMode::Regex: {
         const auto regex = LookupRegex::compile(scalarToText(key));

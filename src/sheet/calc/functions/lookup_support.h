@@ -7,6 +7,7 @@
 #include <span>
 
 #include "sheet/calc/functions/support.h"
+#include "sheet/sheet_table.h"
 
 namespace kes::calc {
 
@@ -22,6 +23,18 @@ public:
     // The positions that may hold a value: those of a reference end at the sheet's last cell.
     int32_t searched() const { return searched_; }
     Value at(int32_t position) const;
+    // The values of the searched positions that are not blank, first to last, until `visit`
+    // returns false; a reference's cells are walked as the sheet holds them.
+    template <class Visit>
+    void scan(Visit&& visit) const;
+    // The first (or last) position whose value equals the key as the lookups compare values
+    // (texts ignoring case), or -1. The key is a number, a text or a boolean; a reference's
+    // cells are compared as they are stored.
+    int32_t findEqual(const Value& key, bool last) const;
+    // The reference the line reads; none for an array.
+    const Area* area() const { return matrix_ ? nullptr : &area_; }
+    bool vertical() const { return vertical_; }
+    int32_t fixed() const { return fixed_; }
 
 private:
     std::shared_ptr<const Matrix> matrix_;
@@ -32,6 +45,36 @@ private:
     int32_t length_;
     int32_t searched_;
 };
+
+template <class Visit>
+void LookupLine::scan(Visit&& visit) const {
+    if (matrix_) {
+        for (int32_t i = 0; i < searched_; ++i) {
+            const Value v = at(i);
+            if (!v.isBlank() && !visit(i, v)) return;
+        }
+        return;
+    }
+    SheetTable& sheet = *area_.sheet;
+    if (vertical_) {
+        const int32_t column = area_.rect.left + fixed_, bottom = area_.rect.top + searched_ - 1;
+        for (SheetRow* row = sheet.rows().lowerBound(area_.rect.top); row && row->index <= bottom; row = row->next) {
+            const SheetCell* cell = row->cells.getItem(column);
+            if (!cell || cell->type == cdtBlank) continue;
+            const Value v = evaluator_->readCell(sheet, row->index, column);
+            if (!v.isBlank() && !visit(row->index - area_.rect.top, v)) return;
+        }
+        return;
+    }
+    SheetRow* row = sheet.getRow(area_.rect.top + fixed_);
+    if (!row) return;
+    const int32_t right = area_.rect.left + searched_ - 1;
+    for (SheetCell* cell = row->cells.lowerBound(area_.rect.left); cell && cell->index <= right; cell = cell->next) {
+        if (cell->type == cdtBlank) continue;
+        const Value v = evaluator_->readCell(sheet, row->index, cell->index);
+        if (!v.isBlank() && !visit(cell->index - area_.rect.left, v)) return;
+    }
+}
 
 // The row or column `fixed` (0-based) of an argument: a reference (one area) or an array.
 LookupLine lookupLine(Call& call, const Value& source, bool vertical, int32_t fixed);
