@@ -122,6 +122,7 @@ TEST_F(Xlookup, MatchModesAndSearchModes) {
         {u"=XLOOKUP(\"x\",{1,3},{1,2},,2,2)", u"#VALUE!"},    // no wildcards in a halving search
         {u"=XLOOKUP(1,{1,3},{1,2},,5)", u"#VALUE!"},
         {u"=XLOOKUP(1,{1,3},{1,2},,0,0)", u"#VALUE!"},
+        {u"=XLOOKUP(-1.1,{-1.1,2.1,3.1,4.1},{1,2,3,4},0,1,-1.1)", u"4"},   // -1.1 rounds down to -2
         {u"=XLOOKUP(1,{1,3;4,5},{1,2})", u"#VALUE!"},         // a table is no lookup array
         {u"=XLOOKUP(1,{1,3},{1,2,3})", u"#VALUE!"},
         {u"=XLOOKUP(4,{1,3,3,5},{\"a\",\"b\",\"c\",\"d\"},,-1)", u"b"},
@@ -180,13 +181,14 @@ TEST(LookupRegex, MatchesEverydayPatterns) {
         ASSERT_TRUE(regex) << std::string(c.pattern.begin(), c.pattern.end());
         EXPECT_EQ(regex->search(c.text), c.matches) << std::string(c.pattern.begin(), c.pattern.end());
     }
-    for (std::u16string_view bad : {u"(a", u"a)", u"[a", u"*a", u"(a)\\1", u"(?=a)", u"a{3,2}", u"\\"}) {
+    for (std::u16string_view bad : {u"(a", u"a)", u"[a", u"*a", u"(a)\\1", u"(?=a)", u"a{3,2}", u"\\", u"a**", u"a{2}{3}"}) {
         EXPECT_FALSE(LookupRegex::compile(bad)) << std::string(bad.begin(), bad.end());
     }
     // Nested repeats on a long text that never matches: every alternative runs in step.
     EXPECT_FALSE(LookupRegex::compile(u"(a*)*b")->search(std::u16string(30000, u'a')));
     EXPECT_FALSE(LookupRegex::compile(u"(x+x+)+y")->search(std::u16string(5000, u'x')));
-    EXPECT_FALSE(LookupRegex::compile(u"a{1000}{1000}"));   // too large a program
+    EXPECT_FALSE(LookupRegex::compile(u"(a{1000}){1000}"));   // too large a program
+    EXPECT_FALSE(LookupRegex::compile(std::u16string(30000, u'(')));
 }
 
 }  // namespace

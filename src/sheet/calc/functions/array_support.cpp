@@ -29,6 +29,10 @@ Matrix subMatrix(const Matrix& m, int32_t top, int32_t left, int32_t height, int
     return out;
 }
 
+bool fitsArray(int64_t rows, int64_t columns) {
+    return rows <= kMaxArrayElements && columns <= kMaxArrayElements && rows * columns <= kMaxArrayElements;
+}
+
 Value arrayResult(Matrix matrix) {
     if (matrix.size() == 0) return Value::error(ecCalc);
     return Value::array(std::move(matrix));

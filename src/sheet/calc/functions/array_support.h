@@ -20,6 +20,10 @@ std::vector<int64_t> integerList(Call& call, size_t index);
 // The part of an array from (top, left), height by width.
 Matrix subMatrix(const Matrix& m, int32_t top, int32_t left, int32_t height, int32_t width);
 
+// True for a size an array may have: at most kMaxArrayElements, without overflow however large
+// the counts.
+bool fitsArray(int64_t rows, int64_t columns);
+
 // An array result; an array of nothing is #CALC!, as Excel shows an empty result.
 Value arrayResult(Matrix matrix);
 

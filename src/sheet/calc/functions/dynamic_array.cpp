@@ -49,7 +49,7 @@ Value expand(Call& call) {
     const int64_t rows = countArgument(call, 1, m->rows());
     const int64_t columns = countArgument(call, 2, m->columns());
     if (rows < m->rows() || columns < m->columns()) return Value::error(ecValue);
-    if (rows * columns > kMaxArrayElements) return Value::error(ecNUM);
+    if (!fitsArray(rows, columns)) return Value::error(ecNUM);
     const Value pad = call.isMissing(3) ? Value::error(ecNA) : call.scalar(3);
     Matrix out{int32_t(rows), int32_t(columns)};
     for (int32_t r = 0; r < out.rows(); ++r) {
@@ -143,8 +143,9 @@ Value wrap(Call& call, bool rows) {
     if (count < 1) return Value::error(ecNUM);
     const Value pad = call.isMissing(2) ? Value::error(ecNA) : call.scalar(2);
     const int64_t n = int64_t(m->size());
+    if (count > kMaxArrayElements) return Value::error(ecNUM);
     const int64_t lines = std::max<int64_t>(1, (n + count - 1) / count);
-    if (lines * count > kMaxArrayElements) return Value::error(ecNUM);
+    if (!fitsArray(lines, count)) return Value::error(ecNUM);
     Matrix out(rows ? int32_t(lines) : int32_t(count), rows ? int32_t(count) : int32_t(lines));
     for (int64_t i = 0; i < lines * count; ++i) {
         const int32_t line = int32_t(i / count), at = int32_t(i % count);
@@ -169,7 +170,7 @@ Value transpose(Call& call) {
 bool arraySize(int64_t rows, int64_t columns, Value& error) {
     if (rows < 0 || columns < 0) error = Value::error(ecValue);
     else if (rows == 0 || columns == 0) error = Value::error(ecCalc);
-    else if (rows * columns > kMaxArrayElements) error = Value::error(ecNUM);
+    else if (!fitsArray(rows, columns)) error = Value::error(ecNUM);
     else return true;
     return false;
 }

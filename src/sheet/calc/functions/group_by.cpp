@@ -19,6 +19,10 @@ namespace {
 
 using Records = std::vector<int32_t>;   // rows of the data, ascending
 
+// The hierarchy of key fields is walked level by level on the stack; this many levels are more
+// than any report asks for.
+constexpr int32_t kMaxFields = 255;
+
 // The function each group's values go through.
 class Aggregator {
 public:
@@ -325,7 +329,7 @@ Value madeUpHeader(const char16_t* kind, int32_t number) {
 Value groupBy(Call& call) {
     const auto keys = call.matrix(0);
     const auto values = call.matrix(1);
-    if (keys->rows() != values->rows()) return Value::error(ecValue);
+    if (keys->rows() != values->rows() || keys->columns() > kMaxFields) return Value::error(ecValue);
     const Aggregator aggregate(call, 2);
     Data data;
     readHeaders(call, 3, *values, data);
@@ -366,6 +370,7 @@ Value pivotBy(Call& call) {
     const auto columnKeys = call.matrix(1);
     const auto values = call.matrix(2);
     if (rowKeys->rows() != values->rows() || columnKeys->rows() != values->rows()) return Value::error(ecValue);
+    if (rowKeys->columns() > kMaxFields || columnKeys->columns() > kMaxFields) return Value::error(ecValue);
     const Aggregator aggregate(call, 3);
     Data data;
     readHeaders(call, 4, *values, data);

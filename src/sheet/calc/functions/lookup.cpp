@@ -1,6 +1,7 @@
 // Lookup functions: VLOOKUP, HLOOKUP, LOOKUP and MATCH with Excel's searches, XLOOKUP and
 // XMATCH with their match and search modes. The reference functions (INDEX, OFFSET...) are in
 // reference.cpp and join this family's list.
+#include <cmath>
 #include <vector>
 
 #include "sheet/calc/functions/families.h"
@@ -114,6 +115,13 @@ Value match(Call& call) {
     return found < 0 ? Value::error(ecNA) : Value::number(found + 1);
 }
 
+// A match or search mode is rounded down: a search mode of -1.1 is a halving search.
+int64_t modeArgument(Call& call, size_t index, int64_t ifMissing) {
+    if (call.isMissing(index)) return ifMissing;
+    const double mode = std::floor(call.number(index));
+    return mode >= -10 && mode <= 10 ? int64_t(mode) : 10;
+}
+
 // The lookup array of XLOOKUP and XMATCH: one row or one column.
 struct ModernSearch {
     bool vertical;
@@ -127,8 +135,8 @@ ModernSearch modernSearch(Call& call, const Value& list, size_t matchIndex, int3
     const Shape shape = shapeOf(list);
     if (shape.rows != 1 && shape.columns != 1) fail(ecValue);
     const bool vertical = shape.columns == 1 && (shape.rows > 1 || returnRows == 1);
-    const MatchMode match = matchModeOf(call.integer(matchIndex, 0));
-    const SearchMode search = searchModeOf(call.integer(matchIndex + 1, 1), match);
+    const MatchMode match = matchModeOf(modeArgument(call, matchIndex, 0));
+    const SearchMode search = searchModeOf(modeArgument(call, matchIndex + 1, 1), match);
     const LookupLine line = lookupLine(call, list, vertical, 0);
     return {vertical, line.length(), findModern(line, key, match, search)};
 }

@@ -82,29 +82,29 @@ private:
         return node;
     }
 
+    // One quantifier may follow an atom (with ? for lazy or + for possessive, which match the
+    // same texts); a second is an error, as in PCRE.
     std::unique_ptr<Node> quantified(std::unique_ptr<Node> item) {
-        while (!atEnd()) {
-            int min = 0, max = 0;
-            const char16_t c = peek();
-            if (c == u'*') min = 0, max = kUnbounded, ++pos_;
-            else if (c == u'+') min = 1, max = kUnbounded, ++pos_;
-            else if (c == u'?') min = 0, max = 1, ++pos_;
-            else if (c == u'{') {
-                const Count count = counts(min, max);
-                if (count == Count::Bad) return nullptr;
-                if (count == Count::None) break;
-            } else {
-                break;
-            }
-            if (!atEnd() && (peek() == u'?' || peek() == u'+')) ++pos_;   // lazy or possessive
-            if (item->kind == Node::Begin || item->kind == Node::End) return nullptr;
-            auto repeat = make(Node::Repeat);
-            repeat->min = min;
-            repeat->max = max;
-            repeat->children.push_back(std::move(item));
-            item = std::move(repeat);
-        }
-        return item;
+        if (atEnd()) return item;
+        int min = 0, max = 0;
+        const char16_t c = peek();
+        if (c == u'*') min = 0, max = kUnbounded, ++pos_;
+        else if (c == u'+') min = 1, max = kUnbounded, ++pos_;
+        else if (c == u'?') min = 0, max = 1, ++pos_;
+        else if (c != u'{') return item;
+        else if (const Count count = counts(min, max); count != Count::Given) return count == Count::Bad ? nullptr : std::move(item);
+        if (!atEnd() && (peek() == u'?' || peek() == u'+')) ++pos_;
+        if (item->kind == Node::Begin || item->kind == Node::End) return nullptr;
+        if (!atEnd() && (peek() == u'*' || peek() == u'+' || peek() == u'?')) return nullptr;
+        int nextMin, nextMax;
+        const size_t here = pos_;
+        if (!atEnd() && peek() == u'{' && counts(nextMin, nextMax) != Count::None) return nullptr;
+        pos_ = here;
+        auto repeat = make(Node::Repeat);
+        repeat->min = min;
+        repeat->max = max;
+        repeat->children.push_back(std::move(item));
+        return repeat;
     }
 
     // {n}, {n,} or {n,m}; a brace that is none of these is a literal, as in PCRE.

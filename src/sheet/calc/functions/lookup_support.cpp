@@ -321,14 +321,4 @@ int compareForSort(const Value& a, const Value& b) {
     }
 }
 
-int32_t positionArgument(Call& call, size_t index) {
-    const double value = std::trunc(call.number(index));
-    if (!(value >= -2147483647.0 && value <= 2147483647.0)) fail(ecValue);
-    return int32_t(value);
-}
-
-int32_t positionArgument(Call& call, size_t index, int32_t ifMissing) {
-    return call.isMissing(index) ? ifMissing : positionArgument(call, index);
-}
-
 }  // namespace kes::calc

@@ -108,10 +108,6 @@ int32_t findModern(const LookupLine& line, const Value& key, MatchMode match, Se
 // then errors and last blanks.
 int compareForSort(const Value& a, const Value& b);
 
-// A number argument truncated to an int32 range position; #VALUE! beyond it.
-int32_t positionArgument(Call& call, size_t index);
-int32_t positionArgument(Call& call, size_t index, int32_t ifMissing);
-
 // The reference functions (ROW, INDEX, OFFSET, INDIRECT...) join the lookup family; the array
 // orderers (SORT, UNIQUE, FILTER) and GROUPBY and PIVOTBY the dynamic-array family.
 std::span<const FunctionSpec> referenceFunctions();
