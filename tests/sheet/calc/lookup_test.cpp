@@ -102,6 +102,25 @@ TEST_F(Lookup, LookupFormsPickTheirResult) {
     expectAll(cases, [&](auto f) { return shownOf(f); });
 }
 
+TEST_F(Lookup, WholeColumnsRowsAndArraysOfKeys) {
+    fill(u"A7", {u"50\tlast"});
+    fill(u"E1", {u"1\t2\t3", u"x\ty\tz"});
+    const Case cases[] = {
+        {u"=VLOOKUP(50,A:B,2,FALSE)", u"last"},
+        {u"=VLOOKUP(45,A:B,2)", u"for*ty"},            // the blank A5 and A6 are stepped over
+        {u"=VLOOKUP(99,A:B,2)", u"last"},
+        {u"=MATCH(\"last\",B:B,0)", u"7"},
+        {u"=MATCH(3,1:1,0)", u"7"},
+        {u"=HLOOKUP(2,E1:G2,2,FALSE)", u"y"},
+        {u"=MATCH(2.5,E1:G1)", u"2"},
+        {u"=VLOOKUP({10,40},A1:B5,2,FALSE)", u"ten,for*ty"},
+        {u"=XLOOKUP(Z9,A1:A5,B1:B5)", u"fifty"},      // an empty key finds the first empty cell
+        {u"=XLOOKUP(Z9,B1:B5,A1:A5,\"none\")", u"none"},
+        {u"=XMATCH(Z9,A:A,0,-1)", u"1048576"},
+    };
+    expectAll(cases, [&](auto f) { return spilled(f); });
+}
+
 class Xlookup : public Lookup {};
 
 TEST_F(Xlookup, MatchModesAndSearchModes) {

@@ -93,6 +93,7 @@ TEST_F(Reference, IndirectReadsReferenceTexts) {
     book.names().define({u"Corner", -1, u"=Sheet1!$C$3", std::shared_ptr<const formula::Expression>(compileFormula(u"=Sheet1!$C$3"))});
     book.names().define({u"Rate", -1, u"=0.5", std::shared_ptr<const formula::Expression>(compileFormula(u"=0.5"))});
     book.namesChanged();
+    book.tables().add({u"Sales", 0, {0, 0, 2, 2}, true, false, {u"One", u"Two", u"Three"}});
     set(u"E1", u"B2");
     const Case cases[] = {
         {u"=INDIRECT(\"B2\")", u"5"},
@@ -101,6 +102,7 @@ TEST_F(Reference, IndirectReadsReferenceTexts) {
         {u"=INDIRECT(\"'Other Sheet'!B2\")", u"42"},
         {u"=INDIRECT(\"Corner\")", u"9"},
         {u"=INDIRECT(\"Rate\")", u"#REF!"},              // a name of no reference
+        {u"=SUM(INDIRECT(\"Sales[Two]\"))", u"13"},       // the data rows of a table's column
         {u"=INDIRECT(\"A1+1\")", u"#REF!"},
         {u"=INDIRECT(\"\")", u"#REF!"},
         {u"=INDIRECT(\"Nowhere!A1\")", u"#REF!"},
