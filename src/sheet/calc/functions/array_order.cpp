@@ -101,21 +101,9 @@ Value sortBy(Call& call) {
     return Value::array(reorder(lines, order));
 }
 
-// A line as UNIQUE compares it: texts ignoring case, numbers to 15 digits.
 std::u16string lineKey(const Lines& lines, int32_t line) {
     std::u16string key;
-    for (int32_t p = 0; p < lines.width(); ++p) {
-        const Value v = lines.at(line, p);
-        key += char16_t(u'0' + int(v.kind()));
-        switch (v.kind()) {
-        case ValueKind::Number: key += numberToText(round15(v.number())); break;
-        case ValueKind::Text: key += upperCase(v.text()); break;
-        case ValueKind::Boolean: key += v.boolean() ? u'1' : u'0'; break;
-        case ValueKind::Error: key += char16_t(v.error()); break;
-        default: break;
-        }
-        key += u'\x1F';
-    }
+    for (int32_t p = 0; p < lines.width(); ++p) appendKey(key, lines.at(line, p));
     return key;
 }
 

@@ -21,6 +21,18 @@ std::vector<int64_t> integerList(Call& call, size_t index) {
     return out;
 }
 
+void appendKey(std::u16string& key, const Value& value) {
+    key += char16_t(u'0' + int(value.kind()));
+    switch (value.kind()) {
+    case ValueKind::Number: key += numberToText(round15(value.number())); break;
+    case ValueKind::Text: key += upperCase(value.text()); break;
+    case ValueKind::Boolean: key += value.boolean() ? u'1' : u'0'; break;
+    case ValueKind::Error: key += char16_t(value.error()); break;
+    default: break;
+    }
+    key += u'\x1F';
+}
+
 Matrix subMatrix(const Matrix& m, int32_t top, int32_t left, int32_t height, int32_t width) {
     Matrix out(height, width);
     for (int32_t r = 0; r < height; ++r) {

@@ -17,6 +17,10 @@ std::shared_ptr<const Matrix> elementsOf(Call& call, size_t index);
 // text and booleans taken); #VALUE! for a table, an error for an error element.
 std::vector<int64_t> integerList(Call& call, size_t index);
 
+// A value as UNIQUE and GROUPBY tell values apart (texts ignoring case, numbers to 15 digits),
+// appended to a key of several values.
+void appendKey(std::u16string& key, const Value& value);
+
 // The part of an array from (top, left), height by width.
 Matrix subMatrix(const Matrix& m, int32_t top, int32_t left, int32_t height, int32_t width);
 

@@ -96,9 +96,7 @@ private:
 
 // The keys, values and headers of the data, headers split off as field_headers says.
 struct Data {
-    std::shared_ptr<const Matrix> keys;
     int32_t first = 0;   // the first data row: 1 when the top row holds headers
-    int32_t rows = 0;
     bool showHeaders = false;
     bool generateHeaders = false;
 };
@@ -144,16 +142,9 @@ Records filtered(Call& call, size_t index, const Data& data, int32_t totalRows) 
     return out;
 }
 
-// A key as groups compare it: texts ignoring case, numbers to 15 digits.
 std::u16string keyOf(const Value& v) {
-    std::u16string key(1, char16_t(u'0' + int(v.kind())));
-    switch (v.kind()) {
-    case ValueKind::Number: key += numberToText(round15(v.number())); break;
-    case ValueKind::Text: key += upperCase(v.text()); break;
-    case ValueKind::Boolean: key += v.boolean() ? u'1' : u'0'; break;
-    case ValueKind::Error: key += char16_t(v.error()); break;
-    default: break;
-    }
+    std::u16string key;
+    appendKey(key, v);
     return key;
 }
 
@@ -172,7 +163,7 @@ std::vector<Group> groupsOf(const Matrix& keys, const Records& records, int32_t 
     const int32_t width = keys.columns();
     for (const int32_t r : records) {
         std::u16string key;
-        for (int32_t c = level; c < (flat ? width : level + 1); ++c) key += keyOf(keys.at(r, c)) + u'\x1F';
+        for (int32_t c = level; c < (flat ? width : level + 1); ++c) appendKey(key, keys.at(r, c));
         auto [it, added] = index.emplace(key, out.size());
         if (added) {
             Group g;
