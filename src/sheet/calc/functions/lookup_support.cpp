@@ -203,13 +203,6 @@ LookupLine lookupLine(Call& call, const Value& source, bool vertical, int32_t fi
     return LookupLine(call.evaluator().toMatrix(source), vertical, fixed);
 }
 
-bool lookupEquals(const Value& candidate, const Value& key, bool wildcards) {
-    if (wildcards && key.isText() && hasWildcards(key.text())) {
-        return candidate.isText() && wildcardMatch(candidate.text(), key.text());
-    }
-    return sameKind(candidate, key) && compareValues(candidate, key) == 0;
-}
-
 int32_t findFirst(const LookupLine& line, const Value& key, bool wildcards) {
     if (!(wildcards && key.isText() && hasWildcards(key.text()))) return line.findEqual(key, false);
     int32_t found = -1;

@@ -79,12 +79,9 @@ void LookupLine::scan(Visit&& visit) const {
 // The row or column `fixed` (0-based) of an argument: a reference (one area) or an array.
 LookupLine lookupLine(Call& call, const Value& source, bool vertical, int32_t fixed);
 
-// An exact match as the classic lookups make it: equal numbers, booleans, texts ignoring
-// case; with `wildcards`, a text key's * ? ~ work as in COUNTIF.
-bool lookupEquals(const Value& candidate, const Value& key, bool wildcards);
-
-// The classic lookups (VLOOKUP, HLOOKUP and MATCH with a key of any kind, LOOKUP):
-// the first exact match, or -1.
+// The classic lookups (VLOOKUP, HLOOKUP and MATCH): the first exact match, or -1. Equal means
+// the same kind and value, texts ignoring case; with `wildcards`, a text key's * ? ~ work as in
+// COUNTIF.
 int32_t findFirst(const LookupLine& line, const Value& key, bool wildcards);
 // The last value not above the key in a list sorted ascending, by Excel's halving search, or
 // -1. Values of another kind than the key's are stepped over, so that on unsorted data the
@@ -104,7 +101,7 @@ SearchMode searchModeOf(int64_t number, MatchMode match);
 // The position XLOOKUP and XMATCH find, or -1.
 int32_t findModern(const LookupLine& line, const Value& key, MatchMode match, SearchMode search);
 
-// The order XLOOKUP, SORT and UNIQUE give values: numbers, texts ignoring case, FALSE, TRUE,
+// The order XLOOKUP, SORT and GROUPBY give values: numbers, texts ignoring case, FALSE, TRUE,
 // then errors and last blanks.
 int compareForSort(const Value& a, const Value& b);
 
