@@ -135,6 +135,8 @@ TEST_F(Reference, AddressWritesEveryStyle) {
         {u"=ADDRESS(1,1,1,1,\"A Wird One$\")", u"'A Wird One$'!$A$1"},
         {u"=ADDRESS(1,1,1,1,\"It's\")", u"'It''s'!$A$1"},
         {u"=ADDRESS(1,1,1,1,\"A1\")", u"'A1'!$A$1"},
+        {u"=ADDRESS(1,1,1,1,\"[Book1]Sheet1\")", u"[Book1]Sheet1!$A$1"},
+        {u"=ADDRESS(1,1,1,1,\"[Book1]My Sheet\")", u"'[Book1]My Sheet'!$A$1"},
         {u"=ADDRESS(1,3,4,4.1,Z9)", u"!C1"},
         {u"=ADDRESS(#N/A,1/0)", u"#N/A"},
     };

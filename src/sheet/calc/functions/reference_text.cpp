@@ -109,7 +109,12 @@ std::u16string addressText(int32_t row, int32_t column, int absolute, bool a1) {
 }
 
 std::u16string sheetPrefix(std::u16string_view sheet) {
-    if (sheet.empty() || !formula::sheetNameNeedsQuotes(sheet)) return std::u16string(sheet) + u"!";
+    // A workbook in brackets in front of the sheet needs no quotes of its own.
+    std::u16string_view name = sheet;
+    if (const size_t close = sheet.find(u']'); sheet.starts_with(u'[') && close != std::u16string_view::npos) {
+        name = sheet.substr(close + 1);
+    }
+    if (sheet.empty() || !formula::sheetNameNeedsQuotes(name)) return std::u16string(sheet) + u"!";
     std::u16string out = u"'";
     for (char16_t c : sheet) {
         if (c == u'\'') out += u'\'';
