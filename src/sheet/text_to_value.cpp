@@ -73,8 +73,9 @@ std::optional<CellValue> parseMoney(std::u16string_view text, const FormatSettin
         s = trimSpaces(s.substr(1, s.size() - 2));
     }
     std::u16string digits;
+    // Wrapped in parentheses or holding "-": negative, once, whichever the text has.
     for (char16_t c : s) {
-        if (c == u'-' && !negative) negative = true;
+        if (c == u'-') negative = true;
         else if (c != settings.thousandSeparator) digits.push_back(c);
     }
     if (digits.empty() || digits.front() == u'+' || digits.front() == u'-') return std::nullopt;
@@ -243,9 +244,8 @@ std::optional<CellValue> textToValue(std::u16string_view text, const FormatSetti
     if (equalsIgnoringCase(text, u"True")) return CellValue::makeBoolean(true);
     if (equalsIgnoringCase(text, u"False")) return CellValue::makeBoolean(false);
     if (auto serial = readDateTime(text, settings, currentYear)) {
-        // A time alone is a fraction of a day in either date system.
-        const bool shift = settings.date1904 && *serial >= 1;
-        return CellValue::makeDateTime(shift ? *serial - 1462 : *serial);
+        // Every date-time value counts from 1904 in such workbooks, a time typed alone too.
+        return CellValue::makeDateTime(settings.date1904 ? *serial - 1462 : *serial);
     }
     return std::nullopt;
 }

@@ -2,6 +2,9 @@
 
 #include "workbook/native/binary_format.h"
 #include "workbook/csv/csv_format.h"
+#include "workbook/html/html_writer.h"
+#include "workbook/txt/txt_writer.h"
+#include "workbook/xmlss/xml_spreadsheet_writer.h"
 #include "workbook/ods/ods_reader.h"
 #include "workbook/xlsx/xlsx_reader.h"
 #include "workbook/xlsx/xlsx_writer.h"
@@ -68,6 +71,18 @@ bool ODSFormat::CanReadFromStream(ByteStream& stream) const { return isOdsPackag
 
 SpreadSheetFormat::ReaderFactory ODSFormat::GetReader() const {
     return [] { return std::unique_ptr<SpreadSheetReader>(new OdsReader()); };
+}
+
+SpreadSheetFormat::WriterFactory HTMFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new HtmlWriter()); };
+}
+
+SpreadSheetFormat::WriterFactory TXTFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new TxtWriter()); };
+}
+
+SpreadSheetFormat::WriterFactory XMLFormat::GetWriter() const {
+    return [] { return std::unique_ptr<SpreadSheetWriter>(new XmlSpreadsheetWriter()); };
 }
 
 void registerBuiltinFormats(SpreadSheetFormatsRepository& repository) {

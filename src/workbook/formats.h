@@ -59,6 +59,7 @@ public:
 
 class HTMFormat : public SpreadSheetFormat {
 public:
+    WriterFactory GetWriter() const override;
     std::u16string_view GetDescription() const override { return u"Web Page"; }
     std::u16string_view GetExt() const override { return u".htm"; }
 };
@@ -79,12 +80,14 @@ public:
 
 class TXTFormat final : public SpreadSheetFormat {
 public:
+    WriterFactory GetWriter() const override;
     std::u16string_view GetDescription() const override { return u"Text Document"; }
     std::u16string_view GetExt() const override { return u".txt"; }
 };
 
 class XMLFormat final : public SpreadSheetFormat {
 public:
+    WriterFactory GetWriter() const override;
     std::u16string_view GetDescription() const override { return u"XML Document"; }
     std::u16string_view GetExt() const override { return u".xml"; }
 };

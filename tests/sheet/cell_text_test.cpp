@@ -61,6 +61,7 @@ TEST_F(CellText, TypedTextsBecomeTheValueKindTheyReadAs) {
         {u"\u00A51,234.567891", 0, cdtCurrency, u"1234.5679"},
         {u"(\u00A55)", 0, cdtCurrency, u"-5"},
         {u"-\u00A55", 0, cdtCurrency, u"-5"},
+        {u"(\u00A5-5)", 0, cdtCurrency, u"-5"},   // wrapped and holding "-": negative once
         {u"\u00A5abc", 0, cdtString, u"\u00A5abc"},
         {u"2026/11/22", 0, cdtDateTime, u"2026/11/22"},
         {u"2026-11-22", 0, cdtDateTime, u"2026/11/22"},
@@ -112,8 +113,8 @@ TEST_F(CellText, DateSerialsFollowTheSpreadsheetCalendar) {
     const CellRef cell = set(u"2026/11/22", 0);
     EXPECT_EQ(cell.asFloat(), 46348.0 - 1462);
     EXPECT_EQ(cell.displayText(), u"2026/11/22");
-    const CellRef time = set(u"13:45", 0);   // a time alone is a fraction of a day in both systems
-    EXPECT_NEAR(time.asFloat(), 0.572917, 1e-6);
+    const CellRef time = set(u"13:45", 0);   // a time alone counts from 1904 too, and shows as a time
+    EXPECT_NEAR(time.asFloat(), 0.572917 - 1462, 1e-6);
     EXPECT_EQ(time.displayText(), u"13:45:00");
 }
 

@@ -103,8 +103,9 @@ void splitSerial(double serial, int64_t& days, int64_t& seconds) {
     }
 }
 
+// Every date-time value of a 1904-based workbook counts from 1904, a time typed alone too.
 double shiftedSerial(double serial, const FormatSettings& settings) {
-    return settings.date1904 && serial >= 1 ? serial + 1462 : serial;   // a time alone has no date to shift
+    return settings.date1904 ? serial + 1462 : serial;
 }
 
 std::u16string dateTimeText(double value, const FormatSettings& settings) {

@@ -31,8 +31,8 @@ FormattedText formatText(std::u16string_view text, std::u16string_view code);
 std::u16string formatGeneral(double value, const FormatSettings& settings);
 
 // Which parts the General format shows of a date-time value: the date alone when the value has
-// no time of day, the time alone on day 0, both otherwise. A time alone is not shifted by the
-// 1904 date system.
+// no time of day, the time alone on day 0 (of the 1900 calendar: 1904-based serials are shifted
+// to it first), both otherwise.
 enum class DateTimeParts : uint8_t { Date, Time, Both };
 DateTimeParts dateTimeParts(double serial, const FormatSettings& settings);
 

@@ -34,6 +34,10 @@ enum class TextStyle : uint8_t { Display, File };
 // names and sheet names as written, the parentheses the user wrote.
 std::u16string formulaText(const Expression& expression, TextStyle style = TextStyle::Display);
 
+// The file text with references in R1C1 notation relative to the cell at (row, column), as the
+// XML Spreadsheet 2003 format writes formulas: RC[-1], R1C1:R2C2, C1:C3.
+std::u16string formulaTextR1C1(const Expression& expression, int32_t row, int32_t column);
+
 // Moves every relative reference by (rows, columns), as Excel does when a formula is copied
 // or a shared formula is expanded; a reference moved off the sheet becomes #REF!.
 void offsetReferences(Expression& expression, int32_t rows, int32_t columns);

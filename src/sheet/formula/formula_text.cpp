@@ -10,6 +10,15 @@ namespace kes::formula {
 
 namespace {
 
+// How a text is made: display or file spelling, and references in A1 notation or in R1C1
+// notation relative to a cell.
+struct TextOptions {
+    TextStyle style = TextStyle::Display;
+    bool r1c1 = false;
+    int32_t row = 0;
+    int32_t column = 0;
+};
+
 std::u16string_view operatorText(Operator op) {
     switch (op) {
     case Operator::Negate: return u"-";
@@ -132,10 +141,58 @@ void appendSheetPrefix(std::u16string& out, const Expression& expression, const 
     out += u'!';
 }
 
-void appendReference(std::u16string& out, const Expression& expression, const Node& node, TextStyle style) {
+void appendOffset(std::u16string& out, char16_t axis, int32_t value, bool absolute, int32_t base) {
+    out += axis;
+    if (absolute) {
+        appendNumber(out, double(value) + 1);
+    } else if (value != base) {
+        out += u'[';
+        appendNumber(out, double(value) - double(base));
+        out += u']';
+    }
+}
+
+// R2C3, R[-1]C, R1C1:R2C2, C1:C3, R[1]: a reference in R1C1 notation from the cell of the options.
+void appendR1C1(std::u16string& out, const Node& node, const TextOptions& options) {
+    const auto cell = [&](const CellAddress& a) {
+        appendOffset(out, u'R', a.row, a.rowAbsolute, options.row);
+        appendOffset(out, u'C', a.column, a.columnAbsolute, options.column);
+    };
+    switch (node.shape) {
+    case ReferenceShape::Cell: cell(node.first); break;
+    case ReferenceShape::Area:
+        cell(node.first);
+        out += u':';
+        cell(node.last);
+        break;
+    case ReferenceShape::Columns:
+        appendOffset(out, u'C', node.first.column, node.first.columnAbsolute, options.column);
+        if (!(node.first == node.last)) {
+            out += u':';
+            appendOffset(out, u'C', node.last.column, node.last.columnAbsolute, options.column);
+        }
+        break;
+    case ReferenceShape::Rows:
+        appendOffset(out, u'R', node.first.row, node.first.rowAbsolute, options.row);
+        if (!(node.first == node.last)) {
+            out += u':';
+            appendOffset(out, u'R', node.last.row, node.last.rowAbsolute, options.row);
+        }
+        break;
+    case ReferenceShape::Invalid: out += errorWordText(ErrorCode::Ref); break;
+    }
+}
+
+void appendReference(std::u16string& out, const Expression& expression, const Node& node, const TextOptions& options) {
+    const TextStyle style = options.style;
     const bool spillInFile = (node.flags & kFlagSpill) && style == TextStyle::File;
     if (spillInFile) out += u"_xlfn.ANCHORARRAY(";
     appendSheetPrefix(out, expression, node);
+    if (options.r1c1) {
+        appendR1C1(out, node, options);
+        if (spillInFile) out += u')';
+        return;
+    }
     switch (node.shape) {
     case ReferenceShape::Cell: appendCellAddress(out, node.first); break;
     case ReferenceShape::Area:
@@ -225,13 +282,14 @@ void appendTable(std::u16string& out, const Expression& expression, const Node& 
     out += u']';
 }
 
-void appendLeaf(std::u16string& out, const Expression& expression, const Node& node, TextStyle style) {
+void appendLeaf(std::u16string& out, const Expression& expression, const Node& node, const TextOptions& options) {
+    const TextStyle style = options.style;
     switch (node.kind) {
     case NodeKind::Number: appendNumber(out, node.number); break;
     case NodeKind::String: appendQuoted(out, expression.text(node.text), u'"'); break;
     case NodeKind::Boolean: out += node.boolean ? u"TRUE" : u"FALSE"; break;
     case NodeKind::Error: out += errorWordText(node.error); break;
-    case NodeKind::Reference: appendReference(out, expression, node, style); break;
+    case NodeKind::Reference: appendReference(out, expression, node, options); break;
     case NodeKind::Table: appendTable(out, expression, node, style); break;
     case NodeKind::Name:
         appendSheetPrefix(out, expression, node);
@@ -275,9 +333,12 @@ bool needsSpaceBeforeColon(std::u16string_view left, bool leftIsName, std::u16st
 
 }  // namespace
 
+namespace {
+
 // The nodes are in postfix order, so the text is built with a stack of pieces rather than by
 // recursion: a formula nested thousands of operators deep costs no call stack.
-std::u16string formulaText(const Expression& expression, TextStyle style) {
+std::u16string buildText(const Expression& expression, const TextOptions& options) {
+    const TextStyle style = options.style;
     std::vector<std::u16string> stack;
     // Whether each piece ends with a defined name. "Name:" followed by a word would read back as
     // whole columns or a range of sheets ("BC:D", "A:Sheet2!B1"), so such a range keeps a space
@@ -331,7 +392,7 @@ std::u16string formulaText(const Expression& expression, TextStyle style) {
         case NodeKind::Array:
             piece.append(u"{").append(joinTop(stack, static_cast<size_t>(node.count) * node.rows, node)).append(u"}");
             break;
-        default: appendLeaf(piece, expression, node, style); break;
+        default: appendLeaf(piece, expression, node, options); break;
         }
         stack.push_back(std::move(piece));
         endsWithName.resize(stack.size() - 1);
@@ -340,6 +401,14 @@ std::u16string formulaText(const Expression& expression, TextStyle style) {
     std::u16string text = u"=";
     if (!stack.empty()) text += stack.back();
     return text;
+}
+
+}  // namespace
+
+std::u16string formulaText(const Expression& expression, TextStyle style) { return buildText(expression, {style}); }
+
+std::u16string formulaTextR1C1(const Expression& expression, int32_t row, int32_t column) {
+    return buildText(expression, {TextStyle::File, true, row, column});
 }
 
 }  // namespace kes::formula

@@ -1,5 +1,6 @@
 #include "workbook/csv/csv_format.h"
 
+#include "workbook/csv/delimited_text.h"
 #include <algorithm>
 
 #include "text/ansi_code_page.h"
@@ -8,11 +9,6 @@
 #include "text/utf8.h"
 
 namespace kes {
-namespace {
-
-bool needsQuotes(std::u16string_view field) { return field.find_first_of(u",\"\r\n") != std::u16string_view::npos; }
-
-}  // namespace
 
 std::u16string decodeCsvText(std::string_view bytes) {
     if (bytes.starts_with("\xEF\xBB\xBF")) return fromUtf8(bytes.substr(3));
@@ -43,30 +39,10 @@ void CsvWriter::Write(Workbook& book, std::string& out) {
     out += "\xEF\xBB\xBF";
     SheetTable* sheet = book.activeSheet();
     if (!sheet) return;
-    std::u16string line;
-    int32_t nextRow = 0;
-    for (SheetRow* row = sheet->rows().first(); row; row = row->next) {
-        for (; nextRow < row->index; ++nextRow) out += "\r\n";   // rows without cells
-        line.clear();
-        int32_t column = 0;
-        for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) {
-            for (; column < cell->index; ++column) line += u',';
-            const std::u16string text = CellRef(sheet, row, cell).displayText();
-            if (needsQuotes(text)) {
-                line += u'"';
-                for (char16_t ch : text) {
-                    if (ch == u'"') line += u'"';
-                    line += ch;
-                }
-                line += u'"';
-            } else {
-                line += text;
-            }
-        }
+    writeDelimitedLines(*sheet, u',', [&](std::u16string_view line) {
         appendUtf8(out, line);
         out += "\r\n";
-        nextRow = row->index + 1;
-    }
+    });
 }
 
 }  // namespace kes

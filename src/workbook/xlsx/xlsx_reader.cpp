@@ -73,27 +73,58 @@ std::map<std::string, Relationship> readRelationships(const ZipReader& zip, cons
     return out;
 }
 
+// The officeDocument relationship of Office Open XML, transitional and strict.
+bool isOfficeDocument(std::string_view type) {
+    return type == "http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument" ||
+           type == "http://purl.oclc.org/ooxml/officeDocument/relationships/officeDocument";
+}
+
+bool equalsIgnoringAsciiCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; };
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (fold(a[i]) != fold(b[i])) return false;
+    }
+    return true;
+}
+
+// The content type of a part as the packaging conventions give it: an Override of the part's
+// name, compared ignoring case; else the Default of its extension; else none (empty).
+std::string contentTypeOf(const ZipReader& zip, std::string_view partName) {
+    const ZipEntry* types = zip.find("[Content_Types].xml");
+    if (!types) return {};
+    const std::string xml = zip.extract(*types);
+    XmlReader reader(xml);
+    const size_t dot = partName.rfind('.');
+    const std::string_view extension = dot == std::string_view::npos || partName.find('/', dot) != std::string_view::npos
+                                           ? std::string_view()
+                                           : partName.substr(dot + 1);
+    std::string byExtension;
+    for (Token t; (t = reader.next()) != Token::End;) {
+        if (t != Token::StartElement) continue;
+        std::string_view name, type;
+        if (reader.name() == "Override" && reader.attribute("PartName", name) && equalsIgnoringAsciiCase(name, partName) &&
+            reader.attribute("ContentType", type)) {
+            return std::string(type);
+        }
+        if (reader.name() == "Default" && reader.attribute("Extension", name) && !extension.empty() &&
+            equalsIgnoringAsciiCase(name, extension) && reader.attribute("ContentType", type)) {
+            byExtension = type;
+        }
+    }
+    return byExtension;
+}
+
 std::optional<std::string> workbookPartOf(const ZipReader& zip) {
     std::optional<std::string> part;
     for (const auto& [id, rel] : readRelationships(zip, "_rels/.rels", "")) {
-        if (endsWith(rel.type, "/officeDocument")) {
+        if (isOfficeDocument(rel.type)) {
             part = rel.target;
             break;
         }
     }
     if (!part) return std::nullopt;
-    std::string contentType;
-    if (const ZipEntry* types = zip.find("[Content_Types].xml")) {
-        const std::string xml = zip.extract(*types);
-        XmlReader reader(xml);
-        for (Token t; (t = reader.next()) != Token::End;) {
-            std::string_view name, type;
-            if (t == Token::StartElement && reader.name() == "Override" && reader.attribute("PartName", name) &&
-                (name == "/" + *part || name == *part) && reader.attribute("ContentType", type)) {
-                contentType = type;
-            }
-        }
-    }
+    const std::string contentType = contentTypeOf(zip, "/" + *part);
     if (!contentType.empty() && contentType.find("spreadsheetml.sheet.main") == std::string::npos &&
         contentType.find("spreadsheetml.template.main") == std::string::npos)
         return std::nullopt;
@@ -386,7 +417,6 @@ private:
         if (!entry) return;
         PartSource bytes(zip_, *entry);
         XmlReader reader([&bytes](char* into, size_t capacity) { return bytes.read(into, capacity); });
-        int32_t lastRow = -1;
         std::unordered_map<std::string, SharedFormula> shared;
         for (Token t; (t = reader.next()) != Token::End;) {
             if (t != Token::StartElement) continue;
@@ -410,9 +440,9 @@ private:
                     std::from_chars(value.data(), value.data() + value.size(), r);
                     index = r - 1;
                 }
-                if (index < 0) index = lastRow + 1;
+                // A row without r goes at the end of the sheet's row list.
+                if (index < 0) index = sheet.rows().last() ? sheet.rows().last()->index + 1 : 0;
                 if (index > kMaxRow) report("The row index " + std::to_string(index + 1) + " is invalid");
-                lastRow = index;
                 readRow(reader, sheet, *sheet.createRow(index), shared);
             } else if (reader.name() == "mergeCell" && reader.attribute("ref", value)) {
                 // Files in the wild hold overlapping, one-cell and unreadable merges that Excel
@@ -424,9 +454,9 @@ private:
 
     void readRow(XmlReader& reader, SheetTable& sheet, SheetRow& row, std::unordered_map<std::string, SharedFormula>& shared) {
         const int depth = reader.depth();
-        int32_t nextColumn = 0;
         while (reader.nextStartWithin(depth)) {
-            if (reader.name() == "c") nextColumn = readCell(reader, sheet, row, nextColumn, shared) + 1;
+            // A cell without r takes the column the row gives its next cell: after its last one.
+            if (reader.name() == "c") readCell(reader, sheet, row, row.cellCount(), shared);
         }
     }
 
@@ -444,8 +474,8 @@ private:
         if (reader.attribute("s", value) && !value.empty()) {
             long style = -1;
             std::from_chars(value.data(), value.data() + value.size(), style);
-            if (style < 0 || size_t(style) >= std::max<size_t>(styles_.size(), 1)) report("The \"" + std::to_string(style) + "\" style index is invalid");
-            if (!styles_.empty()) cell.setStyle(styles_[size_t(style)]);
+            if (style < 0 || size_t(style) >= styles_.size()) report("The \"" + std::to_string(style) + "\" style index is invalid");
+            cell.setStyle(styles_[size_t(style)]);
         }
         static const char* const kTypes[] = {"?", "b", "e", "n", "str", "s", "", "inlineStr"};
         int kind = 6;
@@ -464,7 +494,15 @@ private:
         const bool dynamic = reader.attribute("cm", metadata) && !metadata.empty();
         const int depth = reader.depth();
         while (reader.nextStartWithin(depth)) {
-            if (reader.name() == "v") {
+            if (reader.name() == "v" && kind == 7) {
+                // An inline string may come inside v: <v><is><t>text</t></is></v>.
+                const int vDepth = reader.depth();
+                while (reader.nextStartWithin(vDepth)) {
+                    if (reader.name() != "is") continue;
+                    hasInline = true;
+                    readStringItem(reader, utf8_, text_);
+                }
+            } else if (reader.name() == "v") {
                 hasV = true;
                 v = reader.elementText();
             } else if (reader.name() == "f") {

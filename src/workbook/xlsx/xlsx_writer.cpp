@@ -48,6 +48,30 @@ std::string xmlText(std::u16string_view text, bool attribute = false) {
     return out;
 }
 
+// XML made in a buffer that goes into its part whenever it holds a megabyte: a part of any size
+// costs that much memory while it is made, and its packed bytes.
+class PartStream {
+public:
+    explicit PartStream(ZipWriter::Part part) : part_(std::move(part)) { xml_.reserve(kFlushAt + 4096); }
+    std::string& xml() { return xml_; }
+    void maybeFlush() {
+        if (xml_.size() >= kFlushAt) flush();
+    }
+    void close() {
+        flush();
+        part_.close();
+    }
+
+private:
+    static constexpr size_t kFlushAt = 1 << 20;
+    void flush() {
+        part_.write(xml_);
+        xml_.clear();
+    }
+    ZipWriter::Part part_;
+    std::string xml_;
+};
+
 class SharedStringList {
 public:
     // Shared strings are the workbook's own interned entries: one lookup by address.
@@ -56,8 +80,9 @@ public:
         if (added) texts_.push_back(entry);
         return it->second;
     }
-    std::string part() const {
-        std::string xml = kDeclaration;
+    void write(PartStream& out) const {
+        std::string& xml = out.xml();
+        xml += kDeclaration;
         xml += "<sst xmlns=\"" + std::string(kMain) + "\" uniqueCount=\"" + std::to_string(texts_.size()) + "\">";
         for (const SharedString* entry : texts_) {
             const std::u16string_view text = entry->text();
@@ -66,8 +91,9 @@ public:
             xml += spaces ? "<si><t xml:space=\"preserve\">" : "<si><t>";
             appendXmlText(xml, text);
             xml += "</t></si>";
+            out.maybeFlush();
         }
-        return xml + "</sst>";
+        xml += "</sst>";
     }
 
 private:
@@ -182,8 +208,9 @@ void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& ce
     }
 }
 
-std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& strings, size_t tables) {
-    std::string xml = kDeclaration;
+void writeWorksheet(PartStream& out, SheetTable& sheet, bool selected, SharedStringList& strings, size_t tables) {
+    std::string& xml = out.xml();
+    xml += kDeclaration;
     xml += "<worksheet xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + kRelationships + "\">";
     xml += std::string("<sheetViews><sheetView") + (selected ? " tabSelected=\"1\"" : "") + " workbookViewId=\"0\"/></sheetViews>";
     std::string columns;
@@ -201,6 +228,7 @@ std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& st
         xml += "\">";
         for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) writeCell(xml, sheet, *row, *cell, strings);
         xml += "</row>";
+        out.maybeFlush();
     }
     xml += "</sheetData>";
     // Straight after sheetData: Excel repairs a worksheet whose parts are out of their order.
@@ -222,7 +250,7 @@ std::string worksheetPart(SheetTable& sheet, bool selected, SharedStringList& st
         for (size_t i = 0; i < tables; ++i) xml += "<tablePart r:id=\"rId" + std::to_string(i + 1) + "\"/>";
         xml += "</tableParts>";
     }
-    return xml + "</worksheet>";
+    xml += "</worksheet>";
 }
 
 std::string areaText(const CellRect& area) {
@@ -275,14 +303,12 @@ std::string definedNames(Workbook& book) {
 void XlsxWriter::Write(Workbook& book, std::string& out) {
     ZipWriter zip;
     SharedStringList strings;
-    std::vector<std::string> sheets;
+    const size_t sheetCount = size_t(book.sheetCount());
     // The tables of each sheet, numbered across the workbook as their parts are.
-    std::vector<std::vector<const TableDefinition*>> tablesOf(size_t(book.sheetCount()));
+    std::vector<std::vector<const TableDefinition*>> tablesOf(sheetCount);
     for (const TableDefinition& table : book.tables().all()) {
         if (table.sheet >= 0 && table.sheet < book.sheetCount()) tablesOf[size_t(table.sheet)].push_back(&table);
     }
-    for (int32_t i = 0; i < book.sheetCount(); ++i)
-        sheets.push_back(worksheetPart(book.sheet(i), i == book.activeSheetIndex(), strings, tablesOf[size_t(i)].size()));
 
     const char* mainType = asTemplate_ ? "application/vnd.openxmlformats-officedocument.spreadsheetml.template.main+xml"
                                        : "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml";
@@ -291,7 +317,7 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
              "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
              "<Default Extension=\"xml\" ContentType=\"application/xml\"/>";
     types += "<Override PartName=\"/xl/workbook.xml\" ContentType=\"" + std::string(mainType) + "\"/>";
-    for (size_t i = 0; i < sheets.size(); ++i)
+    for (size_t i = 0; i < sheetCount; ++i)
         types += "<Override PartName=\"/xl/worksheets/sheet" + std::to_string(i + 1) +
                  ".xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml\"/>";
     size_t tableNumber = 0;
@@ -319,7 +345,7 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
     if (book.settings().date1904) workbook += "<workbookPr date1904=\"1\"/>";
     workbook += "<bookViews><workbookView activeTab=\"" + std::to_string(std::max(0, book.activeSheetIndex())) + "\"/></bookViews><sheets>";
     std::string workbookRels = std::string(kDeclaration) + "<Relationships xmlns=\"" + kPackageRelationships + "\">";
-    for (size_t i = 0; i < sheets.size(); ++i) {
+    for (size_t i = 0; i < sheetCount; ++i) {
         const std::string id = "rId" + std::to_string(i + 1);
         std::u16string name = book.sheet(int32_t(i)).name();
         if (name.empty()) name = u"Sheet" + fromUtf8(std::to_string(i + 1));
@@ -328,18 +354,21 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
                         std::to_string(i + 1) + ".xml\"/>";
     }
     workbook += "</sheets>" + definedNames(book) + "</workbook>";
-    const size_t n = sheets.size();
-    workbookRels += "<Relationship Id=\"rId" + std::to_string(n + 1) + "\" Type=\"" + kRelationships + "/styles\" Target=\"styles.xml\"/>";
-    workbookRels += "<Relationship Id=\"rId" + std::to_string(n + 2) + "\" Type=\"" + kRelationships +
+    workbookRels += "<Relationship Id=\"rId" + std::to_string(sheetCount + 1) + "\" Type=\"" + kRelationships +
+                    "/styles\" Target=\"styles.xml\"/>";
+    workbookRels += "<Relationship Id=\"rId" + std::to_string(sheetCount + 2) + "\" Type=\"" + kRelationships +
                     "/sharedStrings\" Target=\"sharedStrings.xml\"/></Relationships>";
     zip.add("xl/workbook.xml", workbook);
     zip.add("xl/_rels/workbook.xml.rels", workbookRels);
     zip.add("xl/styles.xml", stylesPart(book.styles()));
-    zip.add("xl/sharedStrings.xml", strings.part());
+
+    // The worksheets as they are made, then the strings they named.
     tableNumber = 0;
-    for (size_t i = 0; i < sheets.size(); ++i) {
+    for (size_t i = 0; i < sheetCount; ++i) {
         const std::string sheetPart = "xl/worksheets/sheet" + std::to_string(i + 1) + ".xml";
-        zip.add(sheetPart, sheets[i]);
+        PartStream part(zip.open(sheetPart));
+        writeWorksheet(part, book.sheet(int32_t(i)), int32_t(i) == book.activeSheetIndex(), strings, tablesOf[i].size());
+        part.close();
         if (tablesOf[i].empty()) continue;
         std::string rels = std::string(kDeclaration) + "<Relationships xmlns=\"" + kPackageRelationships + "\">";
         for (size_t k = 0; k < tablesOf[i].size(); ++k) {
@@ -350,6 +379,9 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
         }
         zip.add("xl/worksheets/_rels/sheet" + std::to_string(i + 1) + ".xml.rels", rels + "</Relationships>");
     }
+    PartStream sharedStrings(zip.open("xl/sharedStrings.xml"));
+    strings.write(sharedStrings);
+    sharedStrings.close();
     out += zip.finish();
 }
 

@@ -10,4 +10,9 @@ namespace kes {
 // escape are written as spreadsheets write them: _xHHHH_.
 void appendXmlText(std::string& out, std::u16string_view text, bool attribute = false);
 
+// Escapes as plain XML and HTML know them, for formats without the _xHHHH_ convention: the
+// markup characters as entities, line breaks in attributes and carriage returns as character
+// references, and the control characters XML cannot hold left out.
+void appendMarkupText(std::string& out, std::u16string_view text, bool attribute = false);
+
 }  // namespace kes

@@ -70,7 +70,48 @@ TEST(XlsxReader, ReadsCellsByTheTypeTable) {
     EXPECT_EQ(shown(book, 1, 3), u"inline");
     EXPECT_EQ(book.activeSheet()->getCell(1, 4).dataType(), cdtBlank);
     EXPECT_EQ(shown(book, 2, 2), u"7") << "a row without r follows the previous one";
-    EXPECT_EQ(shown(book, 2, 3), u"8") << "a cell without r follows the previous cell";
+    EXPECT_EQ(shown(book, 2, 3), u"8") << "a cell without r follows the row's last cell";
+}
+
+// Cells and rows without a reference go where the row's and the sheet's lists end, which is not
+// after the element before them when the file lists them out of order; an inline string may sit
+// inside v.
+TEST(XlsxReader, PlacesCellsAndRowsWithoutReferencesWhereTheirListsEnd) {
+    const std::string bytes = package(
+        "<row r=\"5\"><c r=\"C5\"><v>1</v></c><c r=\"A5\"><v>2</v></c><c><v>3</v></c></row>"
+        "<row r=\"2\"><c r=\"A2\" t=\"inlineStr\"><v><is><t>inside</t></is></v></c></row>"
+        "<row><c><v>4</v></c></row>");
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream);
+    EXPECT_EQ(shown(book, 4, 3), u"3") << "after the row's last cell (C), not after A";
+    EXPECT_EQ(shown(book, 4, 1), u"(none)");
+    EXPECT_EQ(shown(book, 1, 0), u"inside");
+    EXPECT_EQ(shown(book, 5, 0), u"4") << "after the sheet's last row (5), not after row 2";
+}
+
+// The package is entered as the packaging conventions say: the officeDocument relationship of
+// either standard exactly, content types by part name in any case, else by extension.
+TEST(XlsxReader, EntersThePackageByTheStandardsRelationshipAndContentTypes) {
+    const auto make = [](const std::string& relType, const std::string& types) {
+        ZipWriter zip;
+        zip.add("[Content_Types].xml", "<Types>" + types + "</Types>");
+        zip.add("_rels/.rels", "<Relationships><Relationship Id=\"rId1\" Type=\"" + relType +
+                               "\" Target=\"xl/workbook.xml\"/></Relationships>");
+        zip.add("xl/workbook.xml", "<workbook><sheets/></workbook>");
+        return zip.finish();
+    };
+    const std::string transitional = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument";
+    const std::string strict = "http://purl.oclc.org/ooxml/officeDocument/relationships/officeDocument";
+    const std::string main = "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml";
+    EXPECT_TRUE(xlsxWorkbookPart(make(transitional, "")));
+    EXPECT_TRUE(xlsxWorkbookPart(make(strict, "<Override PartName=\"/XL/Workbook.xml\" ContentType=\"" + main + "\"/>")));
+    EXPECT_FALSE(xlsxWorkbookPart(make("http://example.com/relationships/officeDocument", "")))
+        << "only the standard types, not any that ends so";
+    EXPECT_FALSE(xlsxWorkbookPart(make(transitional, "<Default Extension=\"XML\" ContentType=\"application/xml\"/>")))
+        << "the content type by extension when no override names the part";
+    EXPECT_TRUE(xlsxWorkbookPart(make(transitional, "<Default Extension=\"xml\" ContentType=\"application/xml\"/>"
+                                                    "<Override PartName=\"/xl/workbook.xml\" ContentType=\"" + main + "\"/>")));
 }
 
 TEST(XlsxReader, ArrayFormulasGuardTheirCellsAndSharedStringsShareEntries) {
@@ -244,6 +285,9 @@ TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
         {package("<row r=\"1\"><c r=\"A1\"><v>1</v></c>"), "xml:"},
         {package("", "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml", tooManyStyles()),
          "too many different cell styles"},
+        {package("<row r=\"1\"><c r=\"A1\" s=\"0\"><v>1</v></c></row>",
+                 "application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml", ""),
+         "The \"0\" style index is invalid"},
     };
     for (const Case& c : cases) {
         Workbook book;
@@ -265,7 +309,8 @@ TEST(XlsxReader, RefusesBadIndexesAndForeignPackagesKeepingTheWorkbook) {
 // archive for as many sheets as one likes.
 std::string manySheets(int sheets) {
     ZipWriter zip;
-    zip.add("_rels/.rels", "<Relationships><Relationship Id=\"rId1\" Type=\"x/officeDocument\" Target=\"xl/workbook.xml\"/>"
+    zip.add("_rels/.rels", "<Relationships><Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/"
+                           "officeDocument/2006/relationships/officeDocument\" Target=\"xl/workbook.xml\"/>"
                            "</Relationships>");
     std::string workbook = "<workbook><sheets>";
     for (int i = 0; i < sheets; ++i) workbook += "<sheet name=\"S\" r:id=\"rId1\"/>";
