@@ -114,6 +114,7 @@ TEST_F(Lookup, WholeColumnsRowsAndArraysOfKeys) {
         {u"=HLOOKUP(2,E1:G2,2,FALSE)", u"y"},
         {u"=MATCH(2.5,E1:G1)", u"2"},
         {u"=VLOOKUP({10,40},A1:B5,2,FALSE)", u"ten,for*ty"},
+        {u"=VLOOKUP({10,40},A1:C5,{3,2},FALSE)", u"TRUE,#N/A"},   // the first column number only
         {u"=XLOOKUP(Z9,A1:A5,B1:B5)", u"fifty"},      // an empty key finds the first empty cell
         {u"=XLOOKUP(Z9,B1:B5,A1:A5,\"none\")", u"none"},
         {u"=XMATCH(Z9,A:A,0,-1)", u"1048576"},

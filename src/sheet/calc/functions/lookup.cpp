@@ -173,9 +173,11 @@ Value xmatch(Call& call) {
     return search.found < 0 ? Value::error(ecNA) : Value::number(search.found + 1);
 }
 
+// Only the key of VLOOKUP and HLOOKUP runs over an array; of an array of column (row) numbers
+// the first is taken.
 constexpr FunctionSpec kFunctions[] = {
-    {u"VLOOKUP", 3, 4, "VRVV", vlookup, 102},
-    {u"HLOOKUP", 3, 4, "VRVV", hlookup, 101},
+    {u"VLOOKUP", 3, 4, "VRAV", vlookup, 102},
+    {u"HLOOKUP", 3, 4, "VRAV", hlookup, 101},
     {u"LOOKUP", 2, 3, "VAA", lookup, 28},
     {u"MATCH", 2, 3, "VRV", match, 64},
     {u"XLOOKUP", 3, 6, "VAALVV", xlookup, kNoBiffId, kFilePrefix | kReturnsReference},
