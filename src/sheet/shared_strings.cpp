@@ -10,7 +10,46 @@
 namespace kes {
 
 SharedStringTable::~SharedStringTable() {
-    for (size_t i = 0; i < slotCount_; ++i) std::free(slots_[i].entry);
+    for (size_t i = 0; i < slotCount_; ++i) {
+        if (slots_[i].entry && bytesFor(slots_[i].entry->length_) > kLargest) std::free(slots_[i].entry);
+    }
+}
+
+// An entry's size rounded to 4 bytes, the alignment of its fields.
+size_t SharedStringTable::bytesFor(size_t length) {
+    return (offsetof(SharedString, chars_) + length * sizeof(char16_t) + 3) & ~size_t(3);
+}
+
+SharedString* SharedStringTable::allocate(size_t length) {
+    const size_t bytes = bytesFor(length);
+    if (bytes > kLargest) {
+        auto* entry = static_cast<SharedString*>(std::malloc(bytes));
+        if (!entry) throw std::bad_alloc();
+        return entry;
+    }
+    void*& head = free_[bytes / 4];
+    if (head) {
+        void* entry = head;
+        std::memcpy(&head, entry, sizeof head);   // a free entry holds the next free one
+        return static_cast<SharedString*>(entry);
+    }
+    if (blockUsed_ + bytes > blockSize_) {
+        // Blocks grow from 16 KB to 1 MB, so that a small workbook stays small.
+        blockSize_ = blocks_.empty() ? size_t(16) << 10 : std::min(blockSize_ * 2, size_t(1) << 20);
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(blockSize_));
+        blockUsed_ = 0;
+    }
+    void* entry = blocks_.back().get() + blockUsed_;
+    blockUsed_ += bytes;
+    return static_cast<SharedString*>(entry);
+}
+
+void SharedStringTable::deallocate(SharedString* entry) {
+    const size_t bytes = bytesFor(entry->length_);
+    if (bytes > kLargest) return std::free(entry);
+    void*& head = free_[bytes / 4];
+    std::memcpy(static_cast<void*>(entry), &head, sizeof head);
+    head = entry;
 }
 
 uint32_t SharedStringTable::hashOf(std::u16string_view text) {
@@ -36,7 +75,7 @@ size_t SharedStringTable::slotOf(std::u16string_view text, uint32_t hash) const 
 
 void SharedStringTable::reserve(size_t count) {
     size_t slots = slotCount_ == 0 ? 1024 : slotCount_;
-    while (count * 4 > slots * 3) slots *= 2;
+    while (count * 5 > slots * 4) slots *= 2;
     if (slots != slotCount_) grow(slots);
 }
 
@@ -64,21 +103,21 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
         ++recent->refs_;
         return recent;
     }
-    if ((count_ + 1) * 4 > slotCount_ * 3) grow(slotCount_ == 0 ? 1024 : slotCount_ * 2);
+    // Up to four fifths full: the slots are the table's largest part, and a probe reads slots
+    // side by side with their hashes.
+    if ((count_ + 1) * 5 > slotCount_ * 4) grow(slotCount_ == 0 ? 1024 : slotCount_ * 2);
     const size_t slot = slotOf(text, hash);
     if (SharedString* entry = slots_[slot].entry) {
         ++entry->refs_;
         recent = entry;
         return entry;
     }
-    const size_t bytes = offsetof(SharedString, chars_) + (text.size() + 1) * sizeof(char16_t);
-    auto* entry = static_cast<SharedString*>(std::malloc(bytes));
-    if (!entry) throw std::bad_alloc();
+    SharedString* entry = allocate(text.size());
+    entry->writerIndex = 0;
     entry->refs_ = 1;
     entry->length_ = static_cast<uint32_t>(text.size());
     entry->hash_ = hash;
     std::memcpy(entry->chars_, text.data(), text.size() * sizeof(char16_t));
-    entry->chars_[text.size()] = 0;
     slots_[slot] = {entry, hash};
     ++count_;
     recent = entry;
@@ -102,7 +141,7 @@ void SharedStringTable::release(SharedString* entry) {
     }
     slots_[hole] = Slot{};
     --count_;
-    std::free(entry);
+    deallocate(entry);
 }
 
 }  // namespace kes

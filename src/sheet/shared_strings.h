@@ -5,12 +5,17 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace kes {
 
 class SharedString {
 public:
     std::u16string_view text() const { return {chars_, length_}; }
+
+    // A number a writer may give the entry while it writes a file (the index of the text in
+    // the file's own table), and sets back to 0 when done; 0 otherwise.
+    uint32_t writerIndex;
 
 private:
     friend class SharedStringTable;
@@ -41,6 +46,17 @@ private:
     static uint32_t hashOf(std::u16string_view text);
     size_t slotOf(std::u16string_view text, uint32_t hash) const;
     void grow(size_t slots);
+
+    // Entries live in blocks of their own, packed without the heap's headers, and a freed entry
+    // goes on a list of its size for the next text of that size; long texts take a heap block.
+    SharedString* allocate(size_t length);
+    void deallocate(SharedString* entry);
+    static size_t bytesFor(size_t length);
+    static constexpr size_t kLargest = 512;   // bytes of the largest entry kept in blocks
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    size_t blockUsed_ = 0;
+    size_t blockSize_ = 0;
+    std::array<void*, kLargest / 4 + 1> free_{};
 
     // Open addressing, linear probing, no tombstones. The hash beside the entry spares a probe
     // a visit to an entry that cannot match. All zero bits make an empty slot.

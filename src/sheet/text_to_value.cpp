@@ -225,6 +225,7 @@ std::optional<double> dateSerial(int year, int month, int day) {
     if (year < 1900 || year > 9999 || month < 1 || month > 12 || day < 1 || day > kDaysInMonth[month - 1])
         return std::nullopt;
     const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    if (month == 2 && day == 29 && year == 1900) return 60.0;
     if (month == 2 && day == 29 && !leap) return std::nullopt;
     int64_t serial = daysFromCivil(year, month, day) - daysFromCivil(1899, 12, 30);
     if (serial < 61) --serial;   // before Excel's fictitious 29 February 1900

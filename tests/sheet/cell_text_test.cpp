@@ -100,6 +100,7 @@ TEST_F(CellText, DatesWithoutYearFallInTheCurrentYearAndTwoDigitYearsInTheirCent
 TEST_F(CellText, DateSerialsFollowTheSpreadsheetCalendar) {
     EXPECT_EQ(dateSerial(1900, 1, 1), 1.0);
     EXPECT_EQ(dateSerial(1900, 2, 28), 59.0);
+    EXPECT_EQ(dateSerial(1900, 2, 29), 60.0);
     EXPECT_EQ(dateSerial(1900, 3, 1), 61.0);
     EXPECT_EQ(dateSerial(2026, 11, 22), 46348.0);
     EXPECT_EQ(dateSerial(2024, 2, 29), 45351.0);

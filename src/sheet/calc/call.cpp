@@ -1,5 +1,6 @@
 #include "sheet/calc/call.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "sheet/formula/formula_ast.h"
@@ -46,8 +47,14 @@ Value Call::evaluateArgument(size_t index) {
 }
 
 Value Call::element(const Value& value, int32_t row, int32_t column) {
+    // A branch given back as it was passed (IF's, CHOOSE's) pairs with the element being
+    // computed; an array the function made itself gives its first element, as in Excel:
+    // SUM(MUNIT({1,2})) adds one 1 for each element.
+    const bool passedThrough = std::any_of(values_.begin(), values_.end(), [&](const Value& v) { return v == value; });
     switch (value.kind()) {
-    case ValueKind::Array: return value.matrix().broadcast(row, column);
+    case ValueKind::Array:
+        if (!passedThrough) return value.matrix().size() ? value.matrix().at(0) : Value::error(ecValue);
+        return value.matrix().broadcast(row, column);
     case ValueKind::Reference:
         try {
             return evaluator_.toMatrix(value)->broadcast(row, column);

@@ -258,6 +258,13 @@ std::optional<double> readDateTime(std::u16string_view s, const FormatSettings& 
     FormatSettings plain = settings;
     plain.date1904 = false;
     if (const auto value = textToValue(s, plain); value && value->type == cdtDateTime) return value->number;
+    // Month first, as the English-language files and web pages that reach Chinese users write
+    // dates (1/31/2024 2:00 AM), when the system's order does not read the text.
+    plain.shortDateFormat = u"m/d/yyyy";
+    if (const auto value = textToValue(s, plain); value && value->type == cdtDateTime) return value->number;
+    // And day first, for the texts month first cannot read (13/01/2024).
+    plain.shortDateFormat = u"d/m/yyyy";
+    if (const auto value = textToValue(s, plain); value && value->type == cdtDateTime) return value->number;
     // ISO with a T between date and time, as web exports write it.
     if (const size_t t = s.find(u'T'); t == 10 && s.size() > 11) {
         const auto date = textToValue(s.substr(0, 10), plain);
@@ -367,7 +374,8 @@ std::optional<size_t> wildcardFind(std::u16string_view text, std::u16string_view
 
 Criterion::Criterion(const Value& criterion, const FormatSettings& settings) : settings_(&settings) {
     if (!criterion.isText()) {
-        target_ = criterion.isBlank() ? Value::text(u"") : criterion;
+        // An empty cell as the criterion counts as 0, as Excel documents it.
+        target_ = criterion.isBlank() ? Value::number(0) : criterion;
         return;
     }
     std::u16string_view c = criterion.text();

@@ -82,7 +82,8 @@ Value arithmetic(Operator op, const Value& a, const Value& b, const FormatSettin
         double r = op == Operator::Add ? x + y : x - y;
         // Excel drops the rounding noise of a last addition that cancels: 0.3-0.2-0.1 is 0.
         if (final && r != 0 && std::fabs(r) < std::max(std::fabs(x), std::fabs(y)) * 1e-15) r = 0;
-        const bool date = op == Operator::Add ? a.isDate() != b.isDate() : a.isDate() && !b.isDate();
+        // A date and a time add up to a date-time; a date less a date is a number of days.
+        const bool date = op == Operator::Add ? a.isDate() || b.isDate() : a.isDate() && !b.isDate();
         return date ? Value::date(r) : Value::number(r);
     }
     case Operator::Multiply: return Value::number(x * y);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "sheet/format/chinese_numerals.h"
 #include "sheet/format/format_parse.h"
 #include "sheet/format/format_sections.h"
 
@@ -110,6 +111,10 @@ std::optional<FormattedText> formatValue(double value, std::u16string_view code,
         break;
     }
     case FormatSection::Date: break;
+    }
+    if (section.chineseNumerals) {
+        out = chineseNumeralsInText(out, ChineseNumerals(section.chineseNumerals - 1), settings.decimalSeparator,
+                                    settings.thousandSeparator);
     }
     return result;
 }

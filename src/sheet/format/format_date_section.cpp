@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <string>
 
+#include "sheet/format/chinese_numerals.h"
 #include "sheet/format/format_code.h"
 #include "sheet/format/format_sections.h"
 
@@ -73,6 +75,20 @@ bool appendDateSection(const FormatSection& section, double serial, const Format
     if (section.hasAmPm) hour = hour % 12 == 0 ? 12 : hour % 12;
     const int weekday = int((days + 6) % 7);   // serial 1 (1900-01-01) was a Sunday in this calendar
 
+    // With [DBNumN] each number is written in Chinese numerals: years digit by digit (二〇二六),
+    // the others read with units (十一月二十三日).
+    const auto chinese = ChineseNumerals(section.chineseNumerals ? section.chineseNumerals - 1 : 0);
+    std::u16string digits;
+    const auto appendPart = [&](int64_t value, int width, bool digitByDigit) {
+        if (!section.chineseNumerals) return appendNumber(value, width, out);
+        digits.clear();
+        appendNumber(value, width, digits);
+        if (digitByDigit) {
+            out += chineseDigits(digits, chinese);
+        } else {
+            out += chineseNumber(std::string(digits.begin(), digits.end()), chinese, true);
+        }
+    };
     for (const FormatToken& t : section.tokens) {
         const int width = t.width;
         switch (t.kind) {
@@ -83,22 +99,22 @@ bool appendDateSection(const FormatSection& section, double serial, const Format
             else out += pm ? settings.pmText : settings.amText;
             break;
         case FormatToken::Elapsed:
-            appendNumber(t.ch == u'h'   ? elapsedSeconds / 3600
-                         : t.ch == u'm' ? elapsedSeconds / 60
-                                        : elapsedSeconds,
-                         width, out);
+            appendPart(t.ch == u'h'   ? elapsedSeconds / 3600
+                       : t.ch == u'm' ? elapsedSeconds / 60
+                                      : elapsedSeconds,
+                       width, false);
             break;
         case FormatToken::DatePart:
             switch (t.ch) {
-            case u'y': appendNumber(width <= 2 ? date.year % 100 : date.year, width <= 2 ? 2 : 4, out); break;
+            case u'y': appendPart(width <= 2 ? date.year % 100 : date.year, width <= 2 ? 2 : 4, true); break;
             case u'M':
-                if (width <= 2) appendNumber(date.month, width, out);
+                if (width <= 2) appendPart(date.month, width, false);
                 else if (width == 3) out.append(kMonths[date.month - 1], 3);
                 else if (width == 5) out += kMonths[date.month - 1][0];
                 else out += kMonths[date.month - 1];
                 break;
             case u'd':
-                if (width <= 2) appendNumber(date.day, width, out);
+                if (width <= 2) appendPart(date.day, width, false);
                 else if (width == 3) out.append(kDays[weekday], 3);
                 else out += kDays[weekday];
                 break;
@@ -106,12 +122,12 @@ bool appendDateSection(const FormatSection& section, double serial, const Format
                 if (width >= 4) out += u"\u661F\u671F";
                 out += kChineseDays[weekday];
                 break;
-            case u'h': appendNumber(hour, std::min(width, 2), out); break;
-            case u'm': appendNumber(minute, std::min(width, 2), out); break;
-            case u's': appendNumber(second, std::min(width, 2), out); break;
+            case u'h': appendPart(hour, std::min(width, 2), false); break;
+            case u'm': appendPart(minute, std::min(width, 2), false); break;
+            case u's': appendPart(second, std::min(width, 2), false); break;
             case u'f': {
                 out += settings.decimalSeparator;
-                appendNumber(unitsOfDay % unitsPerSecond, width, out);
+                appendPart(unitsOfDay % unitsPerSecond, width, true);
                 break;
             }
             default: break;

@@ -19,6 +19,9 @@ bool startsWithIgnoringCase(std::u16string_view s, size_t at, std::u16string_vie
     return true;
 }
 
+// General as a Chinese Excel writes it in codes and in TEXT's format argument.
+constexpr std::u16string_view kChineseGeneral = u"G/\u901A\u7528\u683C\u5F0F";   // G/通用格式
+
 bool isPlaceholder(char16_t c) { return c == u'0' || c == u'#' || c == u'?'; }
 
 // The eight named colours and Excel's default 56-colour palette, for [ColorN].
@@ -94,6 +97,10 @@ void readBracket(std::u16string_view inner, FormatSection& section) {
         section.system = FormatSection::System::LongTime;
         return;
     }
+    if (inner.size() == 6 && startsWithIgnoringCase(inner, 0, u"dbnum") && inner[5] >= u'1' && inner[5] <= u'3') {
+        section.chineseNumerals = uint8_t(inner[5] - u'0');
+        return;
+    }
     if (inner[0] == u'$') {   // [$¥-804]: the currency text before the locale id; [$-409] has none
         const size_t dash = inner.find(u'-');
         const std::u16string_view symbol = inner.substr(1, dash == inner.npos ? dash : dash - 1);
@@ -111,7 +118,7 @@ void readBracket(std::u16string_view inner, FormatSection& section) {
     }
     if (parseCondition(inner, section)) return;
     if (auto rgb = colorNamed(inner)) section.color = rgb;
-    // other tags ([DBNum1], locale ids) leave the text as it is
+    // other tags (locale ids) leave the text as it is
 }
 
 bool isDateLetter(char16_t l) {
@@ -126,7 +133,8 @@ void resolveMinutes(FormatSection& section) {
         return k.kind == FormatToken::DatePart || k.kind == FormatToken::Elapsed;
     };
     for (size_t i = 0; i < t.size(); ++i) {
-        if (t[i].kind != FormatToken::DatePart || t[i].ch != u'M') continue;
+        // Only m and mm can be minutes: mmm and longer are the month's name wherever they stand.
+        if (t[i].kind != FormatToken::DatePart || t[i].ch != u'M' || t[i].width > 2) continue;
         bool minute = false;
         for (size_t k = i; k-- > 0;) {
             if (!isTimePart(t[k])) continue;
@@ -139,6 +147,29 @@ void resolveMinutes(FormatSection& section) {
             break;
         }
         if (minute) t[i].ch = u'm';
+    }
+}
+
+// A comma after a placeholder of the whole part groups thousands when more placeholders of the
+// whole part follow it ("#,##0", "0,## ##"), and scales by a thousand when none do ("0,", "0,.0");
+// after the point it scales when it ends the decimals ("0.0,") and is dropped when it does not.
+void resolveCommas(FormatSection& section, const std::vector<size_t>& commas) {
+    const std::vector<FormatToken>& t = section.tokens;
+    size_t point = t.size(), end = t.size();
+    for (size_t i = 0; i < t.size(); ++i) {
+        if (t[i].kind == FormatToken::Point && point == t.size()) point = i;
+        if (t[i].kind == FormatToken::Exponent || t[i].kind == FormatToken::Slash) {
+            end = i;
+            break;
+        }
+    }
+    point = std::min(point, end);
+    for (const size_t at : commas) {
+        const size_t limit = at <= point ? point : end;
+        bool digitsFollow = false;
+        for (size_t i = at; i < limit && !digitsFollow; ++i) digitsFollow = t[i].kind == FormatToken::Digit;
+        if (!digitsFollow) ++section.scaleThousands;
+        else if (at <= point) section.thousands = true;
     }
 }
 
@@ -187,8 +218,9 @@ void classify(FormatSection& section) {
     }
 }
 
-FormatSection parseSection(std::u16string_view s) {
+FormatSection parseSection(std::u16string_view s, bool& valid) {
     FormatSection section;
+    std::vector<size_t> digitCommas;   // where commas after placeholders stand among the tokens
     bool sawDigit = false;      // a digit placeholder so far
     bool afterDigit = false;    // the previous token was a digit placeholder or a scaling comma
     bool sawSeconds = false;
@@ -220,6 +252,9 @@ FormatSection parseSection(std::u16string_view s) {
         } else if (startsWithIgnoringCase(s, i, u"general")) {
             section.tokens.push_back({FormatToken::General});
             i += 6;
+        } else if (s.substr(i).starts_with(kChineseGeneral)) {
+            section.tokens.push_back({FormatToken::General});
+            i += kChineseGeneral.size() - 1;
         } else if (isPlaceholder(c)) {
             section.tokens.push_back({FormatToken::Digit, c, 1});
             sawDigit = afterDigit = true;
@@ -233,11 +268,10 @@ FormatSection parseSection(std::u16string_view s) {
                 section.tokens.push_back({FormatToken::Point, c});
             }
         } else if (c == u',') {
-            // Between placeholders a comma groups thousands; after the last one it scales.
-            if (wasAfterDigit && i + 1 < s.size() && isPlaceholder(s[i + 1])) {
-                section.thousands = true;
-            } else if (wasAfterDigit) {
-                ++section.scaleThousands;
+            // After a placeholder a comma groups thousands or scales, as resolveCommas decides
+            // once the whole section is read; elsewhere it is shown as written.
+            if (wasAfterDigit) {
+                digitCommas.push_back(section.tokens.size());
                 afterDigit = true;
             } else {
                 addLiteral(section, u",");
@@ -248,6 +282,8 @@ FormatSection parseSection(std::u16string_view s) {
             section.tokens.push_back({FormatToken::Text});
         } else if (l == u'e' && sawDigit && i + 1 < s.size() && (s[i + 1] == u'+' || s[i + 1] == u'-')) {
             section.tokens.push_back({FormatToken::Exponent, s[++i]});
+            // The exponent's digits follow the sign at once; Excel refuses a code without them.
+            if (i + 1 >= s.size() || !isPlaceholder(s[i + 1])) valid = false;
         } else if (c == u'/' && sawDigit && !sawSeconds) {
             section.tokens.push_back({FormatToken::Slash});
             size_t end = i + 1;
@@ -280,6 +316,9 @@ FormatSection parseSection(std::u16string_view s) {
             addLiteral(section, s.substr(i, 1));
         }
     }
+    // [DBNum2] alone, as Chinese users write TEXT(A1,"[DBNum2]"), is the General format in numerals.
+    if (section.tokens.empty() && section.chineseNumerals) section.tokens.push_back({FormatToken::General});
+    resolveCommas(section, digitCommas);
     classify(section);
     return section;
 }
@@ -329,7 +368,7 @@ ParsedFormat parseFormat(std::u16string_view code) {
         parsed.valid = false;
         parts.assign(1, std::u16string_view());
     }
-    for (std::u16string_view part : parts) parsed.sections.push_back(parseSection(part));
+    for (std::u16string_view part : parts) parsed.sections.push_back(parseSection(part, parsed.valid));
     return parsed;
 }
 

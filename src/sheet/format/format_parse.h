@@ -50,6 +50,8 @@ struct FormatSection {
     // [$-F800] and [$-F400]: the system's long date or long time, whatever the rest of the section
     enum class System : uint8_t { None, LongDate, LongTime };
     System system = System::None;
+    // [DBNum1], [DBNum2], [DBNum3]: digits shown as Chinese numerals of that style, 0 for none
+    uint8_t chineseNumerals = 0;
 
     bool holds(double value) const;
 };

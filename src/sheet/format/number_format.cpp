@@ -27,7 +27,9 @@ bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
     return true;
 }
 
-bool isGeneral(std::u16string_view code) { return code.empty() || equalsIgnoringCase(code, u"General"); }
+bool isGeneral(std::u16string_view code) {
+    return code.empty() || equalsIgnoringCase(code, u"General") || code == u"G/\u901A\u7528\u683C\u5F0F";   // G/通用格式
+}
 
 // The value rounded to 15 significant digits: its digits without trailing zeros and the
 // decimal exponent of the first one.

@@ -1,7 +1,6 @@
 #include "workbook/xlsx/xlsx_writer.h"
 
 #include <charconv>
-#include <unordered_map>
 
 #include "sheet/cell_formula.h"
 #include "sheet/workbook.h"
@@ -72,13 +71,23 @@ private:
     std::string xml_;
 };
 
+// The file's shared strings, in the order the cells first name them. Each entry of the
+// workbook's table keeps its index while the file is written (SharedString::writerIndex), so a
+// million texts cost a list of pointers and no map; the list sets the indexes back when done.
 class SharedStringList {
 public:
-    // Shared strings are the workbook's own interned entries: one lookup by address.
-    size_t indexOf(const SharedString* entry) {
-        auto [it, added] = index_.emplace(entry, texts_.size());
-        if (added) texts_.push_back(entry);
-        return it->second;
+    SharedStringList() = default;
+    SharedStringList(const SharedStringList&) = delete;
+    SharedStringList& operator=(const SharedStringList&) = delete;
+    ~SharedStringList() {
+        for (SharedString* entry : texts_) entry->writerIndex = 0;
+    }
+    size_t indexOf(SharedString* entry) {
+        if (entry->writerIndex == 0) {
+            texts_.push_back(entry);
+            entry->writerIndex = static_cast<uint32_t>(texts_.size());
+        }
+        return entry->writerIndex - 1;
     }
     void write(PartStream& out) const {
         std::string& xml = out.xml();
@@ -97,8 +106,7 @@ public:
     }
 
 private:
-    std::unordered_map<const SharedString*, size_t> index_;
-    std::vector<const SharedString*> texts_;
+    std::vector<SharedString*> texts_;
 };
 
 std::string stylesPart(const CellStyles& styles) {

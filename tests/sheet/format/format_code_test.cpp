@@ -58,7 +58,15 @@ TEST(FormatCodes, ShowNumbersDatesAndTextAsSpreadsheetsDo) {
         // scientific and fractions
         {u"0.00E+00", 12345, u"1.23E+04"},
         {u"# ?/?", 1.25, u"1 1/4"},
+        // a comma after a placeholder groups when more of the whole part follow, scales when
+        // none do, and is dropped between decimals; others are literal
+        {u"0,## ##, ##", 1234567890, u"1,234,56 7,8 90"},
+        {u"#,##0.0,", 1234567, u"1,234.6"},
+        {u"0 .  # ,0.00.0,00", 1000000.555, u"1000000 .  5 ,5.50.000"},
+        // mmm and longer are the month's name even after an hour
+        {u"hm hmm hmmm", 130.33332, u"759 759 7May"},
         // codes Excel refuses show the value in General
+        {u"0.00E+x", 1.5, u"1.5"},
         {u"0.00\"unclosed", 1.5, u"1.5"},
         {u"0;0;0;0;0", 1.5, u"1.5"},
     };

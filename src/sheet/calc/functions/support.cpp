@@ -88,8 +88,9 @@ double serialOf(const Call& call, int year, int month, int day) {
     const int64_t monthIndex = int64_t(year) * 12 + (month - 1);
     const int64_t y = monthIndex >= 0 ? monthIndex / 12 : (monthIndex - 11) / 12;
     const int64_t m = monthIndex - y * 12 + 1;
-    const int64_t t = daysFromCivil(y, m, 1) - daysFromCivil(1899, 12, 31) + (day - 1);
-    double serial = double(t + (t >= 60 ? 1 : 0));
+    // The first of the month in Excel's calendar, where February 1900 has a 29th (serial 60).
+    const int64_t first = y == 1900 && m <= 2 ? (m == 1 ? 1 : 32) : daysFromCivil(y, m, 1) - daysFromCivil(1899, 12, 31) + 1;
+    double serial = double(first + (day - 1));
     if (serial < 0 || serial > kLastSerial) fail(ecNUM);
     if (call.date1904()) {
         serial -= k1904Offset;
