@@ -1,8 +1,6 @@
 // Lookup functions: the classic lookups' exact and halving searches (whose results on unsorted
-// and mixed data are Excel's), XLOOKUP and XMATCH with every mode, and the regular expressions
-// of match mode 3.
+// and mixed data are Excel's), and XLOOKUP and XMATCH with every mode.
 #include "array_fixture.h"
-#include "sheet/calc/functions/lookup_regex.h"
 
 namespace kes::calc::testing {
 namespace {
@@ -158,6 +156,8 @@ TEST_F(Xlookup, MatchModesAndSearchModes) {
         {u"=XMATCH(\"[A-Z][a-z]+y\",{\"Spain\",\"Germany\",\"Italy\"},3,-1)", u"3"},
         {u"=XMATCH(\"^g\",{\"Spain\",\"Germany\"},3)", u"#N/A"},   // case counts
         {u"=XMATCH(\"(a\",{\"a\"},3)", u"#VALUE!"},
+        {u"=XMATCH(\"^1.5$\",{\"x\",1.5,TRUE},3)", u"2"},   // numbers by their text
+        {u"=XMATCH(\"(a+)+b\",{\"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaac\"},3)", u"#VALUE!"},
     };
     expectAll(cases, [&](auto f) { return shownOf(f); });
 }
@@ -172,43 +172,6 @@ TEST_F(Xlookup, ResultsAreRowsOfTheReturnArrayAndStayReferences) {
         {u"=XLOOKUP({\"k2\",\"k1\",\"k3\"},E1:E2,F1:F2,0)", u"3,1,0"},
     };
     expectAll(cases, [&](auto f) { return spilled(f); });
-}
-
-// The pattern matches anywhere in the text; invalid or unsupported patterns are refused.
-TEST(LookupRegex, MatchesEverydayPatterns) {
-    const struct {
-        std::u16string_view pattern, text;
-        bool matches;
-    } cases[] = {
-        {u"^[A-Z]{5}$", u"RHINO", true},
-        {u"^[A-Z]{5}$", u"RHINOS", false},
-        {u"\\d{3}-\\d{4}", u"call 555-0199 now", true},
-        {u"colou?r", u"color", true},
-        {u"gr(a|e)y", u"grey", true},
-        {u"gr(?:a|e)y", u"gruy", false},
-        {u"\\bcat\\b", u"concat", false},
-        {u"\\bcat\\b", u"a cat!", true},
-        {u"(?i)HELLO", u"say hello", true},
-        {u"HELLO", u"say hello", false},
-        {u"[^0-9]+$", u"abc123", false},
-        {u"a.c", u"a\nc", false},
-        {u"x{2,3}y", u"xxxxy", true},
-        {u"\\x41\\x{42}", u"AB", true},
-        {u"[\\w.-]+@[\\w-]+\\.\\w+", u"mail me at a.b-c@ex-ample.org", true},
-    };
-    for (const auto& c : cases) {
-        const auto regex = LookupRegex::compile(c.pattern);
-        ASSERT_TRUE(regex) << std::string(c.pattern.begin(), c.pattern.end());
-        EXPECT_EQ(regex->search(c.text), c.matches) << std::string(c.pattern.begin(), c.pattern.end());
-    }
-    for (std::u16string_view bad : {u"(a", u"a)", u"[a", u"*a", u"(a)\\1", u"(?=a)", u"a{3,2}", u"\\", u"a**", u"a{2}{3}"}) {
-        EXPECT_FALSE(LookupRegex::compile(bad)) << std::string(bad.begin(), bad.end());
-    }
-    // Nested repeats on a long text that never matches: every alternative runs in step.
-    EXPECT_FALSE(LookupRegex::compile(u"(a*)*b")->search(std::u16string(30000, u'a')));
-    EXPECT_FALSE(LookupRegex::compile(u"(x+x+)+y")->search(std::u16string(5000, u'x')));
-    EXPECT_FALSE(LookupRegex::compile(u"(a{1000}){1000}"));   // too large a program
-    EXPECT_FALSE(LookupRegex::compile(std::u16string(30000, u'(')));
 }
 
 }  // namespace

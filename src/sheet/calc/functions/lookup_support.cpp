@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sheet/calc/functions/lookup_regex.h"
+#include "sheet/calc/functions/regex.h"
 #include "sheet/calc/unicode_case.h"
 #include "sheet/shared_strings.h"
 
@@ -65,12 +65,6 @@ private:
     const Value& key_;
     std::u16string upper_;
 };
-
-// A value as a regular expression sees it: numbers and booleans by their text.
-bool regexMatches(const LookupRegex& regex, const Value& candidate) {
-    if (candidate.isError()) return false;
-    return regex.search(scalarToText(candidate));
-}
 
 // The first (or, searching backward, the last) value the test accepts; blanks are never
 // offered.
@@ -292,9 +286,18 @@ int32_t findModern(const LookupLine& line, const Value& key, MatchMode match, Se
         if (!key.isText()) return findEqualModern(line, key, backward);
         return findLinear(line, backward, [&](const Value& v) { return v.isText() && wildcardMatch(v.text(), key.text()); });
     case MatchMode::Regex: {
-        const auto regex = LookupRegex::compile(scalarToText(key));
+        // Case counts; numbers and booleans are matched by their text. One budget of steps
+        // bounds the whole search.
+        const auto regex = Regex::compile(scalarToText(key), false);
         if (!regex) fail(ecValue);
-        return findLinear(line, backward, [&](const Value& v) { return regexMatches(*regex, v); });
+        size_t budget = Regex::kStepBudget;
+        try {
+            return findLinear(line, backward, [&](const Value& v) {
+                return !v.isError() && regex->search(scalarToText(v), 0, budget).has_value();
+            });
+        } catch (const RegexTooComplex&) {
+            fail(ecValue);
+        }
     }
     case MatchMode::NextSmaller: return findNearest(line, key, false, backward);
     case MatchMode::NextLarger: return findNearest(line, key, true, backward);
