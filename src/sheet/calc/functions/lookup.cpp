@@ -1,138 +1,198 @@
-// Lookup and reference functions.
+// Lookup functions: VLOOKUP, HLOOKUP, LOOKUP and MATCH with Excel's searches, XLOOKUP and
+// XMATCH with their match and search modes. The reference functions (INDEX, OFFSET...) are in
+// reference.cpp and join this family's list.
 #include <cmath>
+#include <vector>
 
 #include "sheet/calc/functions/families.h"
-#include "sheet/calc/functions/support.h"
+#include "sheet/calc/functions/lookup_support.h"
+#include "sheet/sheet_bounds.h"
 
 namespace kes::calc {
 namespace {
 
-Value row(Call& call) {
-    if (call.isMissing(0)) return Value::number(call.evaluator().row() + 1);
-    const Value& ref = call.arg(0);
-    if (ref.isError()) return ref;
-    if (!ref.isReference()) return Value::error(ecValue);
-    return Value::number(ref.area().rect.top + 1);
+// Longer texts are refused as keys by the classic lookups.
+constexpr size_t kMaxKeyLength = 255;
+
+// The key of a classic lookup: an empty cell counts as 0.
+Value classicKey(Call& call) {
+    Value key = call.scalar(0);
+    if (key.isError()) fail(key.error());
+    if (key.isBlank()) return Value::number(0);
+    if (key.isText() && key.text().size() > kMaxKeyLength) fail(ecValue);
+    return key;
 }
 
-Value column(Call& call) {
-    if (call.isMissing(0)) return Value::number(call.evaluator().column() + 1);
-    const Value& ref = call.arg(0);
-    if (ref.isError()) return ref;
-    if (!ref.isReference()) return Value::error(ecValue);
-    return Value::number(ref.area().rect.left + 1);
-}
+struct Shape {
+    int32_t rows, columns;
+};
 
-// An exact match as the lookups make it: equal values, texts ignoring case and with wildcards.
-bool exactMatch(const Value& candidate, const Value& key) {
-    if (key.isText() && hasWildcards(key.text())) return candidate.isText() && wildcardMatch(candidate.text(), key.text());
-    if (candidate.isBlank() || candidate.kind() != key.kind()) return false;
-    return compareValues(candidate, key) == 0;
-}
-
-// The position of the key in a list sorted ascending (the last value not above the key), or -1.
-int32_t approximateMatch(const Matrix& list, bool vertical, int32_t count, const Value& key) {
-    int32_t found = -1;
-    for (int32_t i = 0; i < count; ++i) {
-        const Value v = vertical ? list.at(i, 0) : list.at(0, i);
-        if (v.isBlank() || v.isError() || v.kind() != key.kind()) continue;
-        if (compareValues(v, key) > 0) break;
-        found = i;
+Shape shapeOf(const Value& v) {
+    if (v.isReference()) {
+        if (v.areaCount() != 1) fail(ecValue);
+        return {v.area().rows(), v.area().columns()};
     }
-    return found;
+    if (v.isArray()) return {v.matrix().rows(), v.matrix().columns()};
+    return {1, 1};
 }
 
-Value lookupIn(Call& call, bool vertical) {
-    const Value key = call.scalar(0);
-    if (key.isError()) return key;
-    const auto table = call.matrix(1);
+// The value at (row, column) of a reference or an array.
+Value valueAt(Call& call, const Value& source, int32_t row, int32_t column) {
+    if (source.isReference()) {
+        const Area& area = source.area();
+        return call.evaluator().readCell(*area.sheet, area.rect.top + row, area.rect.left + column);
+    }
+    if (source.isArray()) return source.matrix().at(row, column);
+    return source;
+}
+
+const Value& tableArgument(Call& call, size_t index) {
+    const Value& table = call.arg(index);
+    if (table.isError()) fail(table.error());
+    if (table.isLambda()) fail(ecValue);
+    return table;
+}
+
+Value lookupInTable(Call& call, bool vertical) {
+    const Value key = classicKey(call);
+    const Value& table = tableArgument(call, 1);
+    const Shape shape = shapeOf(table);
     const int64_t index = call.integer(2);
-    const bool approximate = call.boolean(3, true);
-    const int32_t count = vertical ? table->rows() : table->columns();
-    const int32_t width = vertical ? table->columns() : table->rows();
+    // An empty fourth argument, as in VLOOKUP(A1,B:C,2,), asks for an exact match.
+    const bool sorted = call.count() > 3 ? call.boolean(3) : true;
     if (index < 1) return Value::error(ecValue);
-    if (index > width) return Value::error(ecRefErr);
-    int32_t found = -1;
-    if (approximate) {
-        found = approximateMatch(*table, vertical, count, key);
-    } else {
-        for (int32_t i = 0; i < count && found < 0; ++i) {
-            if (exactMatch(vertical ? table->at(i, 0) : table->at(0, i), key)) found = i;
-        }
-    }
+    if (index > (vertical ? shape.columns : shape.rows)) return Value::error(ecRefErr);
+    const LookupLine line = lookupLine(call, table, vertical, 0);
+    const int32_t found = sorted ? findSorted(line, key) : findFirst(line, key, true);
     if (found < 0) return Value::error(ecNA);
     const int32_t offset = int32_t(index - 1);
-    return vertical ? table->at(found, offset) : table->at(offset, found);
+    return vertical ? valueAt(call, table, found, offset) : valueAt(call, table, offset, found);
 }
 
-Value vlookup(Call& call) { return lookupIn(call, true); }
-Value hlookup(Call& call) { return lookupIn(call, false); }
+Value vlookup(Call& call) { return lookupInTable(call, true); }
+Value hlookup(Call& call) { return lookupInTable(call, false); }
+
+// LOOKUP searches the first row of an array wider than tall, else its first column, and gives
+// the same place of the result vector or of the array's last row or column.
+Value lookup(Call& call) {
+    const Value key = classicKey(call);
+    const Value& searched = tableArgument(call, 1);
+    const Shape shape = shapeOf(searched);
+    const bool vertical = shape.columns <= shape.rows;
+    const int32_t found = findSorted(lookupLine(call, searched, vertical, 0), key);
+    if (found < 0) return Value::error(ecNA);
+    if (call.count() < 3) {
+        return vertical ? valueAt(call, searched, found, shape.columns - 1) : valueAt(call, searched, shape.rows - 1, found);
+    }
+    const Value& result = tableArgument(call, 2);
+    const Shape resultShape = shapeOf(result);
+    const bool resultVertical = resultShape.columns == 1 && resultShape.rows != 1 ? true
+                              : resultShape.rows == 1 && resultShape.columns != 1 ? false
+                                                                                   : vertical;
+    if (result.isReference()) {
+        // A result range shorter than the lookup vector reads on past its end, as in Excel.
+        const Area& area = result.area();
+        const int64_t row = int64_t(area.rect.top) + (resultVertical ? found : 0);
+        const int64_t column = int64_t(area.rect.left) + (resultVertical ? 0 : found);
+        if (row > kMaxRow || column > kMaxColumn) return Value::error(ecRefErr);
+        return call.evaluator().readCell(*area.sheet, int32_t(row), int32_t(column));
+    }
+    if (found >= (resultVertical ? resultShape.rows : resultShape.columns)) return Value::error(ecNA);
+    return resultVertical ? valueAt(call, result, found, 0) : valueAt(call, result, 0, found);
+}
 
 Value match(Call& call) {
-    const Value key = call.scalar(0);
-    if (key.isError()) return key;
-    const auto list = call.matrix(1);
-    const double type = call.number(2, 1);
-    if (list->rows() != 1 && list->columns() != 1) return Value::error(ecNA);
-    const bool vertical = list->columns() == 1;
-    const int32_t count = vertical ? list->rows() : list->columns();
-    if (type == 0) {
-        for (int32_t i = 0; i < count; ++i) {
-            if (exactMatch(vertical ? list->at(i, 0) : list->at(0, i), key)) return Value::number(i + 1);
-        }
-        return Value::error(ecNA);
-    }
-    int32_t found = -1;
-    for (int32_t i = 0; i < count; ++i) {
-        const Value v = vertical ? list->at(i, 0) : list->at(0, i);
-        if (v.isBlank() || v.kind() != key.kind()) continue;
-        const int order = compareValues(v, key);
-        if (type > 0 ? order > 0 : order < 0) break;
-        found = i;
-        if (order == 0 && type < 0) break;
-    }
+    const Value key = classicKey(call);
+    const Value& list = tableArgument(call, 1);
+    const Shape shape = shapeOf(list);
+    // An empty third argument, as in MATCH(A1,B:B,), is an exact match.
+    const double type = call.count() > 2 ? call.number(2) : 1;
+    if (shape.rows != 1 && shape.columns != 1) return Value::error(ecNA);
+    const LookupLine line = lookupLine(call, list, shape.columns == 1, 0);
+    const int32_t found = type == 0 ? findFirst(line, key, true)
+                        : type > 0  ? findSorted(line, key)
+                                    : findSortedDescending(line, key);
     return found < 0 ? Value::error(ecNA) : Value::number(found + 1);
 }
 
-Value index(Call& call) {
-    const Value& source = call.arg(0);
-    if (source.isError()) return source;
-    int64_t r = call.integer(1, 0), c = call.integer(2, 0);
-    if (source.isReference()) {
-        const Area& area = source.area();
-        if (call.count() == 2 && area.rows() == 1) std::swap(r, c);
-        if (r < 0 || c < 0 || r > area.rows() || c > area.columns()) return Value::error(ecRefErr);
-        CellRect rect = area.rect;
-        if (r > 0) rect.top = rect.bottom = area.rect.top + int32_t(r) - 1;
-        if (c > 0) rect.left = rect.right = area.rect.left + int32_t(c) - 1;
-        return Value::reference({area.sheet, rect});
+// A match or search mode is rounded down: a search mode of -1.1 is a halving search.
+int64_t modeArgument(Call& call, size_t index, int64_t ifMissing) {
+    if (call.isMissing(index)) return ifMissing;
+    const double mode = std::floor(call.number(index));
+    return mode >= -10 && mode <= 10 ? int64_t(mode) : 10;
+}
+
+// The lookup array of XLOOKUP and XMATCH: one row or one column.
+struct ModernSearch {
+    bool vertical;
+    int32_t length;
+    int32_t found;
+};
+
+ModernSearch modernSearch(Call& call, const Value& list, size_t matchIndex, int32_t returnRows) {
+    const Value key = call.scalar(0);
+    if (key.isError()) fail(key.error());
+    const Shape shape = shapeOf(list);
+    if (shape.rows != 1 && shape.columns != 1) fail(ecValue);
+    const bool vertical = shape.columns == 1 && (shape.rows > 1 || returnRows == 1);
+    const MatchMode match = matchModeOf(modeArgument(call, matchIndex, 0));
+    const SearchMode search = searchModeOf(modeArgument(call, matchIndex + 1, 1), match);
+    const LookupLine line = lookupLine(call, list, vertical, 0);
+    return {vertical, line.length(), findModern(line, key, match, search)};
+}
+
+Value xlookup(Call& call) {
+    const Value& list = tableArgument(call, 1);
+    const Value& result = tableArgument(call, 2);
+    const Shape shape = shapeOf(result);
+    const ModernSearch search = modernSearch(call, list, 4, shape.rows);
+    if ((search.vertical ? shape.rows : shape.columns) != search.length) return Value::error(ecValue);
+    if (search.found < 0) {
+        if (call.isMissing(3)) return Value::error(ecNA);
+        return call.arg(3);
     }
-    const auto m = call.matrix(0);
-    if (call.count() == 2 && m->rows() == 1) std::swap(r, c);
-    if (r < 0 || c < 0 || r > m->rows() || c > m->columns()) return Value::error(ecRefErr);
-    if (r == 0) r = 1;
-    if (c == 0) c = 1;
-    return m->at(int32_t(r - 1), int32_t(c - 1));
+    // The row (or column) of the result at the place found: a reference stays one.
+    if (result.isReference()) {
+        Area area = result.area();
+        if (search.vertical) area.rect.top = area.rect.bottom = area.rect.top + search.found;
+        else area.rect.left = area.rect.right = area.rect.left + search.found;
+        return Value::reference(area);
+    }
+    if (!result.isArray()) return result;
+    const Matrix& m = result.matrix();
+    Matrix slice(search.vertical ? 1 : m.rows(), search.vertical ? m.columns() : 1);
+    for (size_t i = 0; i < slice.size(); ++i) {
+        slice.set(i, search.vertical ? m.at(search.found, int32_t(i)) : m.at(int32_t(i), search.found));
+    }
+    if (slice.size() == 1) return slice.at(0);
+    return Value::array(std::move(slice));
 }
 
-Value choose(Call& call) {
-    const int64_t which = call.integer(0);
-    if (which < 1 || size_t(which) >= call.count()) return Value::error(ecValue);
-    return call.arg(size_t(which));
+Value xmatch(Call& call) {
+    const ModernSearch search = modernSearch(call, tableArgument(call, 1), 2, 1);
+    return search.found < 0 ? Value::error(ecNA) : Value::number(search.found + 1);
 }
 
+// Only the key of VLOOKUP and HLOOKUP runs over an array; of an array of column (row) numbers
+// the first is taken.
 constexpr FunctionSpec kFunctions[] = {
-    {u"ROW", 0, 1, "R", row, 8},
-    {u"COLUMN", 0, 1, "R", column, 9},
-    {u"VLOOKUP", 3, 4, "VRVV", vlookup, 102},
-    {u"HLOOKUP", 3, 4, "VRVV", hlookup, 101},
+    {u"VLOOKUP", 3, 4, "VRAV", vlookup, 102},
+    {u"HLOOKUP", 3, 4, "VRAV", hlookup, 101},
+    {u"LOOKUP", 2, 3, "VAA", lookup, 28},
     {u"MATCH", 2, 3, "VRV", match, 64},
-    {u"INDEX", 2, 4, "RVVV", index, 29, kReturnsReference},
-    {u"CHOOSE", 2, kManyArgs, "VL", choose, 100, kReturnsReference},
+    {u"XLOOKUP", 3, 6, "VAALVV", xlookup, kNoBiffId, kFilePrefix | kReturnsReference},
+    {u"XMATCH", 2, 4, "VAVV", xmatch, kNoBiffId, kFilePrefix},
 };
 
 }  // namespace
 
-std::span<const FunctionSpec> lookupFunctions() { return kFunctions; }
+std::span<const FunctionSpec> lookupFunctions() {
+    static const std::vector<FunctionSpec> all = [] {
+        std::vector<FunctionSpec> out(std::begin(kFunctions), std::end(kFunctions));
+        for (const FunctionSpec& spec : referenceFunctions()) out.push_back(spec);
+        return out;
+    }();
+    return all;
+}
 
 }  // namespace kes::calc
