@@ -28,6 +28,9 @@ struct CellFormula {
     CellValue result;
     bool stale = true;         // the result must be computed (again) before it is shown
     bool evaluating = false;   // on the stack of an evaluation: met again, it is a circular reference
+    // The result waits on a circular reference: like Excel without iteration, it shows 0, and so
+    // does every formula that reads it.
+    bool circular = false;
     FormulaRole role = FormulaRole::Cell;
     // A dynamic array spills its result (elements it no longer has are blank); an array formula
     // entered over a fixed area shows #N/A where its result has no element.

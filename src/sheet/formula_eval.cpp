@@ -1,5 +1,6 @@
 #include "sheet/formula_eval.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "sheet/calc/evaluator.h"
@@ -61,6 +62,9 @@ constexpr int kDepthLimit = 400;
 
 struct EvaluationStack {
     int depth = 0;
+    // The frames below this depth read a circular reference, directly or through another
+    // formula: their results are 0.
+    int circularBelow = 0;
     bool cutShort = false;   // a formula on the stack met the limit: the results above it are not kept
     struct Deferred {
         SheetTable* sheet;
@@ -75,14 +79,20 @@ thread_local EvaluationStack stack;
 
 CellValue evaluateOnce(SheetTable& sheet, int32_t row, int32_t column, CellFormula& formula) {
     FormulaDependencies& dependencies = sheet.workbook().formulas();
-    if (dependencies.isCurrent(formula)) return formula.result;
-    if (formula.evaluating) return CellValue::makeError(ecRefErr);   // a circular reference
+    if (dependencies.isCurrent(formula)) {
+        if (formula.circular) stack.circularBelow = stack.depth;
+        return formula.result;
+    }
+    if (formula.evaluating) {
+        stack.circularBelow = stack.depth;
+        return CellValue::makeFloat(0);
+    }
     if (stack.depth >= kDepthLimit) {
         stack.cutShort = true;
         stack.deferred.push_back({&sheet, row, column, &formula});
         return CellValue::makeError(ecValue);
     }
-    ++stack.depth;
+    const int frame = stack.depth++;
     formula.evaluating = true;
     CellValue result;
     try {
@@ -90,10 +100,16 @@ CellValue evaluateOnce(SheetTable& sheet, int32_t row, int32_t column, CellFormu
     } catch (...) {
         formula.evaluating = false;
         --stack.depth;
+        stack.circularBelow = std::min(stack.circularBelow, frame);
         throw;
     }
     formula.evaluating = false;
     --stack.depth;
+    formula.circular = frame < stack.circularBelow;
+    if (formula.circular) {
+        result = CellValue::makeFloat(0);
+        stack.circularBelow = frame;
+    }
     if (!stack.cutShort) {
         formula.result = result;
         dependencies.computed(formula, sheet, row, column);
@@ -107,6 +123,7 @@ CellValue evaluateFormula(SheetTable& sheet, int32_t row, int32_t column, CellFo
     if (stack.depth > 0) return evaluateOnce(sheet, row, column, formula);
     for (;;) {
         stack.cutShort = false;
+        stack.circularBelow = 0;
         stack.deferred.clear();
         const CellValue result = evaluateOnce(sheet, row, column, formula);
         if (!stack.cutShort) return result;
