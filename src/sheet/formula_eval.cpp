@@ -38,7 +38,9 @@ CellValue compute(SheetTable& sheet, int32_t row, int32_t column, CellFormula& f
     }
     case FormulaRole::ArrayAnchor: {
         if (!formula.expression) return CellValue::makeError(ecName);
-        const calc::Value value = calc::Evaluator(sheet, row, column, *formula.expression).run(true);
+        calc::Evaluator evaluator(sheet, row, column, *formula.expression);
+        if (!formula.dynamic) evaluator.setArrayArea(formula.array.bottom - formula.array.top + 1, formula.array.right - formula.array.left + 1);
+        const calc::Value value = evaluator.run(true);
         if (value.isArray()) {
             formula.arrayResult = value.sharedMatrix();
         } else {

@@ -28,6 +28,8 @@ const Value& Call::arg(size_t index) {
 
 Value Call::evaluate(size_t index, Mode mode) {
     if (isMissing(index)) return Value::omitted();
+    if (mode == mode_) return evaluator_.evaluate(nodes_[index], mode);   // a branch of the result
+    Evaluator::WholeArgument whole(evaluator_);
     return evaluator_.evaluate(nodes_[index], mode);
 }
 
@@ -35,9 +37,15 @@ Value Call::evaluateArgument(size_t index) {
     if (isMissing(index)) return Value::omitted();
     const uint32_t node = nodes_[index];
     switch (function_.argumentClass(index)) {
-    case 'A': return evaluator_.evaluate(node, Mode::Array);
-    case 'R':
-    case 'L': return evaluator_.evaluate(node, mode_);
+    case 'A': {
+        Evaluator::WholeArgument whole(evaluator_);
+        return evaluator_.evaluate(node, Mode::Array);
+    }
+    case 'R': {
+        Evaluator::WholeArgument whole(evaluator_);
+        return evaluator_.evaluate(node, mode_);
+    }
+    case 'L': return evaluator_.evaluate(node, mode_);   // passed through to the result
     default: break;
     }
     Value value = evaluator_.evaluate(node, mode_);
@@ -91,6 +99,10 @@ Value Call::run() {
         }
     };
     if (!lift) return invoke();
+    if (function_.flags & kAnswersPastTheEnd) {
+        rows = std::max(rows, evaluator_.areaRows());
+        columns = std::max(columns, evaluator_.areaColumns());
+    }
     if (int64_t(rows) * columns > kMaxArrayElements) return Value::error(ecNUM);
     Matrix out(rows, columns);
     elements_.resize(n);

@@ -42,6 +42,30 @@ public:
 
     Value evaluate(uint32_t node, Mode mode);
 
+    // The fixed area of an array formula, for functions that answer past the end of their array
+    // argument (kAnswersPastTheEnd). An argument a function takes whole (SUM's) is not
+    // stretched to it.
+    void setArrayArea(int32_t rows, int32_t columns) {
+        areaRows_ = rows;
+        areaColumns_ = columns;
+    }
+    int32_t areaRows() const { return areaRows_; }
+    int32_t areaColumns() const { return areaColumns_; }
+    // While alive, nothing is stretched to the area.
+    class WholeArgument {
+    public:
+        explicit WholeArgument(Evaluator& e) : e_(e), rows_(e.areaRows_), columns_(e.areaColumns_) {
+            e.areaRows_ = e.areaColumns_ = 0;
+        }
+        ~WholeArgument() { e_.setArrayArea(rows_, columns_); }
+        WholeArgument(const WholeArgument&) = delete;
+        WholeArgument& operator=(const WholeArgument&) = delete;
+
+    private:
+        Evaluator& e_;
+        int32_t rows_, columns_;
+    };
+
     // A reference where one value is wanted: a single cell, or the cell of the range in the
     // formula's own row or column; #VALUE! for anything else.
     Value intersect(const Value& reference);
@@ -100,6 +124,8 @@ private:
     int32_t rowOffset_ = 0;
     int32_t columnOffset_ = 0;
     uint32_t finalNode_ = 0;   // the operator that gives the result, past parentheses
+    int32_t areaRows_ = 0;     // see setArrayArea
+    int32_t areaColumns_ = 0;
 };
 
 // Excel's conversions of one scalar, throwing CalcError where Excel gives an error: blank is

@@ -24,6 +24,10 @@ enum FunctionFlag : uint8_t {
     // where an array still runs the function for each element: Excel's add-in functions
     // (kAddIn implies it) and some of their newer kin (ERF.PRECISE, IMCOT...).
     kRefusesRanges = 32,
+    // In an array formula over a fixed area larger than its array argument, the cells past the
+    // argument's end still run the function, on #N/A: ISNA(A1:A3) over five cells ends in two
+    // TRUEs. Excel's IS functions do this.
+    kAnswersPastTheEnd = 64,
 };
 
 // No number in .xls files: the function is stored by name there.

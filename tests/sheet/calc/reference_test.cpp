@@ -181,5 +181,30 @@ TEST_F(Reference, TrimRangeAndAnchorArray) {
     expectAll(cases, [&](auto f) { return spilled(f); });
 }
 
+// An array formula entered over more cells than its result fills shows #N/A past the end, but
+// the IS functions still answer there, on #N/A; N and T read the first cell of a range, and
+// ISFORMULA answers for each cell.
+TEST_F(Reference, ArrayFormulasOverLargerAreas) {
+    fill(u"K1", {u"1\tx\t\t=1+1"});
+    const auto over = [&](std::u16string_view formula) {
+        cellAt(u"K3", true).setArrayFormula(formula, {10, 2, 15, 2}, false);   // K3:P3
+        for (int32_t column = 11; column <= 15; ++column) cellAt(u"K3", false).sheet().createCell(2, column).setArrayMember({10, 2, 15, 2}, false);
+        std::u16string shown;
+        for (int32_t column = 10; column <= 15; ++column) {
+            if (column > 10) shown += u',';
+            shown += cellAt(u"K3", false).sheet().getCell(2, column).displayText();
+        }
+        return shown;
+    };
+    EXPECT_EQ(over(u"=K1:N1"), u"1,x,0,2,#N/A,#N/A");
+    EXPECT_EQ(over(u"=ISNA(K1:N1)"), u"FALSE,FALSE,FALSE,FALSE,TRUE,TRUE");
+    EXPECT_EQ(over(u"=ISBLANK(K1:N1)"), u"FALSE,FALSE,TRUE,FALSE,FALSE,FALSE");
+    EXPECT_EQ(over(u"=ERROR.TYPE(K1:N1)"), u"#N/A,#N/A,#N/A,#N/A,#N/A,#N/A");
+    EXPECT_EQ(over(u"=SUM(--ISNA(K1:N1))"), u"0,0,0,0,0,0") << "an argument taken whole is not stretched";
+    EXPECT_EQ(over(u"=ISFORMULA(K1:N1)"), u"FALSE,FALSE,FALSE,TRUE,#N/A,#N/A");
+    EXPECT_EQ(over(u"=N(K1:N1)"), u"1,1,1,1,1,1");
+    EXPECT_EQ(over(u"=T(L1:N1)"), u"x,x,x,x,x,x");
+}
+
 }  // namespace
 }  // namespace kes::calc::testing

@@ -37,18 +37,42 @@ Value isEvenOrOdd(Call& call, bool even) {
 Value isEven(Call& call) { return isEvenOrOdd(call, true); }
 Value isOdd(Call& call) { return isEvenOrOdd(call, false); }
 
+bool holdsFormula(SheetTable& sheet, int32_t row, int32_t column) {
+    const CellRef cell = sheet.getCell(row, column);
+    return cell && cell.dataType() == cdtFormula &&
+           (cell.cell()->formula->role != FormulaRole::ArrayMember || !cell.cell()->formula->dynamic);
+}
+
+// In an array formula, ISFORMULA answers for each cell of a range.
 Value isFormula(Call& call) {
     const Value& ref = call.arg(0);
     if (ref.isError()) return ref;
     if (!ref.isReference()) return Value::error(ecValue);
     const Area& area = ref.area();
-    const CellRef cell = area.sheet->getCell(area.rect.top, area.rect.left);
-    return Value::boolean(cell && cell.dataType() == cdtFormula &&
-                          (cell.cell()->formula->role != FormulaRole::ArrayMember || !cell.cell()->formula->dynamic));
+    if (call.mode() == Mode::Value || area.isCell()) {
+        return Value::boolean(holdsFormula(*area.sheet, area.rect.top, area.rect.left));
+    }
+    const int64_t rows = int64_t(area.rect.bottom) - area.rect.top + 1, columns = int64_t(area.rect.right) - area.rect.left + 1;
+    if (rows * columns > kMaxArrayElements) return Value::error(ecNUM);
+    Matrix out{int32_t(rows), int32_t(columns)};
+    for (int32_t r = 0; r < rows; ++r) {
+        for (int32_t c = 0; c < columns; ++c) {
+            out.set(r, c, Value::boolean(holdsFormula(*area.sheet, area.rect.top + r, area.rect.left + c)));
+        }
+    }
+    return Value::array(std::move(out));
+}
+
+// N and T read the first cell of a reference, wherever the formula stands.
+Value firstValue(Call& call) {
+    const Value& v = call.arg(0);
+    if (!v.isReference()) return call.scalar(0);
+    const Area& area = v.area();
+    return call.evaluator().readCell(*area.sheet, area.rect.top, area.rect.left);
 }
 
 Value n(Call& call) {
-    const Value v = call.scalar(0);
+    const Value v = firstValue(call);
     switch (v.kind()) {
     case ValueKind::Number: return v;
     case ValueKind::Boolean: return Value::number(v.number());
@@ -58,7 +82,7 @@ Value n(Call& call) {
 }
 
 Value t(Call& call) {
-    const Value v = call.scalar(0);
+    const Value v = firstValue(call);
     if (v.isError() || v.isText()) return v;
     return Value::text(u"");
 }
@@ -169,20 +193,20 @@ Value info(Call& call) {
 }
 
 constexpr FunctionSpec kFunctions[] = {
-    {u"ISBLANK", 1, 1, "V", isBlank, 129},
-    {u"ISNUMBER", 1, 1, "V", isNumber, 128},
-    {u"ISTEXT", 1, 1, "V", isText, 127},
-    {u"ISNONTEXT", 1, 1, "V", isNonText, 190},
-    {u"ISLOGICAL", 1, 1, "V", isLogical, 198},
-    {u"ISERROR", 1, 1, "V", isError, 3},
-    {u"ISERR", 1, 1, "V", isErr, 126},
-    {u"ISNA", 1, 1, "V", isNa, 2},
+    {u"ISBLANK", 1, 1, "V", isBlank, 129, kAnswersPastTheEnd},
+    {u"ISNUMBER", 1, 1, "V", isNumber, 128, kAnswersPastTheEnd},
+    {u"ISTEXT", 1, 1, "V", isText, 127, kAnswersPastTheEnd},
+    {u"ISNONTEXT", 1, 1, "V", isNonText, 190, kAnswersPastTheEnd},
+    {u"ISLOGICAL", 1, 1, "V", isLogical, 198, kAnswersPastTheEnd},
+    {u"ISERROR", 1, 1, "V", isError, 3, kAnswersPastTheEnd},
+    {u"ISERR", 1, 1, "V", isErr, 126, kAnswersPastTheEnd},
+    {u"ISNA", 1, 1, "V", isNa, 2, kAnswersPastTheEnd},
     {u"ISREF", 1, 1, "R", isRef, 105},
     {u"ISEVEN", 1, 1, "V", isEven, kNoBiffId, kAddIn},
     {u"ISODD", 1, 1, "V", isOdd, kNoBiffId, kAddIn},
     {u"ISFORMULA", 1, 1, "R", isFormula, kNoBiffId, kFilePrefix},
-    {u"N", 1, 1, "V", n, 131},
-    {u"T", 1, 1, "V", t, 130},
+    {u"N", 1, 1, "R", n, 131},
+    {u"T", 1, 1, "R", t, 130},
     {u"NA", 0, 0, "V", na, 10},
     {u"TYPE", 1, 1, "R", type, 86},
     {u"ERROR.TYPE", 1, 1, "V", errorType, 261},
