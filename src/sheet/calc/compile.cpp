@@ -57,6 +57,15 @@ std::unique_ptr<formula::Expression> compileFormula(std::u16string_view text, fo
         expression->bindFunction(i, functionNumber(*spec), prefixes);
         if (spec->name == u"LET" || spec->name == u"LAMBDA") markParameters(*expression, i, spec->name == u"LET");
     }
+    // A plain name that is a built-in's, and no parameter, is that function as a value.
+    for (uint32_t i = 0; i < nodes.size(); ++i) {
+        const Node& node = nodes[i];
+        if (node.kind != NodeKind::Name || !node.sheet.empty() ||
+            (node.flags & (formula::kFlagExternal | formula::kFlagLambdaParameter))) {
+            continue;
+        }
+        if (findFunction(expression->text(node.text))) expression->markFunctionName(i);
+    }
     return expression;
 }
 

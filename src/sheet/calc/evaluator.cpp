@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <cmath>
 #include <vector>
 
 #include "sheet/calc/call.h"
 #include "sheet/calc/coerce.h"
+#include "sheet/calc/compile.h"
 #include "sheet/calc/functions.h"
 #include "sheet/cell_formula.h"
 #include "sheet/formula/formula_ast.h"
@@ -291,7 +293,19 @@ Value Evaluator::name(const Node& node, Mode mode) {
         scope = book.indexOf(*qualifier);
     }
     const DefinedName* defined = book.names().find(text, scope);
-    if (!defined || !defined->expression) return Value::error(ecName);
+    if (!defined || !defined->expression) {
+        if (node.sheet.empty() && !external) {
+            if (const FunctionSpec* spec = findFunction(text)) {
+                auto function = std::make_shared<Lambda>();
+                function->function = spec;
+                function->sheet = &sheet_;
+                function->row = row_;
+                function->column = column_;
+                return Value::lambda(std::move(function));
+            }
+        }
+        return Value::error(ecName);
+    }
     if (nameDepth >= kMaxNameDepth) return Value::error(ecRefErr);
     DepthGuard guard(nameDepth);
     // Unqualified references of a sheet's own name are on that sheet.
@@ -479,6 +493,7 @@ Value Evaluator::call(uint32_t index, Mode mode) {
 Value Evaluator::callLambda(const Value& function, std::span<const Value> arguments, Mode mode) {
     if (!function.isLambda()) return Value::error(ecValue);
     const Lambda& lambda = function.lambda();
+    if (lambda.function) return callBuiltIn(*lambda.function, arguments, mode);
     if (arguments.size() > lambda.parameters.size()) return Value::error(ecValue);
     if (lambdaDepth >= kMaxLambdaDepth) return Value::error(ecNUM);
     DepthGuard guard(lambdaDepth);
@@ -491,6 +506,27 @@ Value Evaluator::callLambda(const Value& function, std::span<const Value> argume
     inner.setReferenceOffset(lambda.rowOffset, lambda.columnOffset);
     inner.setBindings(std::move(frame));
     return inner.evaluate(lambda.body, mode);
+}
+
+// A built-in called as a function value: NAME(_1, _2...) over the values, compiled once for
+// each function and count of values on a thread.
+Value Evaluator::callBuiltIn(const FunctionSpec& spec, std::span<const Value> arguments, Mode mode) {
+    if (arguments.size() < spec.minArgs || arguments.size() > spec.maxArgs) return Value::error(ecValue);
+    static constexpr std::u16string_view kParameters[] = {u"_1", u"_2", u"_3", u"_4", u"_5", u"_6", u"_7", u"_8"};
+    if (arguments.size() > std::size(kParameters)) return Value::error(ecValue);
+    thread_local std::map<std::pair<const FunctionSpec*, size_t>, std::unique_ptr<formula::Expression>> compiled;
+    std::unique_ptr<formula::Expression>& call = compiled[{&spec, arguments.size()}];
+    if (!call) {
+        std::u16string text = u"=" + std::u16string(spec.name) + u"(";
+        for (size_t i = 0; i < arguments.size(); ++i) text.append(i ? u"," : u"").append(kParameters[i]);
+        call = compileFormula(text + u")");
+        if (!call) return Value::error(ecName);
+    }
+    auto frame = std::make_shared<Bindings>();
+    for (size_t i = 0; i < arguments.size(); ++i) frame->values.emplace_back(kParameters[i], arguments[i]);
+    Evaluator inner(sheet_, row_, column_, *call);
+    inner.setBindings(std::move(frame));
+    return inner.evaluate(call->rootIndex(), mode);
 }
 
 Value Evaluator::intersect(const Value& value) {

@@ -21,6 +21,8 @@ struct Node;
 
 namespace kes::calc {
 
+struct FunctionSpec;
+
 // How an expression is evaluated: for one value (a cell's formula), or as an array (an array
 // formula, or an argument a function takes as an array).
 enum class Mode : uint8_t { Value, Array };
@@ -79,6 +81,7 @@ public:
 
     // Calls a LAMBDA; fewer arguments than parameters leave the rest omitted, more are #VALUE!.
     Value callLambda(const Value& function, std::span<const Value> arguments, Mode mode);
+    Value callBuiltIn(const FunctionSpec& function, std::span<const Value> arguments, Mode mode);
 
     // The cell whose formula this is.
     SheetTable& sheet() const { return sheet_; }

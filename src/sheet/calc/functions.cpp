@@ -46,6 +46,7 @@ bool startsWithIgnoringCase(std::u16string_view text, std::u16string_view prefix
 char FunctionSpec::argumentClass(size_t index) const {
     const std::string_view classes(arguments);
     if (classes.empty()) return 'V';
+    if (classes.back() == '*') return classes[index % (classes.size() - 1)];
     return index < classes.size() ? classes[index] : classes.back();
 }
 

@@ -39,7 +39,8 @@ struct FunctionSpec {
     std::u16string_view name;   // upper case, without the _xlfn. prefix of files
     uint8_t minArgs;
     uint8_t maxArgs;
-    // One letter an argument, the last repeating for the rest:
+    // One letter an argument, the last repeating for the rest; a final '*' repeats them all
+    // instead, "VL*" being V, L, V, L... (IFS's conditions and values).
     //   V  a value. A reference gives the value implicit intersection finds; an array (or, in
     //      an array formula, a range) runs the function once for each element, and the
     //      results form an array.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "sheet/calc/functions.h"
 #include "sheet/calc/unicode_case.h"
 
 namespace kes::calc {
@@ -180,6 +181,11 @@ CellValue toCellValue(const Value& value) {
     case ValueKind::Error: return CellValue::makeError(value.error());
     default: return CellValue::makeError(ecValue);
     }
+}
+
+bool Lambda::takes(size_t count) const {
+    if (function) return count >= function->minArgs && count <= function->maxArgs;
+    return count == parameters.size();
 }
 
 bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {

@@ -152,7 +152,11 @@ struct Bindings {
 };
 
 // A LAMBDA: its parameters and body, where it was written, and the names bound around it.
+struct FunctionSpec;
+
 struct Lambda {
+    // A built-in passed by name, BYROW(A1:B2, SUM): it takes as many values as it is given.
+    const FunctionSpec* function = nullptr;
     const formula::Expression* expression = nullptr;
     std::vector<std::u16string> parameters;
     uint32_t body = 0;
@@ -162,6 +166,9 @@ struct Lambda {
     int32_t column = 0;
     int32_t rowOffset = 0;       // how the relative references of a defined name move
     int32_t columnOffset = 0;
+
+    // True when a call with `count` values suits it.
+    bool takes(size_t count) const;
 };
 
 // A cell's stored value as a formula reads it, and a result as a cell stores it.

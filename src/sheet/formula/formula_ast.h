@@ -64,6 +64,7 @@ enum NodeFlag : uint8_t {
     kFlagExternal = 4,          // Reference, Name: in another workbook; text (Name: lastSheet) names it
     kFlagSpill = 8,             // Reference: A1#, the whole result the formula at A1 spills
     kFlagLambdaParameter = 16,  // Name: a parameter of LET or LAMBDA, written with _xlpm. in files
+    kFlagFunctionName = 32,     // Name: a built-in passed as a function, BYROW(A1:B2, SUM): _xleta. in files
 };
 
 // A piece of Expression::text(): a string literal's value, a name, a sheet name.
@@ -127,6 +128,7 @@ public:
         nodes_[index].flags |= prefixFlags;
     }
     void markLambdaParameter(uint32_t index) { nodes_[index].flags |= kFlagLambdaParameter; }
+    void markFunctionName(uint32_t index) { nodes_[index].flags |= kFlagFunctionName; }
 
 private:
     friend class Parser;

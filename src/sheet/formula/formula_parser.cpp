@@ -898,6 +898,10 @@ bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet, TextSpan boo
             word.remove_prefix(length);
             flags = kFlagLambdaParameter;
             if (!startsName(word, 0)) return fail(begin, "not a parameter name");
+        } else if (const size_t eta = prefixLength(word, u"_xleta."); eta && !qualified) {
+            word.remove_prefix(eta);
+            flags = kFlagFunctionName;
+            if (!startsName(word, 0)) return fail(begin, "not a function name");
         }
         Node& node = pushLeaf(NodeKind::Name);
         node.text = storeText(word);

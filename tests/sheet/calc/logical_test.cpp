@@ -32,6 +32,7 @@ TEST_F(Logical, IfFamilyTakesOnlyTheBranchItNeeds) {
         {u"=IFS(A1>15,\"a\")", u"#N/A"},
         {u"=SWITCH(A2,10,\"ten\",20,\"twenty\",\"other\")", u"twenty"},
         {u"=SWITCH(A2,1,\"one\")", u"#N/A"},
+        {u"=SWITCH(0,1,\"one\",,\"zero\")", u"zero"},   // an empty case is 0
         {u"=SWITCH(B1,\"APPLE\",1,2)", u"1"},
     };
     for (const auto& c : cases) EXPECT_EQ(shown(c.formula), c.shown) << std::string(c.formula.begin(), c.formula.end());
@@ -47,7 +48,8 @@ TEST_F(Logical, AndOrXorCountNumbersAndBooleansOfRangesAndSkipTheirTexts) {
         {u"=OR(C1:C4)", u"#DIV/0!"},
         {u"=AND(B1)", u"#VALUE!"},            // only a text: nothing to count
         {u"=AND(\"true\",1)", u"TRUE"},
-        {u"=AND(\"x\",1)", u"#VALUE!"},
+        {u"=AND(\"x\",1)", u"TRUE"},           // any other text is skipped too
+        {u"=AND(TRUE,\"0\",#REF!)", u"#REF!"},
         {u"=XOR(TRUE,TRUE,TRUE)", u"TRUE"},
         {u"=XOR(C1:C3)", u"TRUE"},
         {u"=NOT(A2)", u"FALSE"},
@@ -115,7 +117,17 @@ TEST_F(Logical, LetAndLambdaBindNamesInTheirOwnScope) {
         {u"=SUM(BYROW({1,2;3,4},LAMBDA(r,SUM(r))))", u"10"},
         {u"=INDEX(BYCOL({1,2;3,4},LAMBDA(c,MAX(c))),2)", u"4"},
         {u"=SUM(MAKEARRAY(2,3,LAMBDA(r,c,r*c)))", u"18"},
+        {u"=MAKEARRAY(2,\"1\",LAMBDA(r,c,r))", u"#VALUE!"},
+        {u"=MAKEARRAY(1E+15,1E+15,LAMBDA(r,c,r))", u"#NUM!"},
+        {u"=MAP({1,2},LAMBDA(a,a),LAMBDA(b,b))", u"#VALUE!"},
         {u"=NOSUCH(1)", u"#NAME?"},
+        // A built-in given by name is a function value that takes what it is given.
+        {u"=SUM(BYROW({1,2;3,4},SUM))", u"10"},
+        {u"=INDEX(BYCOL({1,2;3,4},MAX),2)", u"4"},
+        {u"=REDUCE(1,{2,3,4},PRODUCT)", u"24"},
+        {u"=TYPE(SUM)", u"128"},
+        {u"=BYROW({1,2},NOSUCH)", u"#NAME?"},
+        {u"=MAP({4,9},SQRT,ABS)", u"#VALUE!"},
     };
     for (const auto& c : cases) EXPECT_EQ(shown(c.formula), c.shown) << std::string(c.formula.begin(), c.formula.end());
 }

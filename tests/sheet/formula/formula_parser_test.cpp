@@ -185,6 +185,8 @@ TEST(FormulaParser, AcceptsWhatWorkbookFilesWrite) {
          u"xlfn(LET name:x(param) 2 (* name:x(param) 3))"},
         {u"=_xlfn.LAMBDA(_xlpm.a,_xlpm.a+1)(41)", u"=LAMBDA(a,a+1)(41)", u"=_xlfn.LAMBDA(_xlpm.a,_xlpm.a+1)(41)",
          u"(call xlfn(LAMBDA name:a(param) (+ name:a(param) 1)) 41)"},
+        {u"=_xlfn.BYROW(A1:B2,_xleta.SUM)", u"=BYROW(A1:B2,SUM)", u"=_xlfn.BYROW(A1:B2,_xleta.SUM)",
+         u"xlfn(BYROW A1:B2 name:SUM(function))"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.text.begin(), c.text.end()));

@@ -81,6 +81,7 @@ std::u16string dumpTree(const Expression& expression) {
             piece = u"name:" + sheetText(expression, node) + std::u16string(expression.text(node.text));
             if (node.flags & kFlagExternal) piece += u"@" + std::u16string(expression.text(node.lastSheet));
             if (node.flags & kFlagLambdaParameter) piece += u"(param)";
+            if (node.flags & kFlagFunctionName) piece += u"(function)";
             break;
         case NodeKind::Function:
             piece = u"(" + std::u16string(expression.text(node.text)) + joinTop(stack, node.count, u' ') + u")";

@@ -29,22 +29,18 @@ public:
     Aggregator(Call& call, size_t index) : evaluator_(call.evaluator()) {
         const formula::Node& node = call.evaluator().expression().nodes()[call.node(index)];
         if (node.kind == formula::NodeKind::Name && node.sheet.empty()) {
-            std::u16string_view name = call.evaluator().expression().text(node.text);
-            if (name.size() > 7 && equalsIgnoringCase(name.substr(0, 7), u"_xleta.")) name.remove_prefix(7);
-            if (equalsIgnoringCase(name, u"PERCENTOF")) {
+            if (equalsIgnoringCase(call.evaluator().expression().text(node.text), u"PERCENTOF")) {
                 percentOf_ = true;
-                return;
-            }
-            if (const FunctionSpec* spec = findFunction(name)) {
-                function_ = builtIn(*spec);
                 return;
             }
         }
         function_ = call.evaluator().dereference(call.evaluate(index, Mode::Value), Mode::Value);
         if (function_.isError()) fail(function_.error());
-        if (!function_.isLambda() || function_.lambda().parameters.empty() || function_.lambda().parameters.size() > 2) {
-            fail(ecValue);
-        }
+        if (!function_.isLambda()) fail(ecValue);
+        const Lambda& lambda = function_.lambda();
+        // A built-in takes the group's values, and the whole as well when it needs two.
+        count_ = lambda.function ? (lambda.function->minArgs >= 2 ? 2 : 1) : lambda.parameters.size();
+        if (count_ == 0 || count_ > 2 || !lambda.takes(count_)) fail(ecValue);
     }
 
     // The result for the values of a group; `all` are the values it is a part of, which
@@ -52,8 +48,7 @@ public:
     Value apply(const Matrix& subset, const Matrix& all) const {
         if (percentOf_) return percentOf(subset, all);
         const Value arguments[] = {Value::array(subset), Value::array(all)};
-        const size_t count = function_.lambda().parameters.size();
-        Value result = evaluator_.callLambda(function_, {arguments, count}, Mode::Array);
+        Value result = evaluator_.callLambda(function_, {arguments, count_}, Mode::Array);
         if (result.isReference()) result = evaluator_.dereference(result, Mode::Array);
         if (result.isArray()) return result.matrix().size() == 1 ? result.matrix().at(0) : Value::error(ecCalc);
         if (result.isLambda()) return Value::error(ecCalc);
@@ -76,21 +71,9 @@ private:
         return whole == 0 ? Value::error(ecDivByZero) : Value::number(part / whole);
     }
 
-    // A built-in named as a function value: a LAMBDA that calls it, compiled once a thread.
-    Value builtIn(const FunctionSpec& spec) {
-        thread_local std::map<std::u16string, std::unique_ptr<formula::Expression>> compiled;
-        auto& expression = compiled[std::u16string(spec.name)];
-        if (!expression) {
-            const std::u16string name(spec.name);
-            expression = compileFormula(spec.minArgs >= 2 ? u"=LAMBDA(_x,_y," + name + u"(_x,_y))" : u"=LAMBDA(_x," + name + u"(_x))");
-            if (!expression) fail(ecName);
-        }
-        Evaluator maker(evaluator_.sheet(), evaluator_.row(), evaluator_.column(), *expression);
-        return maker.evaluate(expression->rootIndex(), Mode::Value);
-    }
-
     Evaluator& evaluator_;
     Value function_;
+    size_t count_ = 1;
     bool percentOf_ = false;
 };
 

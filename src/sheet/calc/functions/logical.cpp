@@ -48,8 +48,8 @@ Value ifNa(Call& call) {
     return call.isMissing(0) ? Value::number(0) : value;
 }
 
-// AND, OR and XOR over every value: numbers and booleans count, texts in ranges are skipped,
-// a text given directly must be TRUE or FALSE. Nothing to count is #VALUE!.
+// AND, OR and XOR over every value: numbers and booleans count, and so does a text TRUE or
+// FALSE given directly; other texts are skipped. Nothing to count is #VALUE!.
 template <class Fold>
 Value logicalFold(Call& call, bool start, Fold&& fold) {
     bool result = start;
@@ -62,11 +62,14 @@ Value logicalFold(Call& call, bool start, Fold&& fold) {
                 result = fold(result, v.number() != 0);
                 any = true;
                 break;
-            case ValueKind::Text:
+            case ValueKind::Text: {
                 if (!direct) break;
-                result = fold(result, toBoolean(v, call.settings()));
+                const bool isTrue = equalsIgnoringCase(v.text(), u"TRUE");
+                if (!isTrue && !equalsIgnoringCase(v.text(), u"FALSE")) break;
+                result = fold(result, isTrue);
                 any = true;
                 break;
+            }
             case ValueKind::Error: fail(v.error());
             case ValueKind::Blank:
                 if (direct && v.isOmitted()) {
@@ -94,6 +97,10 @@ Value switchFunction(Call& call) {
     if (subject.isError()) return subject;
     size_t i = 1;
     for (; i + 1 < call.count(); i += 2) {
+        if (call.isMissing(i)) {   // an empty case is 0, and matches an empty cell too: SWITCH(x,,"zero")
+            if (subject.isBlank() || (subject.isNumber() && subject.number() == 0)) return branch(call, i + 1);
+            continue;
+        }
         const Value candidate = call.scalar(i);
         if (candidate.isError()) return candidate;
         if (!candidate.isBlank() || subject.isBlank()) {
@@ -166,7 +173,7 @@ Value isOmitted(Call& call) { return Value::boolean(call.arg(0).isOmitted()); }
 Value lambdaArgument(Call& call, size_t index, size_t parameters) {
     const Value function = call.evaluate(index, Mode::Value);
     if (function.isError()) fail(function.error());
-    if (!function.isLambda() || function.lambda().parameters.size() != parameters) fail(ecValue);
+    if (!function.isLambda() || !function.lambda().takes(parameters)) fail(ecValue);
     return function;
 }
 
@@ -207,6 +214,7 @@ Value map(Call& call) {
     std::vector<std::shared_ptr<const Matrix>> inputs;
     int32_t rows = 1, columns = 1;
     for (size_t i = 0; i < arrays; ++i) {
+        if (call.arg(i).isLambda()) return Value::error(ecValue);
         inputs.push_back(call.matrix(i));
         rows = std::max(rows, inputs.back()->rows());
         columns = std::max(columns, inputs.back()->columns());
@@ -248,9 +256,13 @@ Value reduce(Call& call) { return reduceOrScan(call, false); }
 Value scan(Call& call) { return reduceOrScan(call, true); }
 
 Value makeArray(Call& call) {
+    // The sizes are numbers: MAKEARRAY(2,"1",...) is #VALUE!.
+    if (call.scalar(0).isText() || call.scalar(1).isText()) return Value::error(ecValue);
     const int64_t rows = call.integer(0), columns = call.integer(1);
     if (rows < 1 || columns < 1) return Value::error(ecValue);
-    if (rows * columns > kMaxArrayElements) return Value::error(ecNUM);
+    if (rows > kMaxArrayElements || columns > kMaxArrayElements || rows * columns > kMaxArrayElements) {
+        return Value::error(ecNUM);
+    }
     const Value function = lambdaArgument(call, 2, 2);
     Evaluator& evaluator = call.evaluator();
     Matrix out{int32_t(rows), int32_t(columns)};
@@ -265,7 +277,7 @@ Value makeArray(Call& call) {
 
 constexpr FunctionSpec kFunctions[] = {
     {u"IF", 2, 3, "VL", ifFunction, 1, kReturnsReference},
-    {u"IFS", 2, kManyArgs, "L", ifs, kNoBiffId, kFilePrefix | kReturnsReference},
+    {u"IFS", 2, kManyArgs, "VL*", ifs, kNoBiffId, kFilePrefix | kReturnsReference},
     {u"IFERROR", 2, 2, "VL", ifError, kNoBiffId},
     {u"IFNA", 2, 2, "VL", ifNa, kNoBiffId, kFilePrefix},
     {u"AND", 1, kManyArgs, "R", andFunction, 36},
