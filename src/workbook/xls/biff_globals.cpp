@@ -54,13 +54,17 @@ bool GlobalsReader::read(const Record& r) {
         if (sheets.size() >= size_t(kMaxSheets)) fail("the workbook has more than " + std::to_string(kMaxSheets) + " sheets");
         sheets.push_back({state_.text(r.data, 6, 1, "BOUNDSHEET"), get<uint32_t>(r.data, 0, "BOUNDSHEET"),
                           get<uint8_t>(r.data, 5, "BOUNDSHEET")});
+        state_.tokenNames.ownSheets.push_back(sheets.back().name);
         return true;
     case kSupBook: readSupBook(r); return true;
     case kExternName:
     case kExternName3: readExternName(r); return true;
     case kExternSheet: readExternSheet(r); return true;
     case kName:
-    case kName3: names.push_back(readName(r)); return true;
+    case kName3:
+        names.push_back(readName(r));
+        state_.tokenNames.definedNames.push_back(names.back().name);
+        return true;
     case kSst: {
         ContinuedReader in(r, "SST");
         in.dword();
@@ -73,8 +77,6 @@ bool GlobalsReader::read(const Record& r) {
 }
 
 void GlobalsReader::finish() {
-    for (const SheetEntry& s : sheets) state_.tokenNames.ownSheets.push_back(s.name);
-    for (const NameRecord& name : names) state_.tokenNames.definedNames.push_back(name.name);
     for (const auto& [entry, sheetName] : ownSheetEntries_) {
         int32_t index = -1;
         for (size_t i = 0; i < sheets.size(); ++i) {
@@ -149,25 +151,16 @@ void GlobalsReader::readExternName(const Record& r) {
 
 // NAME (Lbl): flags, a key, the name's length, the formula's, (BIFF5 and BIFF8) the sheet and
 // lengths of texts that follow, then the name and its tokens, then the extra data of its array
-// constants. BIFF2 has 8-bit flags and formula length.
+// constants. BIFF2 has an 8-bit formula length.
 NameRecord GlobalsReader::readName(const Record& r) {
     const std::string data = r.joined();
     const Version version = state_.version();
     NameRecord name{{}, 0, false, {}, {}};
-    size_t length, size, at;
-    uint16_t flags;
-    if (version == Version::Biff2) {
-        flags = get<uint8_t>(data, 0, "NAME");
-        length = get<uint8_t>(data, 2, "NAME");
-        size = get<uint8_t>(data, 3, "NAME");
-        at = 4;
-    } else {
-        flags = get<uint16_t>(data, 0, "NAME");
-        length = get<uint8_t>(data, 3, "NAME");
-        size = get<uint16_t>(data, 4, "NAME");
-        at = version >= Version::Biff5 ? 14 : 6;
-        if (version >= Version::Biff5) name.sheet = get<uint16_t>(data, 8, "NAME");
-    }
+    const uint16_t flags = get<uint16_t>(data, 0, "NAME");
+    const size_t length = get<uint8_t>(data, 3, "NAME");
+    const size_t size = version == Version::Biff2 ? get<uint8_t>(data, 4, "NAME") : get<uint16_t>(data, 4, "NAME");
+    size_t at = version == Version::Biff2 ? 5 : version <= Version::Biff4 ? 6 : 14;
+    if (version >= Version::Biff5) name.sheet = get<uint16_t>(data, 8, "NAME");
     name.hidden = (flags & 1) != 0;
     const bool wide = state_.biff8() && (get<uint8_t>(data, at++, "NAME") & 1);
     const size_t bytes = length * (wide ? 2 : 1);
@@ -179,7 +172,7 @@ NameRecord GlobalsReader::readName(const Record& r) {
             name.name.push_back(wide ? get<char16_t>(data, at + 2 * i, "NAME") : char16_t(get<uint8_t>(data, at + i, "NAME")));
     }
     at += bytes;
-    if (version != Version::Biff2 && (flags & 0x20)) name.name = builtinName(name.name.empty() ? 0 : uint8_t(name.name[0]));
+    if (flags & 0x20) name.name = builtinName(name.name.empty() ? 0 : uint8_t(name.name[0]));
     if (at + size <= data.size()) {
         name.tokens = data.substr(at, size);
         name.extra = data.substr(at + size);

@@ -99,7 +99,8 @@ private:
     void defineNames(WorkbookState& state, const GlobalsReader& globals) {
         for (const NameRecord& name : globals.names) {
             const int32_t scope = name.sheet == 0 ? -1 : name.sheet <= gridSheet_.size() ? gridSheet_[name.sheet - 1] : -2;
-            if (scope < -1 || name.name.empty()) continue;
+            // A name without a formula (a macro's, or damaged) stands for nothing: #NAME? as in Excel.
+            if (scope < -1 || name.name.empty() || name.tokens.empty()) continue;
             const auto text = formulaFromTokens(name.tokens, name.extra, state.tokenNames, TokenCell{0, 0});
             std::u16string formula = text ? *text : u"=#REF!";
             std::shared_ptr<const formula::Expression> expression = calc::compileFormula(formula);

@@ -69,12 +69,14 @@ public:
 private:
     // The cell of a record that starts with its row, column and cell format: BIFF2's three bytes
     // of cell attributes, whose first names the XF (63: the IXFE record before it does), or a
-    // 16-bit XF index.
+    // 16-bit XF index. The layout goes by the record's id: a BIFF2 file may hold the later
+    // records too.
     CellRef cell(const Record& r, const char* record) {
+        const bool attributes = hasAttributes(r);
         const uint16_t row = get<uint16_t>(r.data, 0, record), column = get<uint16_t>(r.data, 2, record);
         if (column > kMaxColumn) fail(std::string(record) + " column " + std::to_string(column) + " outside the sheet");
         CellRef c = sheet_.createCell(row, column);
-        if (biff2_) {
+        if (attributes) {
             const uint8_t xf = get<uint8_t>(r.data, 4, record) & 0x3F;
             get<uint8_t>(r.data, 6, record);
             c.setStyle(state_.styleOfXf(xf == 63 ? ixfe_ : xf));
@@ -83,7 +85,18 @@ private:
         }
         return c;
     }
-    size_t valueAt() const { return biff2_ ? 7 : 6; }
+    bool hasAttributes(const Record& r) const {
+        switch (r.id) {
+        case kBlank2:
+        case kInteger2:
+        case kNumber2:
+        case kLabel2:
+        case kBoolErr2: return true;
+        case kFormula: return biff2_;
+        default: return false;
+        }
+    }
+    size_t valueAt(const Record& r) const { return hasAttributes(r) ? 7 : 6; }
 
     std::u16string stringRecord(const Record& r) const {
         if (state_.biff8()) {
@@ -91,11 +104,11 @@ private:
             return in.unicodeString();
         }
         const std::string data = r.joined();
-        return state_.text(data, 0, biff2_ ? 1 : 2, "STRING");
+        return state_.text(data, 0, r.id == kString2 ? 1 : 2, "STRING");
     }
 
     std::u16string labelText(const Record& r, const char* record) const {
-        if (!state_.biff8()) return state_.text(r.data, valueAt(), biff2_ ? 1 : 2, record);
+        if (!state_.biff8() || r.id == kLabel2) return state_.text(r.data, valueAt(r), r.id == kLabel2 ? 1 : 2, record);
         ContinuedReader in(r, record);
         in.skip(6);
         return in.unicodeString();
@@ -111,9 +124,7 @@ private:
             c.setString(state_.strings[index]);
             return true;
         }
-        case kBlank2:
-            if (!biff2_) return false;
-            cell(r, "BLANK");
+        case kBlank2: cell(r, "BLANK");
             return true;
         case kBlank: cell(r, "BLANK"); return true;
         case kMulBlank: {
@@ -135,19 +146,13 @@ private:
         case kColInfo:
             setWidths(get<uint16_t>(r.data, 0, "COLINFO"), get<uint16_t>(r.data, 2, "COLINFO"), get<uint16_t>(r.data, 4, "COLINFO"));
             return true;
-        case kLabel2:
-            if (!biff2_) return false;
-            cell(r, "LABEL").setString(labelText(r, "LABEL"));
+        case kLabel2: cell(r, "LABEL").setString(labelText(r, "LABEL"));
             return true;
         case kLabel: cell(r, "LABEL").setString(labelText(r, "LABEL")); return true;
         case kRString: cell(r, "RSTRING").setString(labelText(r, "RSTRING")); return true;
-        case kInteger2:
-            if (!biff2_) return false;
-            cell(r, "INTEGER").assign(CellValue::makeFloat(get<uint16_t>(r.data, 7, "INTEGER")));
+        case kInteger2: cell(r, "INTEGER").assign(CellValue::makeFloat(get<uint16_t>(r.data, 7, "INTEGER")));
             return true;
-        case kNumber2:
-            if (!biff2_) return false;
-            cell(r, "NUMBER").assign(numberValue(get<double>(r.data, 7, "NUMBER")));
+        case kNumber2: cell(r, "NUMBER").assign(numberValue(get<double>(r.data, 7, "NUMBER")));
             return true;
         case kNumber: cell(r, "NUMBER").assign(numberValue(get<double>(r.data, 6, "NUMBER"))); return true;
         case kRk: cell(r, "RK").assign(numberValue(rkValue(get<uint32_t>(r.data, 6, "RK")))); return true;
@@ -165,12 +170,10 @@ private:
             return true;
         }
         case kBoolErr2:
-            if (!biff2_) return false;
-            [[fallthrough]];
         case kBoolErr: {
             CellRef c = cell(r, "BOOLERR");
-            const uint8_t value = get<uint8_t>(r.data, valueAt(), "BOOLERR");
-            if (get<uint8_t>(r.data, valueAt() + 1, "BOOLERR") == 0) c.assign(CellValue::makeBoolean(value != 0));
+            const uint8_t value = get<uint8_t>(r.data, valueAt(r), "BOOLERR");
+            if (get<uint8_t>(r.data, valueAt(r) + 1, "BOOLERR") == 0) c.assign(CellValue::makeBoolean(value != 0));
             else c.assign(CellValue::makeError(errorOf(value)));
             return true;
         }
@@ -184,8 +187,6 @@ private:
         case kArray: readArray(r); return true;
         case kMergedCells: readMergedCells(r); return true;
         case kString2:
-            if (!biff2_) return false;
-            [[fallthrough]];
         case kString:
             if (pendingString_) pendingString_.setString(stringRecord(r));
             pendingString_ = CellRef();
