@@ -38,10 +38,14 @@ public:
         WorkbookState state(book_, versionOf(bof));
         GlobalsReader globals(state);
         const uint16_t type = get<uint16_t>(bof.data, 2, "BOF");
-        if (type == kWorksheetSubstream) {
+        const bool bare = state.version() <= Version::Biff4;
+        if (bare && type != kWorkbookSubstream4 && type != kWorksheetSubstream && type != 0)
+            fail("the stream holds no worksheet (its BOF is of type " + std::to_string(type) + ")");
+        if (type == kWorksheetSubstream || (bare && type == 0)) {
             // One worksheet, the globals' records among its cells.
             readSheetRecords(records, book_.addSheet(u"Sheet1"), state, &globals);
-        } else if (type == kGlobalsSubstream || type == kWorkbookSubstream4) {
+            globals.finish();
+        } else {
             Record r;
             while (records.next(r) && r.id != kEof) {
                 if (isBof(r.id)) records.skipSubstream();
@@ -49,12 +53,9 @@ public:
             }
             globals.finish();
             state.addStylesOfAllXfs();
-            if (type == kGlobalsSubstream) readSheetsByPosition(state, globals);
-            else readSheetsInOrder(records, state, globals);
-        } else {
-            fail("the stream holds no worksheet (its BOF is of type " + std::to_string(type) + ")");
+            if (bare) readSheetsInOrder(records, state, globals);
+            else readSheetsByPosition(state, globals);
         }
-        if (type == kWorksheetSubstream) globals.finish();
         defineNames(state, globals);
     }
 
