@@ -87,7 +87,8 @@ void GlobalsReader::finish() {
 }
 
 // SUPBOOK: this workbook's own sheets (0x0401), the add-in functions (0x3A01), or another
-// workbook with its path and sheet names; what EXTERNSHEET entries and names refer to.
+// workbook with its path and sheet names, which may go on in CONTINUE records; what EXTERNSHEET
+// entries and names refer to.
 void GlobalsReader::readSupBook(const Record& r) {
     TokenNames::Book book;
     const uint16_t sheetCount = get<uint16_t>(r.data, 0, "SUPBOOK");
@@ -97,12 +98,10 @@ void GlobalsReader::readSupBook(const Record& r) {
         book.kind = TokenNames::Book::Kind::AddIn;
     } else {
         book.reference = bookReference(++externalBooks_);
-        if (r.data.size() >= 5) {
-            size_t at = 2;
-            state_.text(r.data, at, 2, "SUPBOOK", &at);   // the path
-            for (uint16_t i = 0; i < sheetCount && at < r.data.size(); ++i)
-                book.sheets.push_back(state_.text(r.data, at, 2, "SUPBOOK", &at));
-        }
+        ContinuedReader in(r, "SUPBOOK");
+        in.skip(2);
+        if (!in.atEnd()) in.unicodeString();   // the path
+        for (uint16_t i = 0; i < sheetCount && !in.atEnd(); ++i) book.sheets.push_back(in.unicodeString());
     }
     state_.tokenNames.books.push_back(std::move(book));
 }

@@ -18,7 +18,7 @@ enum class Version : uint8_t { Biff2 = 2, Biff3 = 3, Biff4 = 4, Biff5 = 5, Biff8
 // Record ids of the file format documentation; where a record changed its id between versions
 // the name carries the first version of that id.
 enum : uint16_t {
-    kDimensions2 = 0x0000, kBlank2 = 0x0001, kInteger2 = 0x0002, kNumber2 = 0x0003, kLabel2 = 0x0004,
+    kBlank2 = 0x0001, kInteger2 = 0x0002, kNumber2 = 0x0003, kLabel2 = 0x0004,
     kBoolErr2 = 0x0005, kFormula = 0x0006, kString2 = 0x0007, kBof2 = 0x0009, kEof = 0x000A,
     kExternSheet = 0x0017, kName = 0x0018, kFormat2 = 0x001E, kArray2 = 0x0021, kDateMode = 0x0022,
     kExternName = 0x0023, kColWidth2 = 0x0024, kFilePass = 0x002F, kContinue = 0x003C, kCodePage = 0x0042,
@@ -30,8 +30,8 @@ enum : uint16_t {
     kBof4 = 0x0409, kFormat = 0x041E, kXf4 = 0x0443, kShrFmla = 0x04BC, kBof = 0x0809,
 };
 
-// BOF's substream types.
-enum : uint16_t { kGlobalsSubstream = 0x0005, kWorksheetSubstream = 0x0010, kWorkbookSubstream4 = 0x0100 };
+// BOF's substream types; any other of BIFF5 and BIFF8 is taken for the workbook's globals.
+enum : uint16_t { kWorksheetSubstream = 0x0010, kWorkbookSubstream4 = 0x0100 };
 
 inline bool isBof(uint16_t id) { return id == kBof2 || id == kBof3 || id == kBof4 || id == kBof; }
 

@@ -227,7 +227,9 @@ std::u16string areaText(uint16_t row1, uint16_t row2, uint16_t col1, uint16_t co
     return out;
 }
 
+// A number of a formula's tokens; NaN and infinities, which Excel never stores, as #NUM!.
 std::u16string numberText(double value) {
+    if (!std::isfinite(value)) return u"#NUM!";
     char buffer[40];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
     std::u16string out;
