@@ -114,6 +114,23 @@ TEST(OldBiff, Biff2To4WorksheetsReadAlike) {
     }
 }
 
+// An Excel 4 workbook: its sheets' substreams follow the globals in the order the BUNDLESHEET
+// records name them; a chart sheet among them is passed over and the sheets after it are read.
+TEST(OldBiff, Biff4WorkbookSheetsFollowTheirGlobalsInOrder) {
+    const OldSheet s{4};
+    const auto bundle = [](const std::string& name) { return record(0x008F, u32(0) + u16(0) + char(name.size()) + name); };
+    const std::string stream = s.bof(0x0100) + record(0x0042, u16(1252)) + bundle("First") + bundle("Chart") + bundle("Third") +
+                               record(0x000A, "") + s.bof() + s.number(0, 0, 0, 1) + record(0x000A, "") + s.bof(0x0020) +
+                               s.number(0, 0, 0, 2) + record(0x000A, "") + s.bof() + s.label(0, 0, "\xE9") + record(0x000A, "");
+    Workbook book;
+    load(book, stream);
+    ASSERT_EQ(book.sheetCount(), 2);
+    EXPECT_EQ(book.sheet(0).name(), u"First");
+    EXPECT_EQ(book.sheet(0).getCell(0, 0).asFloat(), 1);
+    EXPECT_EQ(book.sheet(1).name(), u"Third");
+    EXPECT_EQ(book.sheet(1).getCell(0, 0).asString(), u"\u00E9");
+}
+
 // An Excel 95 workbook of a Chinese Windows: sheet names and texts in code page 936, a formula
 // on another sheet by a 3-D reference, a chart embedded in a sheet whose numbers stay its own.
 TEST(OldBiff, Excel95WorkbookInItsCodePage) {
