@@ -6,14 +6,13 @@
 
 namespace kes::biff {
 
-std::u16string WorkbookState::text(std::string_view data, size_t at, size_t countBytes, const char* record, size_t* end) const {
+std::u16string WorkbookState::text(std::string_view data, size_t at, size_t countBytes, const char* record) const {
     const size_t count = countBytes == 1 ? get<uint8_t>(data, at, record) : get<uint16_t>(data, at, record);
     at += countBytes;
     std::u16string out;
     if (!biff8()) {
         if (data.size() - std::min(data.size(), at) < count) fail(std::string(record) + " record is too short for its text");
         tokenNames.codePage.decodeAppend(data.substr(at, count), out);
-        if (end) *end = at + count;
         return out;
     }
     const bool wide = get<uint8_t>(data, at++, record) & 1;
@@ -23,7 +22,6 @@ std::u16string WorkbookState::text(std::string_view data, size_t at, size_t coun
         if (wide) out.push_back(get<char16_t>(data, at + 2 * i, record));
         else out.push_back(char16_t(get<uint8_t>(data, at + i, record)));
     }
-    if (end) *end = at + count * (wide ? 2 : 1);
     return out;
 }
 

@@ -21,15 +21,14 @@ public:
     bool biff8() const { return version() == Version::Biff8; }
 
     // A text at `at`: BIFF8's XLUnicodeString with a count of `countBytes` and a flags byte, or
-    // before BIFF8 a count and bytes in the file's code page. `end` gets the offset after it.
-    std::u16string text(std::string_view data, size_t at, size_t countBytes, const char* record, size_t* end = nullptr) const;
+    // before BIFF8 a count and bytes in the file's code page.
+    std::u16string text(std::string_view data, size_t at, size_t countBytes, const char* record) const;
 
     // A number format: by its index, or (BIFF2-4, whose FORMAT records carry none) by order.
     void addFormat(std::u16string code, std::optional<uint16_t> index = std::nullopt);
     void addXf(uint16_t format) { xfFormats_.push_back(format); }
-    // The cell store's style of a cell format, or of a number format as BIFF2 cells may name it.
+    // The cell store's style of a cell format, made when a cell first uses it.
     uint16_t styleOfXf(uint16_t xf);
-    uint16_t styleOfFormat(uint16_t format);
     // Every cell format given a style, as the cell store keeps them, whether cells use it or not.
     void addStylesOfAllXfs();
 
@@ -38,6 +37,8 @@ public:
     std::vector<std::u16string> strings;   // the shared strings (SST)
 
 private:
+    uint16_t styleOfFormat(uint16_t format);
+
     std::unordered_map<uint16_t, std::u16string> formats_;
     uint16_t nextFormat_ = 0;
     std::vector<uint16_t> xfFormats_;
