@@ -108,7 +108,9 @@ void GlobalsReader::readSupBook(const Record& r) {
 
 // BIFF8: a count of entries, each a SUPBOOK and a range of its sheets. Before: one record per
 // entry, a text whose first character says what it names: 0x03 a sheet of this workbook (its
-// name follows), 0x02 or 0x04 this workbook itself (for its add-in names), 0x01 another file.
+// name follows), 0x02 or 0x04 this workbook itself (for its add-in names), 0x01 another file
+// (a sheet of it after its last 0x03); BIFF2-4 may give another file's name alone, a file
+// being one sheet.
 void GlobalsReader::readExternSheet(const Record& r) {
     TokenNames& tokens = state_.tokenNames;
     if (state_.biff8()) {
@@ -130,6 +132,8 @@ void GlobalsReader::readExternSheet(const Record& r) {
         ownSheetEntries_.emplace_back(tokens.externSheets.size(), text.substr(1));
     } else if (kind == u'\x02' || kind == u'\x04') {
         book.kind = TokenNames::Book::Kind::AddIn;
+    } else if (kind >= u' ') {
+        book.sheets.push_back(text);
     } else {
         book.reference = bookReference(++externalBooks_);
         const size_t sheetAt = text.rfind(u'\x03');

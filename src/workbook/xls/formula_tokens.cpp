@@ -45,6 +45,8 @@ enum : uint8_t {
     kMissArg,
     kStr,
     kAttr = 0x19,
+    kSheet = 0x1A,      // BIFF2-4: the references up to tEndSheet are to another file's sheet
+    kEndSheet = 0x1B,
     kErr = 0x1C,
     kBool,
     kInt,
@@ -557,6 +559,8 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
                                                 std::optional<TokenCell> cell) {
     const Layout layout{names.version};
     TokenReader in(tokens);
+    std::u16string otherSheet;   // the prefix of references between tSheet and tEndSheet
+    const TokenNames::Book* otherBook = nullptr;
     ExtraReader more(extra, names);
     std::vector<std::u16string> stack;
     const auto pop = [&](std::u16string& out) {
@@ -680,12 +684,34 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             if (!call(f->name, ptg == kFunc ? f->minArgs : given)) return std::nullopt;
             break;
         }
+        case kSheet: {
+            // 4 reserved bytes, the EXTERNSHEET record (1-based), 4 reserved; BIFF3 and BIFF4.
+            if (layout.version != Version::Biff3 && layout.version != Version::Biff4) return std::nullopt;
+            if (!in.has(10)) return std::nullopt;
+            in.skip(4);
+            const uint16_t externSheet = in.u16();
+            in.skip(4);
+            const auto prefix = externSheet > 0 ? externPrefix(names, uint16_t(externSheet - 1)) : std::nullopt;
+            if (!prefix) return std::nullopt;
+            otherSheet = *prefix;
+            otherBook = &names.books[names.externSheets[externSheet - 1].book];
+            break;
+        }
+        case kEndSheet:
+            if (layout.version != Version::Biff3 && layout.version != Version::Biff4) return std::nullopt;
+            if (!in.has(4)) return std::nullopt;
+            in.skip(4);
+            otherSheet.clear();
+            otherBook = nullptr;
+            break;
         case kName: {
             if (!in.has(layout.name())) return std::nullopt;
             const uint16_t index = in.u16();
             in.skip(layout.name() - 2);
-            if (index == 0 || index > names.definedNames.size()) return std::nullopt;
-            stack.push_back(names.definedNames[index - 1]);
+            // Within tSheet a name of the other file, one of its EXTERNNAME records.
+            const std::vector<std::u16string>& list = otherBook ? otherBook->names : names.definedNames;
+            if (index == 0 || index > list.size()) return std::nullopt;
+            stack.push_back(otherSheet + list[index - 1]);
             break;
         }
         case kNameX: {
@@ -719,7 +745,7 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             uint16_t row, column;
             readCorner(in, layout, ptg == kRefN, row, column);
             if (ptg == kRefN) resolveRelative(row, column, *cell);
-            stack.push_back(addressText(row, column));
+            stack.push_back(otherSheet + addressText(row, column));
             break;
         }
         case kArea:
@@ -731,7 +757,7 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
                 resolveRelative(r1, c1, *cell);
                 resolveRelative(r2, c2, *cell);
             }
-            stack.push_back(areaText(r1, r2, c1, c2));
+            stack.push_back(otherSheet + areaText(r1, r2, c1, c2));
             break;
         }
         case kRef3d:

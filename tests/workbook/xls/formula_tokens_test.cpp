@@ -170,6 +170,10 @@ TEST(FormulaTokens, ReadsTheTokensOfEveryOlderVersion) {
                              std::string("\x1E\x05\x00\x42\x02\xFF\x00", 7),
          u"=EDATE(5)"},
         {Version::Biff5, std::string("\x4C\xFF\xFF\x01", 4), u"=C2", TokenCell{2, 1}},   // a shared formula's row offset of -1
+        // BIFF3: a name of another file between tSheet and tEndSheet, then a reference of this one.
+        {Version::Biff3, std::string("\x1A\x00\x00\x00\x00\x02\x00\x00\x00\x00\x00\x43\x01\x00", 14) + reserved8 +
+                             std::string("\x1B\x00\x00\x00\x00\x44\x00\xC0\x00\x03", 10),
+         u"=[1]Prices!Rate+A1"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(formulaFromTokens(c.tokens, {}, names(c.version), c.cell), c.text) << int(c.version) << " " << c.tokens.size();
