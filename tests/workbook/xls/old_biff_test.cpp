@@ -80,9 +80,9 @@ struct OldSheet {
     std::string function(uint16_t number) const { return '\x41' + (version <= 3 ? std::string(1, char(number)) : u16(number)); }
 };
 
-// The same worksheet written as Excel 2.1, 3 and 4 wrote it: texts in the file's code page,
-// dates by the cell format's number format, formulas by their tokens with their results, the
-// 1904 date system; an embedded chart's numbers do not become cells.
+// The same worksheet written as Excel 2.1, 3 and 4 wrote it, bare or in a compound file: texts in
+// the file's code page, dates by the cell format's number format, formulas by their tokens with
+// their results, the 1904 date system; an embedded chart's numbers do not become cells.
 TEST(OldBiff, Biff2To4WorksheetsReadAlike) {
     for (int version : {2, 3, 4}) {
         const OldSheet s{version};
@@ -96,21 +96,26 @@ TEST(OldBiff, Biff2To4WorksheetsReadAlike) {
             s.boolean(5, 0, true) + s.bof(0x0020) + s.number(0, 0, 0, 999) + record(0x000A, "") +
             (version == 2 ? record(0x0002, s.cell(0, 1, 0) + u16(42)) : record(0x027E, s.cell(0, 1, 0) + u32(42 << 2 | 2))) +
             record(0x000A, "");
-        Workbook book;
-        load(book, stream);
-        ASSERT_EQ(book.sheetCount(), 1) << version;
-        SheetTable& sheet = book.sheet(0);
-        EXPECT_TRUE(book.settings().date1904) << version;
-        EXPECT_EQ(sheet.getCell(0, 0).displayText(), u"2028-03-16") << version;
-        EXPECT_EQ(sheet.getCell(1, 0).asString(), u"Gr\u00F6\u00DFe \u20AC") << version;
-        EXPECT_EQ(sheet.getCell(2, 0).formulaText(), u"=A1+1") << version;
-        EXPECT_EQ(sheet.getCell(2, 0).displayText(), u"45367") << version;
-        EXPECT_EQ(sheet.getCell(3, 0).formulaText(), u"=LEN(A2)") << version;
-        EXPECT_EQ(sheet.getCell(3, 0).displayText(), u"7") << version;
-        EXPECT_EQ(sheet.getCell(4, 0).formulaText(), u"=A2&\"!\"") << version;
-        EXPECT_EQ(sheet.getCell(4, 0).displayText(), u"Gr\u00F6\u00DFe \u20AC!") << version;
-        EXPECT_EQ(sheet.getCell(5, 0).displayText(), u"TRUE") << version;
-        EXPECT_EQ(sheet.getCell(0, 1).asFloat(), 42) << version;
+        Workbook bare, wrapped;
+        load(bare, stream);
+        // Some programs put such a stream in a compound file, which the registry takes by content.
+        ByteStream compound{inCompoundFile(stream), 0};
+        LoadFromStream(wrapped, compound);
+        for (Workbook* book : {&bare, &wrapped}) {
+            ASSERT_EQ(book->sheetCount(), 1) << version;
+            EXPECT_TRUE(book->settings().date1904) << version;
+            SheetTable& sheet = book->sheet(0);
+            EXPECT_EQ(sheet.getCell(0, 0).displayText(), u"2028-03-16") << version;
+            EXPECT_EQ(sheet.getCell(1, 0).asString(), u"Gr\u00F6\u00DFe \u20AC") << version;
+            EXPECT_EQ(sheet.getCell(2, 0).formulaText(), u"=A1+1") << version;
+            EXPECT_EQ(sheet.getCell(2, 0).displayText(), u"45367") << version;
+            EXPECT_EQ(sheet.getCell(3, 0).formulaText(), u"=LEN(A2)") << version;
+            EXPECT_EQ(sheet.getCell(3, 0).displayText(), u"7") << version;
+            EXPECT_EQ(sheet.getCell(4, 0).formulaText(), u"=A2&\"!\"") << version;
+            EXPECT_EQ(sheet.getCell(4, 0).displayText(), u"Gr\u00F6\u00DFe \u20AC!") << version;
+            EXPECT_EQ(sheet.getCell(5, 0).displayText(), u"TRUE") << version;
+            EXPECT_EQ(sheet.getCell(0, 1).asFloat(), 42) << version;
+        }
     }
 }
 
