@@ -72,13 +72,12 @@ private:
     // 16-bit XF index. The layout goes by the record's id: a BIFF2 file may hold the later
     // records too.
     CellRef cell(const Record& r, const char* record) {
-        const bool attributes = hasAttributes(r);
         const uint16_t row = get<uint16_t>(r.data, 0, record), column = get<uint16_t>(r.data, 2, record);
         if (column > kMaxColumn) fail(std::string(record) + " column " + std::to_string(column) + " outside the sheet");
         CellRef c = sheet_.createCell(row, column);
-        if (attributes) {
+        if (hasAttributes(r)) {
+            get<uint8_t>(r.data, 6, record);   // the record holds all three attribute bytes
             const uint8_t xf = get<uint8_t>(r.data, 4, record) & 0x3F;
-            get<uint8_t>(r.data, 6, record);
             c.setStyle(state_.styleOfXf(xf == 63 ? ixfe_ : xf));
         } else {
             c.setStyle(state_.styleOfXf(get<uint16_t>(r.data, 4, record)));
@@ -124,8 +123,7 @@ private:
             c.setString(state_.strings[index]);
             return true;
         }
-        case kBlank2: cell(r, "BLANK");
-            return true;
+        case kBlank2:
         case kBlank: cell(r, "BLANK"); return true;
         case kMulBlank: {
             const uint16_t row = get<uint16_t>(r.data, 0, "MULBLANK");
