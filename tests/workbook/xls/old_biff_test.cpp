@@ -82,7 +82,8 @@ struct OldSheet {
 
 // The same worksheet written as Excel 2.1, 3 and 4 wrote it, bare or in a compound file: texts in
 // the file's code page, dates by the cell format's number format, formulas by their tokens with
-// their results, the 1904 date system; an embedded chart's numbers do not become cells.
+// their results, the 1904 date system, column widths; an embedded chart's numbers do not become
+// cells.
 TEST(OldBiff, Biff2To4WorksheetsReadAlike) {
     for (int version : {2, 3, 4}) {
         const OldSheet s{version};
@@ -95,6 +96,8 @@ TEST(OldBiff, Biff2To4WorksheetsReadAlike) {
             s.formula(4, 0, stringResult, OldSheet::ref(1, 0) + "\x17\x01!" + "\x08") + s.string("Gr\xF6\xDF" "e \x80!") +
             s.boolean(5, 0, true) + s.bof(0x0020) + s.number(0, 0, 0, 999) + record(0x000A, "") +
             (version == 2 ? record(0x0002, s.cell(0, 1, 0) + u16(42)) : record(0x027E, s.cell(0, 1, 0) + u32(42 << 2 | 2))) +
+            // Columns C and D 20 characters wide: 145 pixels.
+            (version == 2 ? record(0x0024, raw("\x02\x03") + u16(20 * 256)) : record(0x007D, u16(2) + u16(3) + u16(20 * 256) + u16(0) + u16(0))) +
             record(0x000A, "");
         Workbook bare, wrapped;
         load(bare, stream);
@@ -115,6 +118,8 @@ TEST(OldBiff, Biff2To4WorksheetsReadAlike) {
             EXPECT_EQ(sheet.getCell(4, 0).displayText(), u"Gr\u00F6\u00DFe \u20AC!") << version;
             EXPECT_EQ(sheet.getCell(5, 0).displayText(), u"TRUE") << version;
             EXPECT_EQ(sheet.getCell(0, 1).asFloat(), 42) << version;
+            EXPECT_EQ(sheet.columnWidth(3), 145) << version;
+            EXPECT_EQ(sheet.columnWidth(4), sheet.defaultColumnWidth) << version;
         }
     }
 }
