@@ -14,6 +14,7 @@ import zipfile
 root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(root, "build", "fuzz", "seeds")
 corpus = os.path.join(root, "..", "shared", "corpus", "files")
+old_corpus = os.path.join(root, "..", "shared", "corpus-excel", "files")
 kesprint = os.path.join(root, "build", "native", "bin", "kesprint")
 
 MAX_LEN = {"zip": 1 << 20, "xlsx": 1 << 20, "ods": 1 << 20, "xlsx_parts": 1 << 18, "cfb": 1 << 20, "xls": 1 << 20, "native": 1 << 20,
@@ -27,6 +28,35 @@ def seed(target, data):
     os.makedirs(folder, exist_ok=True)
     with open(os.path.join(folder, hashlib.sha1(data).hexdigest()), "wb") as f:
         f.write(data)
+
+
+def workbook_stream(data):
+    """The Workbook or Book stream of a compound file when it lies in regular sectors, else None."""
+    import struct
+    if data[:8] != b"\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" or len(data) < 512:
+        return None
+    size = 1 << struct.unpack_from("<H", data, 30)[0]
+    sector = lambda i: data[(i + 1) * size:(i + 2) * size]
+    fat_sectors = [struct.unpack_from("<I", data, 76 + 4 * i)[0] for i in range(min(109, struct.unpack_from("<I", data, 44)[0]))]
+    fat = []
+    for s in fat_sectors:
+        fat += struct.unpack_from(f"<{size // 4}I", sector(s).ljust(size, b"\xff"))
+
+    def chain(start, limit):
+        out, seen = b"", set()
+        while start < len(fat) and start not in seen and len(out) < limit:
+            seen.add(start)
+            out += sector(start)
+            start = fat[start]
+        return out[:limit]
+    directory = chain(struct.unpack_from("<I", data, 48)[0], 1 << 20)
+    cutoff = struct.unpack_from("<I", data, 56)[0]
+    for at in range(0, len(directory) - 127, 128):
+        name = directory[at:at + struct.unpack_from("<H", directory, at + 64)[0]].decode("utf-16-le", "replace").rstrip("\0")
+        start, length = struct.unpack_from("<II", directory, at + 116)
+        if name in ("Workbook", "Book") and length >= cutoff:
+            return chain(start, length)
+    return None
 
 
 def corpus_files():
@@ -113,6 +143,24 @@ for path in corpus_files():
     elif ext == ".xls":
         seed("xls", data)
         seed("cfb", data)
+        book = workbook_stream(data)
+        if book:
+            seed("xls", book)   # the xls target puts a bare BIFF5/BIFF8 stream in a compound file
+
+
+# Workbooks of every BIFF version from the corpus of Excel-saved files: BIFF2-4 bare streams as
+# they are, the BIFF5/7 workbook streams out of their compound files.
+if os.path.isdir(old_corpus):
+    for name in sorted(os.listdir(old_corpus)):
+        if not name.lower().endswith(".xls"):
+            continue
+        data = open(os.path.join(old_corpus, name), "rb").read()
+        if data[:2] in (b"\x09\x00", b"\x09\x02", b"\x09\x04"):
+            seed("xls", data)
+        else:
+            book = workbook_stream(data)
+            if book and book[4:6] == b"\x00\x05":
+                seed("xls", book)
 
 # What our writers make: the native and CSV formats have no files of their own in the corpus.
 if os.access(kesprint, os.X_OK):

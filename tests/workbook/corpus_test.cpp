@@ -1,5 +1,5 @@
 // Real workbooks from other projects' test suites, with ground truth made by other readers:
-// every xlsx with truth must load cell-exact (kind and value); every file without truth must
+// every workbook with truth must load cell-exact (kind and value); every file without truth must
 // fail with a clear error, never crash or hang.
 #include <gtest/gtest.h>
 
@@ -37,6 +37,13 @@ bool storesNoValueByDesign(const test::Json& cell) {
     return cell.array.size() > 4 && !cell.array[4]["iso"].isNull();   // t="d", truth from its ISO text
 }
 const char* const kRefusedByDesign[] = {"sheetjs_BlankSheetTypes.xlsm"};
+
+// A BIFF2-4 worksheet saved as a bare record stream is no compound file, and the registry takes
+// an .xls by its content: such a file is not a known format by the registry's rules, though the
+// .xls reader reads it.
+bool bareBiffStream(const std::string& bytes) {
+    return bytes.size() >= 2 && bytes[0] == '\x09' && (bytes[1] == '\x00' || bytes[1] == '\x02' || bytes[1] == '\x04');
+}
 
 // A value compared with one truth cell's kind and value; empty when they agree. A computed number
 // agrees to the 15 significant digits Excel keeps; a stored one exactly.
@@ -90,11 +97,18 @@ TEST(Corpus, WorkbooksLoadCellExactAndBrokenOnesFailCleanly) {
         const fs::path truthFile = kCorpus / "truth" / (name + ".json");
         const test::Json truth = test::JsonParser(readFile(truthFile)).parse();
         Workbook book;
-        // Excel 5.0/95 and older workbooks are refused with a clear error, by choice.
-        const bool oldBiff = !truth["biff_version"].isNull() && truth["biff_version"].number < 80;
-        const bool noTruth = truth["sheets"].isNull() || oldBiff;
+        const std::string bytes = readFile(kCorpus / "files" / name);
+        const bool bareStream = bareBiffStream(bytes);
+        const bool noTruth = truth["sheets"].isNull();
         try {
-            LoadFromFile(book, wide(kCorpus / "files" / name));
+            if (bareStream) {
+                // Refused by the registry, read by the .xls reader when it is asked to.
+                EXPECT_THROW(LoadFromFile(book, wide(kCorpus / "files" / name)), ESpreadSheetFormatError) << name;
+                ByteStream stream{bytes, 0};
+                LoadFromStream(book, stream, *SpreadSheetFormatsRepository::instance().Find(u"a.xls"));
+            } else {
+                LoadFromFile(book, wide(kCorpus / "files" / name));
+            }
         } catch (const std::exception& e) {
             if (noTruth || std::find(std::begin(kRefusedByDesign), std::end(kRefusedByDesign), name) != std::end(kRefusedByDesign)) {
                 ++refused;
@@ -104,7 +118,7 @@ TEST(Corpus, WorkbooksLoadCellExactAndBrokenOnesFailCleanly) {
             continue;
         }
         if (noTruth) {
-            ADD_FAILURE() << name << (oldBiff ? " is an old BIFF workbook" : " has no truth (every other reader fails)") << " but loaded";
+            ADD_FAILURE() << name << " has no truth (every other reader fails) but loaded";
             continue;
         }
         for (const test::Json& sheetTruth : truth["sheets"].array) {
@@ -113,6 +127,8 @@ TEST(Corpus, WorkbooksLoadCellExactAndBrokenOnesFailCleanly) {
             for (int32_t i = 0; i < book.sheetCount(); ++i) {
                 if (toUtf8(book.sheet(i).name()) == sheetTruth["name"].string) sheet = &book.sheet(i);
             }
+            // A bare worksheet's name is its file's, which neither reader knows.
+            if (bareStream && book.sheetCount() == 1) sheet = &book.sheet(0);
             if (!sheet) {
                 ADD_FAILURE() << name << ": no sheet " << sheetTruth["name"].string;
                 continue;

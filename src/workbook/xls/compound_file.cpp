@@ -22,9 +22,12 @@ char16_t folded(char16_t c) { return (c >= u'A' && c <= u'Z') ? char16_t(c + 32)
 
 bool CompoundFile::hasSignature(std::string_view bytes) { return bytes.substr(0, 8) == kSignature; }
 
+// The last sector may be cut short: programs that write the file's bytes up to the end of its
+// last stream leave it so, and what it does hold is still read (a stream that needs more ends
+// early, with its error).
 std::string_view CompoundFile::sector(uint32_t index) const {
     const uint64_t offset = (uint64_t(index) + 1) * sectorSize_;
-    if (offset + sectorSize_ > data_.size()) throw ECompoundFileError("compound file: sector " + std::to_string(index) + " lies beyond the end of the file");
+    if (offset >= data_.size()) throw ECompoundFileError("compound file: sector " + std::to_string(index) + " lies beyond the end of the file");
     return data_.substr(offset, sectorSize_);
 }
 

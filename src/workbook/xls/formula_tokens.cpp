@@ -1,6 +1,7 @@
 #include "workbook/xls/formula_tokens.h"
 
 #include <charconv>
+#include <cstdlib>
 #include <cmath>
 #include <cstring>
 
@@ -44,6 +45,8 @@ enum : uint8_t {
     kMissArg,
     kStr,
     kAttr = 0x19,
+    kSheet = 0x1A,      // BIFF2-4: the references up to tEndSheet are to another file's sheet
+    kEndSheet = 0x1B,
     kErr = 0x1C,
     kBool,
     kInt,
@@ -226,7 +229,9 @@ std::u16string areaText(uint16_t row1, uint16_t row2, uint16_t col1, uint16_t co
     return out;
 }
 
+// A number of a formula's tokens; NaN and infinities, which Excel never stores, as #NUM!.
 std::u16string numberText(double value) {
+    if (!std::isfinite(value)) return u"#NUM!";
     char buffer[40];
     auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
     std::u16string out;
@@ -342,11 +347,99 @@ void resolveRelative(uint16_t& row, uint16_t& columnField, TokenCell cell) {
 
 namespace {
 
+using biff::Version;
+
+// How the tokens of a version are laid out where they differ from BIFF8's.
+struct Layout {
+    Version version;
+
+    bool biff8() const { return version == Version::Biff8; }
+    size_t cell() const { return biff8() ? 4 : 3; }
+    size_t area() const { return biff8() ? 8 : 6; }
+    size_t sheetPart() const { return biff8() ? 2 : 14; }   // BIFF5: the EXTERNSHEET, 8 reserved, two sheets
+    size_t functionNumber() const { return version <= Version::Biff3 ? 1 : 2; }
+    size_t name() const {
+        switch (version) {
+        case Version::Biff2: return 7;
+        case Version::Biff3:
+        case Version::Biff4: return 10;
+        case Version::Biff5: return 14;
+        case Version::Biff8: return 4;
+        }
+        return 4;
+    }
+    size_t attrData() const { return version == Version::Biff2 ? 1 : 2; }
+    size_t memSize() const { return version == Version::Biff2 ? 1 : 2; }
+    size_t arrayReserved() const { return version == Version::Biff2 ? 6 : 7; }
+};
+
+// A 16-bit or an 8-bit field, as the version lays it out.
+size_t readSized(TokenReader& in, size_t bytes) { return bytes == 1 ? in.u8() : in.u16(); }
+
+// Before BIFF8 a reference's relative flags are the top bits of its 14-bit row and its column is
+// one byte; made into BIFF8's row and flagged column, a relative row of a shared formula (whose
+// rows are `offsets`) a signed one.
+void readCorner(TokenReader& in, const Layout& layout, bool offsets, uint16_t& row, uint16_t& columnField) {
+    if (layout.biff8()) {
+        row = in.u16();
+        columnField = in.u16();
+        return;
+    }
+    const uint16_t field = in.u16();
+    columnField = uint16_t(in.u8() | (field & 0xC000));
+    row = uint16_t(field & 0x3FFF);
+    if (offsets && (field & 0x8000) && (row & 0x2000)) row |= 0xC000;   // a negative offset
+}
+
+void readArea(TokenReader& in, const Layout& layout, bool offsets, uint16_t& r1, uint16_t& r2, uint16_t& c1,
+              uint16_t& c2) {
+    if (layout.biff8()) {
+        r1 = in.u16(), r2 = in.u16(), c1 = in.u16(), c2 = in.u16();
+        return;
+    }
+    const uint16_t f1 = in.u16(), f2 = in.u16();
+    c1 = uint16_t(in.u8() | (f1 & 0xC000));
+    c2 = uint16_t(in.u8() | (f2 & 0xC000));
+    r1 = uint16_t(f1 & 0x3FFF), r2 = uint16_t(f2 & 0x3FFF);
+    if (offsets && (f1 & 0x8000) && (r1 & 0x2000)) r1 |= 0xC000;
+    if (offsets && (f2 & 0x8000) && (r2 & 0x2000)) r2 |= 0xC000;
+}
+
+// A text of 8-bit characters (in the code page before BIFF8) or of 16-bit ones.
+std::optional<std::u16string> readText(TokenReader& in, size_t count, const TokenNames& names, bool wideFlagFollows) {
+    bool wide = false;
+    if (wideFlagFollows) {
+        if (!in.has(1)) return std::nullopt;
+        wide = in.u8() & 1;
+    }
+    if (!in.has(count * (wide ? 2 : 1))) return std::nullopt;
+    std::u16string out;
+    if (wide) {
+        for (size_t i = 0; i < count; ++i) out += char16_t(in.u16());
+    } else if (names.version == Version::Biff8) {
+        for (size_t i = 0; i < count; ++i) out += char16_t(in.u8());
+    } else {
+        std::string bytes;
+        for (size_t i = 0; i < count; ++i) bytes += char(in.u8());
+        names.codePage.decodeAppend(bytes, out);
+    }
+    return out;
+}
+
+std::u16string quoted(std::u16string_view text) {
+    std::u16string out = u"\"";
+    for (char16_t c : text) {
+        out += c;
+        if (c == u'"') out += c;
+    }
+    return out + u'"';
+}
+
 // Reads the extra data of array constants (PtgExtraArray) and memory areas (PtgExtraMem) in the
 // order their tokens come.
 class ExtraReader {
 public:
-    explicit ExtraReader(std::string_view data) : in_(data) {}
+    ExtraReader(std::string_view data, const TokenNames& names) : in_(data), names_(names) {}
 
     // {1,2;"a",TRUE}: columns - 1, rows - 1, then each value with its type byte.
     std::optional<std::u16string> array() {
@@ -369,17 +462,12 @@ public:
                     out += numberText(in_.f64());
                     break;
                 case 0x02: {
-                    if (!in_.has(3)) return std::nullopt;
-                    const uint16_t count = in_.u16();
-                    const uint8_t flags = in_.u8();
-                    if (!in_.has(size_t(count) * ((flags & 1) ? 2 : 1))) return std::nullopt;
-                    out += u'"';
-                    for (uint16_t i = 0; i < count; ++i) {
-                        const char16_t ch = (flags & 1) ? char16_t(in_.u16()) : char16_t(in_.u8());
-                        out += ch;
-                        if (ch == u'"') out += ch;
-                    }
-                    out += u'"';
+                    const bool biff8 = names_.version == Version::Biff8;
+                    if (!in_.has(biff8 ? 2 : 1)) return std::nullopt;
+                    const size_t count = biff8 ? in_.u16() : in_.u8();
+                    auto text = readText(in_, count, names_, biff8);
+                    if (!text) return std::nullopt;
+                    out += quoted(*text);
                     break;
                 }
                 case 0x04:
@@ -404,8 +492,9 @@ public:
     bool skipAreas() {
         if (!in_.has(2)) return false;
         const size_t count = in_.u16();
-        if (!in_.has(count * 8)) return false;
-        in_.skip(count * 8);
+        const size_t area = names_.version == Version::Biff8 ? 8 : 6;
+        if (!in_.has(count * area)) return false;
+        in_.skip(count * area);
         return true;
     }
 
@@ -418,41 +507,61 @@ public:
 
 private:
     TokenReader in_;
+    const TokenNames& names_;
 };
 
-// Sheet1!, 'My Sheet'!, Sheet1:Sheet3!, [1]Sheet1!: the prefix of a reference by EXTERNSHEET
-// entry; none for an entry that names nothing.
-std::optional<std::u16string> externPrefix(const TokenNames& names, uint16_t index) {
-    if (index >= names.externSheets.size()) return std::nullopt;
-    const TokenNames::ExternSheet& entry = names.externSheets[index];
-    if (entry.book >= names.books.size()) return std::nullopt;
-    const TokenNames::Book& book = names.books[entry.book];
-    const std::vector<std::u16string>& sheets = book.kind == TokenNames::Book::Kind::Own ? names.ownSheets : book.sheets;
+// Sheet1!, 'My Sheet'!, Sheet1:Sheet3!, [1]Sheet1!: the prefix of a reference to sheets of a
+// workbook; none for sheets that do not exist.
+std::optional<std::u16string> sheetsPrefix(const std::vector<std::u16string>& sheets, int32_t firstIndex, int32_t lastIndex,
+                                           std::u16string_view bookText) {
     const auto sheetAt = [&](int32_t i) -> const std::u16string* {
         return i >= 0 && size_t(i) < sheets.size() ? &sheets[size_t(i)] : nullptr;
     };
-    const std::u16string* first = sheetAt(entry.first);
-    const std::u16string* last = sheetAt(entry.last);
+    const std::u16string* first = sheetAt(firstIndex);
+    const std::u16string* last = sheetAt(lastIndex);
     if (!first || !last) return std::nullopt;
-    std::u16string names2 = *first;
-    if (entry.last != entry.first) names2 += u':' + *last;
-    const std::u16string bookText = book.kind == TokenNames::Book::Kind::Other ? book.reference : std::u16string();
-    const bool quote = formula::sheetNameNeedsQuotes(*first) || (entry.last != entry.first && formula::sheetNameNeedsQuotes(*last));
-    if (!quote) return bookText + names2 + u'!';
-    std::u16string out = u"'" + bookText;
-    for (char16_t c : names2) {
+    std::u16string range = *first;
+    if (lastIndex != firstIndex) range += u':' + *last;
+    const bool quote = formula::sheetNameNeedsQuotes(*first) || (lastIndex != firstIndex && formula::sheetNameNeedsQuotes(*last));
+    if (!quote) return std::u16string(bookText) + range + u'!';
+    std::u16string out = u"'" + std::u16string(bookText);
+    for (char16_t c : range) {
         out += c;
         if (c == u'\'') out += c;
     }
     return out + u"'!";
 }
 
+// The prefix of a reference by EXTERNSHEET entry; none for an entry that names nothing.
+std::optional<std::u16string> externPrefix(const TokenNames& names, uint16_t index) {
+    if (index >= names.externSheets.size()) return std::nullopt;
+    const TokenNames::ExternSheet& entry = names.externSheets[index];
+    if (entry.book >= names.books.size()) return std::nullopt;
+    const TokenNames::Book& book = names.books[entry.book];
+    const bool own = book.kind == TokenNames::Book::Kind::Own;
+    return sheetsPrefix(own ? names.ownSheets : book.sheets, entry.first, entry.last, own ? u"" : book.reference);
+}
+
+// The sheet part of a 3-D reference: BIFF8's EXTERNSHEET index; BIFF5's EXTERNSHEET record
+// (negative for this workbook, whose sheets follow by index) and the first and last sheet.
+std::optional<std::u16string> readSheetPart(TokenReader& in, const Layout& layout, const TokenNames& names) {
+    if (layout.biff8()) return externPrefix(names, in.u16());
+    const int16_t externSheet = int16_t(in.u16());
+    in.skip(8);
+    const int16_t first = int16_t(in.u16()), last = int16_t(in.u16());
+    if (externSheet < 0) return sheetsPrefix(names.ownSheets, first, last, u"");
+    return externSheet > 0 ? externPrefix(names, uint16_t(externSheet - 1)) : std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::string_view extra, const TokenNames& names,
                                                 std::optional<TokenCell> cell) {
+    const Layout layout{names.version};
     TokenReader in(tokens);
-    ExtraReader more(extra);
+    std::u16string otherSheet;   // the prefix of references between tSheet and tEndSheet
+    const TokenNames::Book* otherBook = nullptr;
+    ExtraReader more(extra, names);
     std::vector<std::u16string> stack;
     const auto pop = [&](std::u16string& out) {
         if (stack.empty()) return false;
@@ -509,25 +618,20 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             break;
         case kMissArg: stack.emplace_back(); break;
         case kStr: {
-            if (!in.has(2)) return std::nullopt;
-            const uint8_t count = in.u8(), flags = in.u8();
-            if (!in.has(size_t(count) * ((flags & 1) ? 2 : 1))) return std::nullopt;
-            std::u16string text = u"\"";
-            for (uint8_t i = 0; i < count; ++i) {
-                const char16_t c = (flags & 1) ? char16_t(in.u16()) : char16_t(in.u8());
-                text += c;
-                if (c == u'"') text += c;
-            }
-            stack.push_back(text + u'"');
+            if (!in.has(1)) return std::nullopt;
+            auto text = readText(in, in.u8(), names, layout.biff8());
+            if (!text) return std::nullopt;
+            stack.push_back(quoted(*text));
             break;
         }
         case kAttr: {
-            if (!in.has(3)) return std::nullopt;
+            if (!in.has(1 + layout.attrData())) return std::nullopt;
             const uint8_t flags = in.u8();
-            const uint16_t data = in.u16();
+            const size_t data = readSized(in, layout.attrData());
             if (flags & 0x04) {   // CHOOSE's jump table
-                if (!in.has((size_t(data) + 1) * 2)) return std::nullopt;
-                in.skip((size_t(data) + 1) * 2);
+                const size_t table = (data + 1) * layout.attrData();
+                if (!in.has(table)) return std::nullopt;
+                in.skip(table);
             }
             if (flags & 0x10) {   // SUM of one argument
                 if (!pop(a)) return std::nullopt;
@@ -553,8 +657,8 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             stack.push_back(numberText(in.f64()));
             break;
         case kArray: {
-            if (!in.has(7)) return std::nullopt;
-            in.skip(7);
+            if (!in.has(layout.arrayReserved())) return std::nullopt;
+            in.skip(layout.arrayReserved());
             auto constant = more.array();
             if (!constant) return std::nullopt;
             stack.push_back(std::move(*constant));
@@ -562,9 +666,10 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
         }
         case kFunc:
         case kFuncVar: {
-            if (!in.has(ptg == kFunc ? 2 : 3)) return std::nullopt;
+            const size_t numberSize = layout.functionNumber();
+            if (!in.has(numberSize + (ptg == kFuncVar ? 1 : 0))) return std::nullopt;
             const uint8_t given = ptg == kFuncVar ? uint8_t(in.u8() & 0x7F) : 0;
-            const uint16_t index = uint16_t(in.u16() & 0x7FFF);
+            const uint16_t index = uint16_t(readSized(in, numberSize) & 0x7FFF);
             if (index == 0xFF && ptg == kFuncVar) {
                 // A function called by name: an add-in's or a newer Excel's (_xlfn.), its name
                 // the first argument.
@@ -579,20 +684,49 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             if (!call(f->name, ptg == kFunc ? f->minArgs : given)) return std::nullopt;
             break;
         }
-        case kName: {
+        case kSheet: {
+            // 4 reserved bytes, the EXTERNSHEET record (1-based), 4 reserved; BIFF3 and BIFF4.
+            if (layout.version != Version::Biff3 && layout.version != Version::Biff4) return std::nullopt;
+            if (!in.has(10)) return std::nullopt;
+            in.skip(4);
+            const uint16_t externSheet = in.u16();
+            in.skip(4);
+            const auto prefix = externSheet > 0 ? externPrefix(names, uint16_t(externSheet - 1)) : std::nullopt;
+            if (!prefix) return std::nullopt;
+            otherSheet = *prefix;
+            otherBook = &names.books[names.externSheets[externSheet - 1].book];
+            break;
+        }
+        case kEndSheet:
+            if (layout.version != Version::Biff3 && layout.version != Version::Biff4) return std::nullopt;
             if (!in.has(4)) return std::nullopt;
+            in.skip(4);
+            otherSheet.clear();
+            otherBook = nullptr;
+            break;
+        case kName: {
+            if (!in.has(layout.name())) return std::nullopt;
             const uint16_t index = in.u16();
-            in.skip(2);
-            if (index == 0 || index > names.definedNames.size()) return std::nullopt;
-            stack.push_back(names.definedNames[index - 1]);
+            in.skip(layout.name() - 2);
+            // Within tSheet a name of the other file, one of its EXTERNNAME records.
+            const std::vector<std::u16string>& list = otherBook ? otherBook->names : names.definedNames;
+            if (index == 0 || index > list.size()) return std::nullopt;
+            stack.push_back(otherSheet + list[index - 1]);
             break;
         }
         case kNameX: {
-            if (!in.has(6)) return std::nullopt;
-            const uint16_t sheet = in.u16(), index = in.u16();
-            in.skip(2);
-            if (sheet >= names.externSheets.size() || index == 0) return std::nullopt;
-            const uint16_t bookIndex = names.externSheets[sheet].book;
+            // BIFF8: the EXTERNSHEET entry, the name, 2 reserved; BIFF5: the EXTERNSHEET record
+            // (1-based, negative for this workbook's), 8 reserved, the name, 12 reserved.
+            if (layout.version < Version::Biff5 || !in.has(layout.biff8() ? 6 : 24)) return std::nullopt;
+            int32_t sheet = int16_t(in.u16());
+            if (!layout.biff8()) {
+                sheet = std::abs(sheet) - 1;
+                in.skip(8);
+            }
+            const uint16_t index = in.u16();
+            in.skip(layout.biff8() ? 2 : 12);
+            if (sheet < 0 || size_t(sheet) >= names.externSheets.size() || index == 0) return std::nullopt;
+            const uint16_t bookIndex = names.externSheets[size_t(sheet)].book;
             if (bookIndex >= names.books.size()) return std::nullopt;
             const TokenNames::Book& book = names.books[bookIndex];
             if (book.kind == TokenNames::Book::Kind::Own) {
@@ -605,44 +739,41 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             }
             break;
         }
-        case kRef: {
-            if (!in.has(4)) return std::nullopt;
-            const uint16_t row = in.u16();
-            stack.push_back(addressText(row, in.u16()));
-            break;
-        }
-        case kArea: {
-            if (!in.has(8)) return std::nullopt;
-            const uint16_t r1 = in.u16(), r2 = in.u16(), c1 = in.u16();
-            stack.push_back(areaText(r1, r2, c1, in.u16()));
-            break;
-        }
+        case kRef:
         case kRefN: {
-            if (!cell || !in.has(4)) return std::nullopt;
-            uint16_t row = in.u16(), column = in.u16();
-            resolveRelative(row, column, *cell);
-            stack.push_back(addressText(row, column));
+            if (!in.has(layout.cell()) || (ptg == kRefN && !cell)) return std::nullopt;
+            uint16_t row, column;
+            readCorner(in, layout, ptg == kRefN, row, column);
+            if (ptg == kRefN) resolveRelative(row, column, *cell);
+            stack.push_back(otherSheet + addressText(row, column));
             break;
         }
+        case kArea:
         case kAreaN: {
-            if (!cell || !in.has(8)) return std::nullopt;
-            uint16_t r1 = in.u16(), r2 = in.u16(), c1 = in.u16(), c2 = in.u16();
-            resolveRelative(r1, c1, *cell);
-            resolveRelative(r2, c2, *cell);
-            stack.push_back(areaText(r1, r2, c1, c2));
+            if (!in.has(layout.area()) || (ptg == kAreaN && !cell)) return std::nullopt;
+            uint16_t r1, r2, c1, c2;
+            readArea(in, layout, ptg == kAreaN, r1, r2, c1, c2);
+            if (ptg == kAreaN) {
+                resolveRelative(r1, c1, *cell);
+                resolveRelative(r2, c2, *cell);
+            }
+            stack.push_back(otherSheet + areaText(r1, r2, c1, c2));
             break;
         }
         case kRef3d:
         case kArea3d: {
-            if (!in.has(ptg == kRef3d ? 6 : 10)) return std::nullopt;
-            const auto prefix = externPrefix(names, in.u16());
+            if (layout.version < Version::Biff5) return std::nullopt;
+            if (!in.has(layout.sheetPart() + (ptg == kRef3d ? layout.cell() : layout.area()))) return std::nullopt;
+            const auto prefix = readSheetPart(in, layout, names);
             std::u16string body;
             if (ptg == kRef3d) {
-                uint16_t row = in.u16(), column = in.u16();
+                uint16_t row, column;
+                readCorner(in, layout, cell.has_value(), row, column);
                 if (cell) resolveRelative(row, column, *cell);
                 body = addressText(row, column);
             } else {
-                uint16_t r1 = in.u16(), r2 = in.u16(), c1 = in.u16(), c2 = in.u16();
+                uint16_t r1, r2, c1, c2;
+                readArea(in, layout, cell.has_value(), r1, r2, c1, c2);
                 if (cell) {
                     resolveRelative(r1, c1, *cell);
                     resolveRelative(r2, c2, *cell);
@@ -653,31 +784,33 @@ std::optional<std::u16string> formulaFromTokens(std::string_view tokens, std::st
             break;
         }
         case kRefErr:
-        case kAreaErr:
+        case kAreaErr: {
+            const size_t size = ptg == kRefErr ? layout.cell() : layout.area();
+            if (!in.has(size)) return std::nullopt;
+            in.skip(size);
+            stack.push_back(u"#REF!");
+            break;
+        }
         case kRefErr3d:
         case kAreaErr3d: {
-            const size_t size = ptg == kRefErr ? 4 : ptg == kAreaErr ? 8 : ptg == kRefErr3d ? 6 : 10;
-            if (!in.has(size)) return std::nullopt;
-            std::u16string prefix;
-            if (ptg == kRefErr3d || ptg == kAreaErr3d) {
-                if (auto p = externPrefix(names, in.u16())) prefix = *p;
-                in.skip(size - 2);
-            } else {
-                in.skip(size);
-            }
+            if (layout.version < Version::Biff5) return std::nullopt;
+            const size_t size = ptg == kRefErr3d ? layout.cell() : layout.area();
+            if (!in.has(layout.sheetPart() + size)) return std::nullopt;
+            const std::u16string prefix = readSheetPart(in, layout, names).value_or(u"");
+            in.skip(size);
             stack.push_back(prefix + u"#REF!");
             break;
         }
         case kMemArea:
-            if (!in.has(6)) return std::nullopt;
-            in.skip(6);
+            if (!in.has(4 + layout.memSize())) return std::nullopt;
+            in.skip(4 + layout.memSize());
             if (!more.skipAreas()) return std::nullopt;
             break;
         case kMemErr:
         case kMemNoMem:
         case kMemFunc: {
             // The expression the memory token stands for follows it and is read as usual.
-            const size_t size = ptg == kMemFunc ? 2 : 6;
+            const size_t size = (ptg == kMemFunc ? 0 : 4) + layout.memSize();
             if (!in.has(size)) return std::nullopt;
             in.skip(size);
             break;

@@ -1,7 +1,9 @@
 #pragma once
-// Formulas as BIFF8 stores them: parsed-expression tokens in reverse Polish order, with the
-// numbers of Excel's built-in functions from the evaluator's table of functions. Every token of
-// a cell or name formula is read: references on this and other sheets and workbooks, ranges of
+// Formulas as Excel's binary workbooks store them: parsed-expression tokens in reverse Polish
+// order, with the numbers of Excel's built-in functions from the evaluator's table of functions.
+// Tokens are read in the layout of each version from BIFF2 to BIFF8 (the sizes of references,
+// function numbers and texts changed), written as BIFF8. Every token of a cell or name formula
+// is read: references on this and other sheets and workbooks, ranges of
 // sheets, defined names, add-in and newer functions called by name, array constants, memory
 // areas and Excel's shortcuts (the SUM attribute, IF and CHOOSE jumps). Writing covers what
 // label sheets use; a formula outside it (names, arrays, unions, functions that have no BIFF
@@ -14,6 +16,8 @@
 #include <vector>
 
 #include "sheet/formula/formula_ast.h"
+#include "text/code_page.h"
+#include "workbook/xls/biff_records.h"
 
 namespace kes {
 
@@ -33,8 +37,10 @@ struct TokenCell {
 };
 
 // What the indexes of a workbook's formula tokens stand for: the workbooks (SUPBOOK records,
-// each with its EXTERNNAME records), the EXTERNSHEET entries that name a workbook and a range
-// of its sheets, and the defined names (NAME records, in order).
+// each with its EXTERNNAME records; before BIFF8 one per EXTERNSHEET record), the EXTERNSHEET
+// entries that name a workbook and a range of its sheets, and the defined names (NAME records,
+// in order); with the version whose token layout the formulas use and the code page of their
+// 8-bit texts before BIFF8.
 struct TokenNames {
     struct Book {
         enum class Kind : uint8_t { Own, AddIn, Other } kind = Kind::Other;
@@ -51,6 +57,8 @@ struct TokenNames {
     std::vector<ExternSheet> externSheets;
     std::vector<std::u16string> ownSheets;      // this workbook's sheet names, by index
     std::vector<std::u16string> definedNames;   // the NAME records' names, in order
+    biff::Version version = biff::Version::Biff8;
+    CodePage codePage;
 };
 
 // The formula text, "=" included, of tokens and the extra data after them (array constants and

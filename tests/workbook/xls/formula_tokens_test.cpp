@@ -132,6 +132,57 @@ TEST(FormulaTokens, ReadsASharedFormulaForEachOfItsCells) {
     }
 }
 
+// Before BIFF8 references are smaller (the relative flags in the row, a one-byte column), texts
+// have no flags byte and are in the file's code page, BIFF2 and BIFF3 number functions in one
+// byte, names and 3-D references carry reserved bytes, and BIFF5's 3-D references name this
+// workbook's sheets by index. A wrong size anywhere shifts every token after it.
+TEST(FormulaTokens, ReadsTheTokensOfEveryOlderVersion) {
+    using biff::Version;
+    const auto names = [](Version version) {
+        TokenNames n = workbookNames();
+        n.version = version;
+        n.codePage = CodePage(936);
+        n.books = {{TokenNames::Book::Kind::Own, u"", {}, {}}, {TokenNames::Book::Kind::Other, u"[1]", {u"Prices"}, {u"Rate"}},
+                   {TokenNames::Book::Kind::AddIn, u"", {}, {u"EDATE"}}};
+        n.externSheets = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}};
+        return n;
+    };
+    const std::string reserved8(8, '\0'), reserved12(12, '\0');
+    const struct {
+        Version version;
+        std::string tokens;
+        std::u16string text;
+        std::optional<TokenCell> cell = std::nullopt;
+    } cases[] = {
+        {Version::Biff2, std::string("\x44\x00\xC0\x00\x1E\x01\x00\x03", 8), u"=A1+1"},
+        {Version::Biff2, std::string("\x25\x00\x00\x01\x80\x00\x02\x41\x04", 9), u"=SUM($A$1:$C2)"},
+        {Version::Biff3, std::string("\x1E\x01\x00\x42\x01\x04", 6), u"=SUM(1)"},   // tFuncVar: count, one-byte number
+        {Version::Biff2, std::string("\x44\x00\xC0\x00\x19\x10\x00", 7), u"=SUM(A1)"},   // tAttr's one-byte data
+        {Version::Biff4, std::string("\x1E\x01\x00\x42\x01\x04\x00", 7), u"=SUM(1)"},
+        {Version::Biff5, std::string("\x17\x02\xC6\xB7", 4) + std::string("\x41\x20\x00", 3), u"=LEN(\"\u54C1\")"},
+        {Version::Biff4, std::string("\x23\x01\x00", 3) + reserved8, u"=Total"},
+        {Version::Biff5, std::string("\x23\x02\x00", 3) + reserved12, u"=_xlnm.Print_Area"},
+        {Version::Biff5, std::string("\x5A\xFF\xFF", 3) + reserved8 + std::string("\x01\x00\x02\x00\x01\xC0\x02", 7),
+         u"='Notes:My Sheet'!C2"},
+        {Version::Biff5, std::string("\x5B\x02\x00", 3) + reserved8 + std::string("\x00\x00\x00\x00\x00\x00\x01\x00\x00\x01", 10),
+         u"=[1]Prices!$A$1:$B$2"},
+        {Version::Biff5, std::string("\x59\x03\x00", 3) + reserved8 + std::string("\x01\x00", 2) + reserved12 +
+                             std::string("\x1E\x05\x00\x42\x02\xFF\x00", 7),
+         u"=EDATE(5)"},
+        {Version::Biff5, std::string("\x4C\xFF\xFF\x01", 4), u"=C2", TokenCell{2, 1}},   // a shared formula's row offset of -1
+        // BIFF3: a name of another file between tSheet and tEndSheet, then a reference of this one.
+        {Version::Biff3, std::string("\x1A\x00\x00\x00\x00\x02\x00\x00\x00\x00\x00\x43\x01\x00", 14) + reserved8 +
+                             std::string("\x1B\x00\x00\x00\x00\x44\x00\xC0\x00\x03", 10),
+         u"=[1]Prices!Rate+A1"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(formulaFromTokens(c.tokens, {}, names(c.version), c.cell), c.text) << int(c.version) << " " << c.tokens.size();
+    }
+    // BIFF8's layout read as BIFF5's, or the other way round, is refused rather than misread.
+    EXPECT_FALSE(formulaFromTokens(std::string("\x44\x00\x00\x00\xC0", 5), {}, names(Version::Biff5)));
+    EXPECT_FALSE(formulaFromTokens(std::string("\x5A\x00\x00\x00\x00\x00\xC0", 7), {}, names(Version::Biff3)));
+}
+
 TEST(FormulaTokens, ArbitraryBytesNeverCrash) {
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i) {
