@@ -33,7 +33,9 @@ void markParameters(Expression& expression, uint32_t call, bool isLet) {
     }
     for (uint32_t i = node.subtreeStart; i < call; ++i) {
         const Node& n = nodes[i];
-        if (n.kind != NodeKind::Name || !n.sheet.empty() || (n.flags & formula::kFlagExternal)) continue;
+        // A parameter holding a LAMBDA is called by name: LET(f, LAMBDA(x, x + 1), f(2)).
+        const bool called = n.kind == NodeKind::Function && n.function == 0 && !(n.flags & formula::kFlagFilePrefix);
+        if (!called && (n.kind != NodeKind::Name || !n.sheet.empty() || (n.flags & formula::kFlagExternal))) continue;
         for (std::u16string_view parameter : parameters) {
             if (equalsIgnoringCase(expression.text(n.text), parameter)) expression.markLambdaParameter(i);
         }

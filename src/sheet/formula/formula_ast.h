@@ -63,7 +63,7 @@ enum NodeFlag : uint8_t {
     kFlagWorksheetPrefix = 2,   // Function: written with _xlfn._xlws. (SORT, FILTER)
     kFlagExternal = 4,          // Reference, Name: in another workbook; text (Name: lastSheet) names it
     kFlagSpill = 8,             // Reference: A1#, the whole result the formula at A1 spills
-    kFlagLambdaParameter = 16,  // Name: a parameter of LET or LAMBDA, written with _xlpm. in files
+    kFlagLambdaParameter = 16,  // Name, Function: a parameter of LET or LAMBDA, written with _xlpm. in files
     kFlagFunctionName = 32,     // Name: a built-in passed as a function, BYROW(A1:B2, SUM): _xleta. in files
 };
 

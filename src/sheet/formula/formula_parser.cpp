@@ -562,6 +562,10 @@ bool Parser::parseFunction(size_t nameBegin, size_t nameEnd) {
         name.remove_prefix(length);
         flags |= kFlagWorksheetPrefix;
     }
+    if (const size_t length = prefixLength(name, u"_xlpm."); length && !flags) {   // LET(f, LAMBDA(...), f(1))
+        name.remove_prefix(length);
+        flags = kFlagLambdaParameter;
+    }
     if (name.empty() || !startsName(name, 0)) return fail(nameBegin, "not a function name");
     const TextSpan nameSpan = storeUpperCase(name);
     pos_ = nameEnd + 1;

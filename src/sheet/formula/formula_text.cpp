@@ -381,6 +381,7 @@ std::u16string buildText(const Expression& expression, const TextOptions& option
         case NodeKind::Function:
             if (style == TextStyle::File && (node.flags & kFlagFilePrefix)) piece += u"_xlfn.";
             if (style == TextStyle::File && (node.flags & kFlagWorksheetPrefix)) piece += u"_xlws.";
+            if (style == TextStyle::File && (node.flags & kFlagLambdaParameter)) piece += u"_xlpm.";
             piece.append(expression.text(node.text)).append(u"(").append(joinTop(stack, node.count, node)).append(u")");
             break;
         case NodeKind::Call: {

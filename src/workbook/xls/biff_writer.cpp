@@ -143,7 +143,9 @@ uint8_t errorByte(FormulaErrorCode code) {
     switch (code) {
     case ecNull: return 0x00;
     case ecDivByZero: return 0x07;
-    case ecValue: return 0x0F;
+    case ecValue:
+    case ecSpill:   // the format has no word for the newer errors: Excel stores them as #VALUE!
+    case ecCalc: return 0x0F;
     case ecRefErr: return 0x17;
     case ecName: return 0x1D;
     case ecNUM: return 0x24;

@@ -244,9 +244,16 @@ public:
         const ZipEntry* entry = zip_.find(*workbookPart);
         if (!entry) throw ESpreadSheetReaderError("Unsupported document type");
         const auto rels = readRelationships(zip_, relsOf(*workbookPart), folderOf(*workbookPart));
+        std::string metadata, richValues, richStructures;
         for (const auto& [id, rel] : rels) {
             if (endsWith(rel.type, "/sharedStrings")) readSharedStrings(rel.target);
             else if (endsWith(rel.type, "/styles")) readStyles(rel.target);
+            else if (endsWith(rel.type, "/sheetMetadata")) metadata = rel.target;
+            else if (endsWith(rel.type, "/rdRichValue")) richValues = rel.target;
+            else if (endsWith(rel.type, "/rdRichValueStructure")) richStructures = rel.target;
+        }
+        if (!metadata.empty() && !richValues.empty() && !richStructures.empty()) {
+            readRichErrors(metadata, richValues, richStructures);
         }
         const std::string xml = zip_.extract(*entry);
         XmlReader reader(xml);
@@ -343,6 +350,93 @@ private:
                 // equal items, even millions of empty ones, take the room of one.
                 readStringItem(reader, utf8_, text_);
                 entries_.push_back(book_.strings().acquire(text_));   // held until the reader ends
+            }
+        }
+    }
+
+    // Errors newer than the file format (#SPILL!, #CALC!) are stored as #VALUE! with value
+    // metadata (vm="n") that leads to a rich value of the _error structure; its errorType is
+    // one less than ERROR.TYPE's number.
+    void readRichErrors(const std::string& metadataPart, const std::string& valuesPart, const std::string& structuresPart) {
+        const auto xmlOf = [&](const std::string& part) {
+            const ZipEntry* entry = zip_.find(part);
+            return entry ? zip_.extract(*entry) : std::string();
+        };
+        std::vector<int> errorKey;   // for each structure, the errorType key's position; -1 for others
+        {
+            const std::string xml = xmlOf(structuresPart);
+            XmlReader reader(xml);
+            int key = 0;
+            for (Token t; (t = reader.next()) != Token::End;) {
+                if (t != Token::StartElement) continue;
+                std::string_view value;
+                if (reader.name() == "s") {
+                    errorKey.push_back(reader.attribute("t", value) && value == "_error" ? -2 : -1);
+                    key = 0;
+                } else if (reader.name() == "k" && !errorKey.empty()) {
+                    if (errorKey.back() == -2 && reader.attribute("n", value) && value == "errorType") errorKey.back() = key;
+                    ++key;
+                }
+            }
+        }
+        std::vector<FormulaErrorCode> richErrors;   // for each rich value; ecNone where not an error we tell apart
+        {
+            const std::string xml = xmlOf(valuesPart);
+            XmlReader reader(xml);
+            int structure = -1, position = 0;
+            for (Token t; (t = reader.next()) != Token::End;) {
+                if (t != Token::StartElement) continue;
+                std::string_view value;
+                if (reader.name() == "rv") {
+                    structure = -1;
+                    if (reader.attribute("s", value)) std::from_chars(value.data(), value.data() + value.size(), structure);
+                    richErrors.push_back(ecNone);
+                    position = 0;
+                } else if (reader.name() == "v" && !richErrors.empty()) {
+                    const bool isErrorType = structure >= 0 && size_t(structure) < errorKey.size() && errorKey[size_t(structure)] == position;
+                    ++position;
+                    if (!isErrorType) continue;
+                    const std::string_view text = reader.elementText();
+                    int errorType = -1;
+                    std::from_chars(text.data(), text.data() + text.size(), errorType);
+                    if (errorType == 8) richErrors.back() = ecSpill;
+                    else if (errorType == 13) richErrors.back() = ecCalc;
+                }
+            }
+        }
+        const std::string xml = xmlOf(metadataPart);
+        XmlReader reader(xml);
+        std::vector<std::string> types;
+        std::vector<int> richValueOf;   // the rich value of each XLRICHVALUE block
+        bool inRichValues = false, inValueMetadata = false;
+        for (Token t; (t = reader.next()) != Token::End;) {
+            if (t != Token::StartElement) continue;
+            std::string_view value;
+            const std::string_view name = reader.name();
+            if (name == "metadataType") {
+                types.emplace_back(reader.attribute("name", value) ? value : std::string_view());
+            } else if (name == "futureMetadata") {
+                inRichValues = reader.attribute("name", value) && value == "XLRICHVALUE";
+                inValueMetadata = false;
+            } else if (name == "rvb" && inRichValues) {
+                int index = -1;
+                if (reader.attribute("i", value)) std::from_chars(value.data(), value.data() + value.size(), index);
+                richValueOf.push_back(index);
+            } else if (name == "cellMetadata") {
+                inRichValues = inValueMetadata = false;
+            } else if (name == "valueMetadata") {
+                inRichValues = false;
+                inValueMetadata = true;
+            } else if (name == "bk" && inValueMetadata) {
+                valueErrors_.push_back(ecNone);
+            } else if (name == "rc" && inValueMetadata && !valueErrors_.empty()) {
+                int type = 0, index = -1;
+                if (reader.attribute("t", value)) std::from_chars(value.data(), value.data() + value.size(), type);
+                if (reader.attribute("v", value)) std::from_chars(value.data(), value.data() + value.size(), index);
+                if (type < 1 || size_t(type) > types.size() || types[size_t(type) - 1] != "XLRICHVALUE") continue;
+                if (index < 0 || size_t(index) >= richValueOf.size()) continue;
+                const int rich = richValueOf[size_t(index)];
+                if (rich >= 0 && size_t(rich) < richErrors.size()) valueErrors_.back() = richErrors[size_t(rich)];
             }
         }
     }
@@ -492,6 +586,12 @@ private:
         std::optional<CellRect> array;
         std::string_view metadata;
         const bool dynamic = reader.attribute("cm", metadata) && !metadata.empty();
+        FormulaErrorCode richError = ecNone;
+        if (kind == 2 && reader.attribute("vm", metadata)) {
+            size_t index = 0;
+            std::from_chars(metadata.data(), metadata.data() + metadata.size(), index);
+            if (index >= 1 && index <= valueErrors_.size()) richError = valueErrors_[index - 1];
+        }
         const int depth = reader.depth();
         while (reader.nextStartWithin(depth)) {
             if (reader.name() == "v" && kind == 7) {
@@ -552,7 +652,10 @@ private:
             cell.assign(CellValue::makeBoolean(truth));
             break;
         }
-        case 2: cell.setText(fromUtf8(v), 0); break;
+        case 2:
+            if (richError != ecNone) cell.assign(CellValue::makeError(richError));
+            else cell.setText(fromUtf8(v), 0);
+            break;
         case 3: {
             const auto number = xmlNumber(v);
             if (!number) report("\"" + v + "\" is not a valid floating point value");
@@ -585,6 +688,7 @@ private:
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
     std::vector<PendingName> names_;
+    std::vector<FormulaErrorCode> valueErrors_;   // for each value metadata block (vm="1" is the first)
 };
 
 }  // namespace

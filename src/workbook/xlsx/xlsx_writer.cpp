@@ -140,6 +140,12 @@ std::string stylesPart(const CellStyles& styles) {
     return xml;
 }
 
+// The error word a cell stores. The newer errors (#SPILL!, #CALC!) are #VALUE! in the file
+// format; Excel tells them apart by rich value metadata, which we do not write.
+std::u16string_view storedErrorText(FormulaErrorCode code) {
+    return errorText(code == ecSpill || code == ecCalc ? ecValue : code);
+}
+
 // A value of an array formula's result, written where the cell reference is already open.
 void writeArrayMember(std::string& xml, const CellValue& value) {
     switch (value.type) {
@@ -147,7 +153,7 @@ void writeArrayMember(std::string& xml, const CellValue& value) {
     case cdtBoolean: xml += value.boolean ? " t=\"b\"><v>true</v></c>" : " t=\"b\"><v>false</v></c>"; return;
     case cdtError:
         xml += " t=\"e\"><v>";
-        appendXmlText(xml, errorText(value.error));
+        appendXmlText(xml, storedErrorText(value.error));
         xml += "</v></c>";
         return;
     case cdtString:
@@ -174,7 +180,7 @@ void writeCell(std::string& xml, SheetTable& sheet, SheetRow& row, SheetCell& ce
     case cdtBoolean: xml += cell.boolean ? " t=\"b\"><v>true</v></c>" : " t=\"b\"><v>false</v></c>"; return;
     case cdtError:
         xml += " t=\"e\"><v>";
-        appendXmlText(xml, errorText(cell.error));
+        appendXmlText(xml, storedErrorText(cell.error));
         xml += "</v></c>";
         return;
     case cdtString:

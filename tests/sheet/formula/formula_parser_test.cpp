@@ -187,6 +187,9 @@ TEST(FormulaParser, AcceptsWhatWorkbookFilesWrite) {
          u"(call xlfn(LAMBDA name:a(param) (+ name:a(param) 1)) 41)"},
         {u"=_xlfn.BYROW(A1:B2,_xleta.SUM)", u"=BYROW(A1:B2,SUM)", u"=_xlfn.BYROW(A1:B2,_xleta.SUM)",
          u"xlfn(BYROW A1:B2 name:SUM(function))"},
+        {u"=_xlfn.LET(_xlpm.f,_xlfn.LAMBDA(_xlpm.x,_xlpm.x+1),_xlpm.f(2))", u"=LET(f,LAMBDA(x,x+1),F(2))",
+         u"=_xlfn.LET(_xlpm.f,_xlfn.LAMBDA(_xlpm.x,_xlpm.x+1),_xlpm.F(2))",
+         u"xlfn(LET name:f(param) xlfn(LAMBDA name:x(param) (+ name:x(param) 1)) (F 2))"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.text.begin(), c.text.end()));

@@ -339,5 +339,52 @@ TEST(XlsxReader, RefusesMoreSheetsThanAWorkbookHoldsKeepingTheWorkbook) {
     EXPECT_EQ(book.sheetCount(), kMaxSheets);
 }
 
+// Errors newer than the format are stored as #VALUE! with value metadata leading to a rich value
+// of the _error structure; the cell shows the error Excel shows. Written back, they are #VALUE!.
+TEST(XlsxReader, ReadsSpillAndCalcErrorsFromRichValueMetadata) {
+    ZipWriter zip;
+    zip.add("[Content_Types].xml", "<Types/>");
+    zip.add("_rels/.rels", "<Relationships><Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/"
+                           "officeDocument/2006/relationships/officeDocument\" Target=\"xl/workbook.xml\"/></Relationships>");
+    zip.add("xl/workbook.xml", "<workbook><sheets><sheet name=\"S\" sheetId=\"1\" r:id=\"rId1\"/></sheets></workbook>");
+    zip.add("xl/_rels/workbook.xml.rels",
+            "<Relationships><Relationship Id=\"rId1\" Type=\"x/worksheet\" Target=\"worksheets/sheet1.xml\"/>"
+            "<Relationship Id=\"rId2\" Type=\"x/sheetMetadata\" Target=\"metadata.xml\"/>"
+            "<Relationship Id=\"rId3\" Type=\"x/rdRichValue\" Target=\"richData/rdrichvalue.xml\"/>"
+            "<Relationship Id=\"rId4\" Type=\"x/rdRichValueStructure\" Target=\"richData/rdrichvaluestructure.xml\"/>"
+            "</Relationships>");
+    zip.add("xl/richData/rdrichvaluestructure.xml",
+            "<rvStructures count=\"2\"><s t=\"_error\"><k n=\"colOffset\" t=\"i\"/><k n=\"errorType\" t=\"i\"/>"
+            "<k n=\"rwOffset\" t=\"i\"/></s><s t=\"_error\"><k n=\"errorType\" t=\"i\"/></s></rvStructures>");
+    zip.add("xl/richData/rdrichvalue.xml",
+            "<rvData count=\"2\"><rv s=\"0\"><v>0</v><v>8</v><v>1</v></rv><rv s=\"1\"><v>13</v></rv></rvData>");
+    zip.add("xl/metadata.xml",
+            "<metadata><metadataTypes count=\"1\"><metadataType name=\"XLRICHVALUE\"/></metadataTypes>"
+            "<futureMetadata name=\"XLRICHVALUE\" count=\"2\"><bk><extLst><ext><xlrd:rvb i=\"0\"/></ext></extLst></bk>"
+            "<bk><extLst><ext><xlrd:rvb i=\"1\"/></ext></extLst></bk></futureMetadata>"
+            "<valueMetadata count=\"2\"><bk><rc t=\"1\" v=\"0\"/></bk><bk><rc t=\"1\" v=\"1\"/></bk></valueMetadata></metadata>");
+    zip.add("xl/worksheets/sheet1.xml",
+            "<worksheet><sheetData><row r=\"1\"><c r=\"A1\" t=\"e\" vm=\"1\"><v>#VALUE!</v></c>"
+            "<c r=\"B1\" t=\"e\" vm=\"2\"><v>#VALUE!</v></c><c r=\"C1\" t=\"e\"><v>#VALUE!</v></c>"
+            "<c r=\"D1\" t=\"e\" vm=\"9\"><v>#DIV/0!</v></c></row></sheetData></worksheet>");
+    const std::string bytes = zip.finish();
+    const SpreadSheetFormat& xlsx = *SpreadSheetFormatsRepository::instance().Find(u"a.xlsx");
+    Workbook book;
+    ByteStream stream{bytes, 0};
+    LoadFromStream(book, stream, xlsx);
+    EXPECT_EQ(shown(book, 0, 0), u"#SPILL!");
+    EXPECT_EQ(shown(book, 0, 1), u"#CALC!");
+    EXPECT_EQ(shown(book, 0, 2), u"#VALUE!");
+    EXPECT_EQ(shown(book, 0, 3), u"#DIV/0!") << "metadata out of range is ignored";
+
+    std::string saved;
+    SaveToStream(book, saved, &xlsx);
+    Workbook again;
+    ByteStream savedStream{saved, 0};
+    LoadFromStream(again, savedStream, xlsx);
+    EXPECT_EQ(shown(again, 0, 0), u"#VALUE!");
+    EXPECT_EQ(shown(again, 0, 1), u"#VALUE!");
+}
+
 }  // namespace
 }  // namespace kes
