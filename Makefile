@@ -29,6 +29,7 @@ test: native win32 win64
 	@/usr/bin/python3 tests/interop/interop.py $(NATIVE)/bin/kesprint
 	@/usr/bin/python3 tests/interop/producers.py $(NATIVE)/bin/kesprint
 	@/usr/bin/python3 tests/interop/formula_oracle.py $(NATIVE)/bin/kesprint
+	@/usr/bin/python3 tests/interop/corpus_excel.py $(NATIVE)/bin/kesprint
 	@scripts/check-windows-builds.sh
 	@scripts/e2e.sh
 	@scripts/unit-tests-i686.sh

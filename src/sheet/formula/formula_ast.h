@@ -65,6 +65,7 @@ enum NodeFlag : uint8_t {
     kFlagSpill = 8,             // Reference: A1#, the whole result the formula at A1 spills
     kFlagLambdaParameter = 16,  // Name, Function: a parameter of LET or LAMBDA, written with _xlpm. in files
     kFlagFunctionName = 32,     // Name: a built-in passed as a function, BYROW(A1:B2, SUM): _xleta. in files
+    kFlagOptionalParameter = 64,   // Name: a LAMBDA parameter a call may omit, written with _xlop. in files
 };
 
 // A piece of Expression::text(): a string literal's value, a name, a sheet name.

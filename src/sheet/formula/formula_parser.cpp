@@ -898,9 +898,10 @@ bool Parser::parseReferenceBody(TextSpan sheet, TextSpan lastSheet, TextSpan boo
         pushLeaf(NodeKind::Boolean).boolean = isTrue;
     } else {
         uint8_t flags = 0;
-        if (const size_t length = prefixLength(word, u"_xlpm."); length && !qualified) {
-            word.remove_prefix(length);
-            flags = kFlagLambdaParameter;
+        const size_t parameter = prefixLength(word, u"_xlpm."), optional = prefixLength(word, u"_xlop.");
+        if ((parameter || optional) && !qualified) {
+            word.remove_prefix(parameter + optional);
+            flags = optional ? kFlagLambdaParameter | kFlagOptionalParameter : kFlagLambdaParameter;
             if (!startsName(word, 0)) return fail(begin, "not a parameter name");
         } else if (const size_t eta = prefixLength(word, u"_xleta."); eta && !qualified) {
             word.remove_prefix(eta);

@@ -293,7 +293,9 @@ void appendLeaf(std::u16string& out, const Expression& expression, const Node& n
     case NodeKind::Table: appendTable(out, expression, node, style); break;
     case NodeKind::Name:
         appendSheetPrefix(out, expression, node);
-        if ((node.flags & kFlagLambdaParameter) && style == TextStyle::File) out += u"_xlpm.";
+        if ((node.flags & kFlagLambdaParameter) && style == TextStyle::File) {
+            out += (node.flags & kFlagOptionalParameter) ? u"_xlop." : u"_xlpm.";
+        }
         if ((node.flags & kFlagFunctionName) && style == TextStyle::File) out += u"_xleta.";
         out += expression.text(node.text);
         break;

@@ -28,6 +28,8 @@ TEST_F(Logical, IfFamilyTakesOnlyTheBranchItNeeds) {
         {u"=IFERROR(A1,1/0)", u"10"},
         {u"=IFNA(B3,\"missing\")", u"missing"},
         {u"=IFNA(C4,\"missing\")", u"#DIV/0!"},
+        {u"=SUM(IFERROR({1;0;2}/{0;0;0},{7,8}))", u"45"},   // a column and a row broadcast to 3x2
+        {u"=INDEX(IFNA({1,#N/A},{5;6}),2,2)", u"6"},
         {u"=IFS(A1>15,\"a\",A1>5,\"b\")", u"b"},
         {u"=IFS(A1>15,\"a\")", u"#N/A"},
         {u"=SWITCH(A2,10,\"ten\",20,\"twenty\",\"other\")", u"twenty"},

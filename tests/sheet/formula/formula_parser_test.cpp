@@ -190,6 +190,11 @@ TEST(FormulaParser, AcceptsWhatWorkbookFilesWrite) {
         {u"=_xlfn.LET(_xlpm.f,_xlfn.LAMBDA(_xlpm.x,_xlpm.x+1),_xlpm.f(2))", u"=LET(f,LAMBDA(x,x+1),F(2))",
          u"=_xlfn.LET(_xlpm.f,_xlfn.LAMBDA(_xlpm.x,_xlpm.x+1),_xlpm.F(2))",
          u"xlfn(LET name:f(param) xlfn(LAMBDA name:x(param) (+ name:x(param) 1)) (F 2))"},
+        {u"=_xlfn.LAMBDA(_xlpm.a,_xlop.b,IF(_xlfn.ISOMITTED(_xlpm.b),_xlpm.a,_xlpm.a*_xlpm.b))(3)",
+         u"=LAMBDA(a,b,IF(ISOMITTED(b),a,a*b))(3)",
+         u"=_xlfn.LAMBDA(_xlpm.a,_xlop.b,IF(_xlfn.ISOMITTED(_xlpm.b),_xlpm.a,_xlpm.a*_xlpm.b))(3)",
+         u"(call xlfn(LAMBDA name:a(param) name:b(param) (IF xlfn(ISOMITTED name:b(param)) name:a(param) "
+         u"(* name:a(param) name:b(param)))) 3)"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.text.begin(), c.text.end()));

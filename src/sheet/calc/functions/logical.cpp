@@ -278,8 +278,8 @@ Value makeArray(Call& call) {
 constexpr FunctionSpec kFunctions[] = {
     {u"IF", 2, 3, "VL", ifFunction, 1, kReturnsReference},
     {u"IFS", 2, kManyArgs, "VL*", ifs, kNoBiffId, kFilePrefix | kReturnsReference},
-    {u"IFERROR", 2, 2, "VL", ifError, kNoBiffId},
-    {u"IFNA", 2, 2, "VL", ifNa, kNoBiffId, kFilePrefix},
+    {u"IFERROR", 2, 2, "VV", ifError, kNoBiffId},
+    {u"IFNA", 2, 2, "VV", ifNa, kNoBiffId, kFilePrefix},
     {u"AND", 1, kManyArgs, "R", andFunction, 36},
     {u"OR", 1, kManyArgs, "R", orFunction, 37},
     {u"XOR", 1, kManyArgs, "R", xorFunction, kNoBiffId, kFilePrefix},
