@@ -1,12 +1,17 @@
 #include "sheet/sheet_table.h"
 
+#include <atomic>
+
 #include "sheet/cell_formula.h"
 #include "sheet/sheet_bounds.h"
 #include "sheet/workbook.h"
 
 namespace kes {
 
-SheetTable::SheetTable(Workbook& workbook, std::u16string name) : workbook_(workbook), name_(std::move(name)) {}
+SheetTable::SheetTable(Workbook& workbook, std::u16string name) : workbook_(workbook), name_(std::move(name)) {
+    static std::atomic<uint64_t> sheetsMade{0};
+    serial_ = ++sheetsMade;
+}
 
 SheetTable::~SheetTable() { clearCells(); }
 

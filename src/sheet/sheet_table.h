@@ -69,6 +69,8 @@ public:
     // Counts every change of the sheet's content, so that views know when to repaint.
     uint64_t version() const { return version_; }
     void changed();
+    // Tells this sheet from every other the process has made, also one made at the same address.
+    uint64_t serial() const { return serial_; }
 
     // The state of a cell for the undo history, and putting such a state back.
     CellState cellState(int32_t row, int32_t column);
@@ -89,6 +91,7 @@ private:
     SheetSelection selection_;
     std::vector<CellRect> mergedAreas_;
     uint64_t version_ = 0;
+    uint64_t serial_;
 };
 
 }  // namespace kes

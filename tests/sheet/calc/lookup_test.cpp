@@ -40,6 +40,47 @@ TEST_F(Lookup, ExactMatchesCompareKindsAndIgnoreCase) {
     expectAll(cases, [&](auto f) { return shownOf(f); });
 }
 
+// A line searched again and again (a lookup down every label row) is searched through an index
+// of its values; the answers stay those of reading the line, also after the line changes.
+TEST_F(Lookup, RepeatedSearchesOfALineAnswerAsReadingItDoes) {
+    fill(u"H1", {u"SKU-1", u"sku-2", u"0.3", u"TRUE", u"SKU-1", u"7", u"", u"Sku-2"});
+    const Case cases[] = {
+        {u"=MATCH(\"SKU-2\",H1:H8,0)", u"2"},
+        {u"=XMATCH(\"sku-2\",H1:H8,0,-1)", u"8"},
+        {u"=XMATCH(\"SKU-1\",H1:H8,0,-1)", u"5"},
+        {u"=MATCH(0.1+0.2,H1:H8,0)", u"3"},                 // nearly equal: the same number
+        {u"=MATCH(TRUE,H1:H8,0)", u"4"},
+        {u"=MATCH(1,H1:H8,0)", u"#N/A"},                    // TRUE is no 1
+        {u"=MATCH(\"7\",H1:H8,0)", u"#N/A"},                // a text is no number
+        {u"=VLOOKUP(7,H1:H8,1,FALSE)", u"7"},
+        {u"=MATCH(\"none\",H1:H8,0)", u"#N/A"},
+    };
+    // Every formula in cells of its own, entered before any is computed, so that the searches
+    // meet an unchanged sheet.
+    SheetTable& sheet = book.sheet(0);
+    const auto enter = [&](std::u16string_view formula, int32_t row) { sheet.createCell(row, 20).setText(formula, 1); };
+    const auto shownAt = [&](int32_t row) { return sheet.getCell(row, 20).displayText(); };
+    constexpr int32_t kRounds = 5;
+    int32_t row = 0;
+    for (int32_t round = 0; round < kRounds; ++round) {
+        for (const Case& c : cases) enter(c.formula, row++);
+    }
+    row = 0;
+    for (int32_t round = 0; round < kRounds; ++round) {
+        for (const Case& c : cases) EXPECT_EQ(shownAt(row++), c.expected) << std::string(c.formula.begin(), c.formula.end());
+    }
+    // After a change the line is indexed anew; a formula in it makes it read as it stands.
+    const auto again = [&](std::u16string_view shownForSku2) {
+        const int32_t first = row;
+        for (int32_t r = 0; r < 2 * kRounds; ++r) enter(r % 2 ? u"=MATCH(\"other\",H1:H8,0)" : u"=MATCH(\"SKU-2\",H1:H8,0)", row++);
+        for (int32_t r = 0; r < 2 * kRounds; ++r) EXPECT_EQ(shownAt(first + r), r % 2 ? u"2" : shownForSku2);
+    };
+    sheet.getCell(1, 7).setText(u"other", 1);
+    again(u"8");
+    sheet.getCell(6, 7).setText(u"=\"SKU-2\"", 1);
+    again(u"7");
+}
+
 TEST_F(Lookup, SortedSearchesHalveAsExcelDoesOnUnsortedAndMixedData) {
     // Excel's own results for these lists, keys and kinds.
     const Case cases[] = {

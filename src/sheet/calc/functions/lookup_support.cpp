@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sheet/calc/functions/lookup_index.h"
 #include "sheet/calc/functions/regex.h"
 #include "sheet/calc/unicode_case.h"
 #include "sheet/shared_strings.h"
@@ -166,6 +167,17 @@ int32_t LookupLine::findEqual(const Value& key, bool last) const {
     }
     const CellMatcher matcher(key);
     SheetTable& sheet = *area_.sheet;
+    const SheetLine line = vertical_ ? SheetLine{&sheet, true, area_.rect.left + fixed_, area_.rect.top, area_.rect.top + searched_ - 1}
+                                     : SheetLine{&sheet, false, area_.rect.top + fixed_, area_.rect.left, area_.rect.left + searched_ - 1};
+    if (const std::optional<LineHits> hits = indexedHits(line, key)) {
+        const int32_t candidate = last ? hits->last : hits->first;
+        if (candidate < 0) return -1;
+        const int32_t row = vertical_ ? line.start + candidate : line.line;
+        const int32_t column = vertical_ ? line.line : line.start + candidate;
+        const SheetCell* cell = sheet.getCell(row, column).cell();
+        if (cell && matcher.matches(*evaluator_, sheet, row, *cell)) return candidate;
+        // Two texts of one hash: the line is read as below.
+    }
     if (vertical_) {
         const int32_t column = area_.rect.left + fixed_, bottom = area_.rect.top + searched_ - 1;
         for (SheetRow* row = sheet.rows().lowerBound(area_.rect.top); row && row->index <= bottom; row = row->next) {
