@@ -41,7 +41,7 @@ compile_and_link() {
     done
     for library in KesDataPrint.lib libKesDataPrint.dll.a; do
       $compiler -x $language $standard -Wall -Wextra -pedantic -Werror -I"$package/include" tests/dist/header_use.c \
-        -x none "$package/lib/$machine/$library" -o "$package/$machine/header-use-$language-${library%%.*}.exe" ||
+        -x none -static "$package/lib/$machine/$library" -o "$package/$machine/header-use-$language-${library%%.*}.exe" ||
         fail "header_use.c as $language does not link against lib/$machine/$library"
     done
   done
@@ -70,7 +70,9 @@ run_package() {
     "$package/$machine/sample_driver.exe" "$(wine winepath -w "$package/$machine/sample_host_c.exe" 2>/dev/null | tr -d '\r')" \
     "$pace" "$shots" >"$out/sample-$machine.log" 2>/dev/null || true
   rm -f "$out"/*.done
-  for shot in "$out"/sample-*.png; do [ -e "$shot" ] && mv "$shot" "${shot%.png}-$machine.png"; done
+  for shot in sample-rows sample-host-log; do
+    if [ -e "$out/$shot.png" ]; then mv "$out/$shot.png" "$out/$shot-$machine.png"; fi
+  done
   tr -d '\r' <"$out/sample-$machine.log" >"$out/sample-$machine.txt"
   /usr/bin/python3 - "$out/sample-$machine.txt" <<'PYTHON' || fail "the $machine C sample's session, see $out/sample-$machine.txt"
 import sys
