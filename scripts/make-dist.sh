@@ -12,7 +12,7 @@ version=$(version_of win32)
 
 name=KesDataPrint-$version
 stage=build/dist/$name
-rm -rf "$stage" "build/dist/$name.zip"
+rm -rf build/dist   # one package at a time: a zip of another version would be stale
 mkdir -p "$stage"
 
 put() {   # put SOURCE DEST-IN-PACKAGE
