@@ -4,7 +4,7 @@ NATIVE := build/native
 WIN32  := build/win32
 WIN64  := build/win64
 
-.PHONY: all deps native win32 win64 test fuzz bench demo clean
+.PHONY: all deps native win32 win64 dist test fuzz bench demo clean
 
 all: native win32 win64
 
@@ -23,6 +23,11 @@ win64: deps
 	@cmake -S . -B $(WIN64) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-x86_64.cmake -DCMAKE_BUILD_TYPE=Release >/dev/null
 	@cmake --build $(WIN64) -j $(JOBS)
 
+# The release package for hosts' developers: build/dist/KesDataPrint-VERSION.zip, the version
+# being project()'s in CMakeLists.txt.
+dist: win32 win64
+	@scripts/make-dist.sh
+
 test: native win32 win64
 	@ctest --test-dir $(NATIVE) --output-on-failure -j $(JOBS)
 	@FUZZ_SECONDS=$(FUZZ_TEST_SECONDS) scripts/fuzz.sh
@@ -34,6 +39,7 @@ test: native win32 win64
 	@scripts/e2e.sh
 	@scripts/unit-tests-i686.sh
 	@scripts/e2e.sh win32
+	@scripts/check-dist.sh
 
 # Every reader under libFuzzer for FUZZ_SECONDS each; `make test` gives them FUZZ_TEST_SECONDS.
 FUZZ_SECONDS ?= 300

@@ -11,6 +11,7 @@ packages=(
   python3 python3-openpyxl python3-xlsxwriter
   libreoffice-calc-nogui gnumeric python3-xlrd
   libxlsxwriter-dev
+  mono-mcs libmono-system-windows-forms4.0-cil
 )
 missing=()
 for p in "${packages[@]}"; do

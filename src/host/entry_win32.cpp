@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "KesDataPrint.h"
 #include "ui/label_tool_window_win32.h"
 #include "ui/window_support_win32.h"
 
@@ -52,7 +53,8 @@ public:
 
 }  // namespace
 
-extern "C" int SetDllFormPRec(HWND* handle, const char* path, const char* name, const char* dataSource) {
+// Defined against the hosts' header, so that the compiler holds the two to one signature.
+int __cdecl SetDllFormPRec(HWND* handle, const char* path, const char* name, const char* dataSource) {
     int result = 0;
     const CommonControlsScope commonControls;
     try {

@@ -6,11 +6,10 @@
 #include <shellapi.h>
 #include <string>
 
+#include "KesDataPrint.h"
 #include "kes_host.h"
 
 namespace kes::host {
-
-using SetDllFormPRecFn = int (*)(HWND*, const char*, const char*, const char*);
 
 namespace {
 
@@ -75,7 +74,7 @@ void appendLog(const std::wstring& line) {
 
 int openQuickPrint(HWND hostWindow, const std::wstring& fields) {
     HMODULE library = LoadLibraryW(L"KesDataPrint.dll");
-    auto entry = library ? reinterpret_cast<SetDllFormPRecFn>(reinterpret_cast<void*>(GetProcAddress(library, "SetDllFormPRec")))
+    auto entry = library ? reinterpret_cast<KesSetDllFormPRecProc>(reinterpret_cast<void*>(GetProcAddress(library, KESDATAPRINT_ENTRY_NAME)))
                          : nullptr;
     if (!entry) {
         appendLog(L"KesDataPrint.dll or its SetDllFormPRec cannot be loaded");

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "form/label_tool_form.h"
+#include "kes_version.h"
 #include "sheet/cell_formula.h"
 #include "sheet/workbook.h"
 #include "text/utf8.h"
@@ -22,7 +23,8 @@ const char* const kUsage =
     "       kesprint print-page --fields LIST [FILE]\n"
     "       kesprint print-row ROW --fields LIST [FILE]   (ROW counts from 0, the header row)\n"
     "       kesprint convert IN OUT\n"
-    "       kesprint format CODE VALUE\n";
+    "       kesprint format CODE VALUE\n"
+    "       kesprint --version\n";
 
 constexpr int kRefused = 3;
 
@@ -199,6 +201,10 @@ int run(const std::vector<std::u16string>& args, Output& output) {
         return kUsageOrFailure;
     }
     const std::u16string& command = args[0];
+    if (command == u"--version" && args.size() == 1) {
+        output.out += "kesprint " KES_VERSION_TEXT "\n";
+        return 0;
+    }
     try {
         if (command == u"format") return format(args, output);
         if (command == u"cells") return cells(args, output);
