@@ -97,7 +97,8 @@ void GridControl::pasteClipboard() {
     const int32_t bottom = std::min<int64_t>(kMaxRow, top + int64_t(block.size()) - 1);
     table.selection().selectRange({left, top, right, bottom}, top, left);
     widenForNumbers({left, top, right, bottom});
-    refresh();
+    pageRowsChanged(top);
+    redraw();
 }
 
 void GridControl::undo(bool redo) {
