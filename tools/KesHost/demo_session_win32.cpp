@@ -116,8 +116,12 @@ void runDemo(HWND host, std::wstring folder) {
         PostMessageW(host, WM_CLOSE, 0, 0);
         return;
     }
-    Sleep(500);
-    HWND grid = focusOf(form);
+    // The grid's editor takes the focus once the window is up; under load that takes a while.
+    HWND grid = nullptr;
+    for (int i = 0; i < 100 && !IsChild(form, grid); ++i) {
+        Sleep(100);
+        grid = focusOf(form);
+    }
     const wchar_t* rows[][6] = {
         {L"\u5185\u516D\u89D2\u87BA\u6813", L"M6\u00D720", L"GB/T 70.1", L"200", L"6901234567890", L"2026-11-22"},
         {L"\u5E73\u57AB\u5708", L"\u03A68", L"GB/T 97.1", L"1000", L"6901234567906", L"2026-11-23"},
