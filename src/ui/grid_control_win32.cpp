@@ -50,6 +50,7 @@ void GridControl::setFont(const wchar_t* face, int pixelHeight) {
     headerFont_ = CreateFontW(-scaled(12), 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0,
                               L"Segoe UI");
     SendMessageW(editor_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+    looks_.setGridFont(face, pixelHeight, dpi_);
     rowHeight_ = scaled(20);
     headerHeight_ = scaled(20);
     headerWidth_ = scaled(52);
@@ -75,7 +76,7 @@ void GridControl::refresh() {
 
 // --- geometry --------------------------------------------------------------------------------
 
-int GridControl::columnWidth(int32_t column) { return scaled(sheet().columnWidth(column)); }
+int GridControl::columnWidth(int32_t column) { return sheet().columnHidden(column) ? 0 : scaled(sheet().columnWidth(column)); }
 
 int GridControl::clientWidth() const {
     RECT r;
@@ -89,24 +90,51 @@ int GridControl::clientHeight() const {
     return r.bottom;
 }
 
-int GridControl::visibleRows() const { return std::max(1, (clientHeight() - headerHeight_) / rowHeight_); }
+// Rows have the sheet's heights; hidden rows and columns take no room.
+int GridControl::rowHeight(int32_t row) const {
+    SheetTable& table = *book_.activeSheet();
+    return table.rowHidden(row) ? 0 : scaled(table.rowHeight(row));
+}
+
+// The rows from the top one that fit whole below the headers.
+int GridControl::visibleRows() const {
+    int32_t rows = 0;
+    for (int y = headerHeight_ + rowHeight(topRow_); y <= clientHeight() && topRow_ + rows < kMaxRow; ++rows)
+        y += rowHeight(topRow_ + rows + 1);
+    return std::max(1, rows);
+}
+
+// The top of a row on screen. Rows more than a screen away are taken at the default height, so
+// that no answer walks over a million rows.
+int GridControl::rowTop(int32_t row) const {
+    int y = headerHeight_;
+    const int reach = clientHeight() + headerHeight_;
+    for (int32_t r = topRow_; r < row; ++r) {
+        if (y > reach) return y + (row - r) * rowHeight_;
+        y += rowHeight(r);
+    }
+    for (int32_t r = topRow_ - 1; r >= row; --r) {
+        if (y < -reach) return y - (r - row + 1) * rowHeight_;
+        y -= rowHeight(r);
+    }
+    return y;
+}
 
 RECT GridControl::cellRect(int32_t row, int32_t column) {
-    RECT r{headerWidth_, headerHeight_ + (row - topRow_) * rowHeight_, 0, 0};
+    RECT r{headerWidth_, rowTop(row), 0, 0};
     if (column >= leftColumn_) {
         for (int32_t c = leftColumn_; c < column && r.left < clientWidth(); ++c) r.left += columnWidth(c);
     } else {
         for (int32_t c = column; c < leftColumn_; ++c) r.left -= columnWidth(c);
     }
     r.right = r.left + columnWidth(column);
-    r.bottom = r.top + rowHeight_;
+    r.bottom = r.top + rowHeight(row);
     return r;
 }
 
 RECT GridControl::areaRect(const CellRect& area) {
     const RECT first = cellRect(area.top, area.left);
-    return {first.left, first.top, cellRect(area.top, area.right).right,
-            headerHeight_ + (area.bottom + 1 - topRow_) * rowHeight_};
+    return {first.left, first.top, cellRect(area.top, area.right).right, rowTop(area.bottom + 1)};
 }
 
 int32_t GridControl::columnAt(int x) {
@@ -119,7 +147,9 @@ int32_t GridControl::columnAt(int x) {
 }
 
 int32_t GridControl::rowAt(int y) {
-    return std::clamp(topRow_ + std::max(0, y - headerHeight_) / rowHeight_, 0, kMaxRow);
+    int32_t row = topRow_;
+    for (int bottom = headerHeight_ + rowHeight(row); bottom <= y && row < kMaxRow; bottom += rowHeight(row)) ++row;
+    return row;
 }
 
 int GridControl::columnBorderAt(int x, int y) {

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "sheet/workbook.h"
+#include "ui/cell_look_painter_win32.h"
 
 namespace kes {
 
@@ -58,6 +59,8 @@ private:
     int clientWidth() const;
     int clientHeight() const;
     int visibleRows() const;
+    int rowHeight(int32_t row) const;
+    int rowTop(int32_t row) const;
     RECT cellRect(int32_t row, int32_t column);
     RECT areaRect(const CellRect& area);   // the whole area, parts off screen included
     int32_t columnAt(int x);
@@ -69,7 +72,6 @@ private:
     void paintCells(HDC dc, int32_t lastRow, int32_t lastColumn);
     void paintSelection(HDC dc);
     void paintMergedAreas(HDC dc, const std::vector<CellRect>& areas);
-    void drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r);
 
     void updateScrollBars();
     void scrollTo(int32_t topRow, int32_t leftColumn);
@@ -102,6 +104,7 @@ private:
     HWND findCase_ = nullptr;
     WNDPROC editorDefault_ = nullptr;
     HFONT font_ = nullptr;
+    CellLookPainter looks_;
     HFONT headerFont_ = nullptr;
     Workbook& book_;
     CellWriter writer_;

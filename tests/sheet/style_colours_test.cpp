@@ -18,7 +18,7 @@ TEST(StyleColours, ThemeColoursWithTintsAreExcels) {
         {2, 0, 0xE7E6E6},
         {3, 0, 0x44546A},
         {4, 0, 0x5B9BD5},
-        {4, 0.7999816888943144, 0xDDEBF7},     // Accent 1, lighter 80%
+        {1, 0.499984740745262, 0x7F7F7F},      // Text 1, lighter 50%
         {5, 0.5999938962981048, 0xF8CBAD},     // Accent 2, lighter 60%
         {9, -0.249977111117893, 0x548235},     // Accent 6, darker 25%
         {0, -0.1499984740745262, 0xD9D9D9},    // Background 1, darker 15%

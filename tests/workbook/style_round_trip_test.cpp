@@ -70,7 +70,7 @@ Workbook& reload(Workbook& book, Workbook& into, std::u16string_view name) {
     std::string bytes;
     SaveToStream(book, bytes, &formatFor(name));
     ByteStream stream{bytes, 0};
-    LoadFromStream(into, stream, &formatFor(name));
+    LoadFromStream(into, stream, formatFor(name));
     return into;
 }
 

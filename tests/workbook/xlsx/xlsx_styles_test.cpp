@@ -21,7 +21,7 @@ constexpr std::string_view kExcelStyles = R"(<?xml version="1.0" encoding="UTF-8
 <fills count="5">
  <fill><patternFill patternType="none"/></fill>
  <fill><patternFill patternType="gray125"/></fill>
- <fill><patternFill patternType="solid"><fgColor theme="4" tint="0.79998168889431442"/><bgColor indexed="64"/></patternFill></fill>
+ <fill><patternFill patternType="solid"><fgColor theme="5" tint="0.59999389629810485"/><bgColor indexed="64"/></patternFill></fill>
  <fill><gradientFill degree="90"><stop position="0"><color rgb="FF92D050"/></stop><stop position="1"><color theme="0"/></stop></gradientFill></fill>
  <fill><patternFill patternType="lightGrid"><fgColor indexed="12"/><bgColor auto="1"/></patternFill></fill>
 </fills>
@@ -62,7 +62,7 @@ TEST(XlsxStyles, ReadsExcelsCellFormatsWithEveryColourResolved) {
     second.numberFormat = u"0.000_ ";
     second.font = {u"Arial", 280, true, false, false, Underline::Double, 0xFF0000};
     second.pattern = kPatternSolid;
-    second.patternColour = 0xDDEBF7;
+    second.patternColour = 0xF8CBAD;   // Accent 2, lighter 60%
     second.left = {BorderStyle::Thin, kAutoColour};
     second.right = {BorderStyle::Medium, 0x0070C0};
     second.top = {BorderStyle::DashDot, 0xC55A11};
