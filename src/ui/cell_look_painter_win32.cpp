@@ -116,6 +116,7 @@ void CellLookPainter::beginPaint() {
     for (HGDIOBJ object : paintObjects_) DeleteObject(object);
     paintObjects_.clear();
     pens_.clear();
+    lines_.clear();
     if (fonts_.size() > kMaxFonts) clearFonts();
 }
 
@@ -130,17 +131,21 @@ bool CellLookPainter::paintFill(HDC dc, const RECT& r, const CellStyle& style, C
     return true;
 }
 
-HPEN CellLookPainter::penOf(BorderStyle style, COLORREF colour, int width) {
+CellLookPainter::Lines& CellLookPainter::linesOf(BorderStyle style, COLORREF colour, int width) {
     const uint64_t key = uint64_t(style) << 32 | uint64_t(colour) << 4 | uint64_t(width);
-    HPEN& pen = pens_[key];
-    if (!pen) {
-        pen = CreatePen(width > 1 ? PS_SOLID : penStyle(style), width, colour);
-        paintObjects_.push_back(pen);
+    Lines& lines = lines_[key];
+    if (!lines.pen) {
+        HPEN& pen = pens_[key];
+        if (!pen) {
+            pen = CreatePen(width > 1 ? PS_SOLID : penStyle(style), width, colour);
+            paintObjects_.push_back(pen);
+        }
+        lines.pen = pen;
     }
-    return pen;
+    return lines;
 }
 
-void CellLookPainter::paintBorders(HDC dc, const RECT& r, const CellStyle& style) {
+void CellLookPainter::addBorders(const RECT& r, const CellStyle& style) {
     struct Side {
         const BorderLine* line;
         bool vertical;
@@ -149,28 +154,39 @@ void CellLookPainter::paintBorders(HDC dc, const RECT& r, const CellStyle& style
     };
     const Side sides[] = {{&style.left, true, int(r.left) - 1, 1}, {&style.right, true, int(r.right) - 1, -1},
                           {&style.top, false, int(r.top) - 1, 1}, {&style.bottom, false, int(r.bottom) - 1, -1}};
-    const int oldMode = SetBkMode(dc, TRANSPARENT);
-    HGDIOBJ oldPen = nullptr;
     for (const Side& side : sides) {
         const BorderLine& line = *side.line;
         if (line.style == BorderStyle::None) continue;
         const COLORREF colour = line.colour == kAutoColour ? RGB(0, 0, 0) : colourRef(line.colour);
         const bool twoLines = line.style == BorderStyle::Double;
         const int width = twoLines ? 1 : penWidth(line.style);
-        HGDIOBJ previous = SelectObject(dc, penOf(line.style, colour, width));
-        if (!oldPen) oldPen = previous;
+        std::vector<POINT>& points = linesOf(line.style, colour, width).points;
         // A wide pen centres on its line: shift it inward so that it stays in its cell.
         const int offset = width > 1 ? side.inward * (width / 2) : 0;
         for (int pass = 0; pass < (twoLines ? 2 : 1); ++pass) {
             const int at = side.at + offset + pass * 2 * side.inward;
             if (side.vertical) {
-                MoveToEx(dc, at, r.top - 1, nullptr);
-                LineTo(dc, at, r.bottom);
+                points.push_back({at, r.top - 1});
+                points.push_back({at, r.bottom});
             } else {
-                MoveToEx(dc, r.left - 1, at, nullptr);
-                LineTo(dc, r.right, at);
+                points.push_back({r.left - 1, at});
+                points.push_back({r.right, at});
             }
         }
+    }
+}
+
+void CellLookPainter::drawBorders(HDC dc) {
+    const int oldMode = SetBkMode(dc, TRANSPARENT);
+    HGDIOBJ oldPen = nullptr;
+    std::vector<DWORD> counts;
+    for (auto& [key, lines] : lines_) {
+        if (lines.points.empty()) continue;
+        HGDIOBJ previous = SelectObject(dc, lines.pen);
+        if (!oldPen) oldPen = previous;
+        counts.assign(lines.points.size() / 2, 2);
+        PolyPolyline(dc, lines.points.data(), counts.data(), DWORD(counts.size()));
+        lines.points.clear();
     }
     if (oldPen) SelectObject(dc, oldPen);
     SetBkMode(dc, oldMode);

@@ -40,8 +40,10 @@ public:
     // The fill of a style over `r`, blended with `selection` when the cell is selected; false
     // when the style has no fill and nothing was painted.
     bool paintFill(HDC dc, const RECT& r, const CellStyle& style, COLORREF selection, bool selected);
-    // The borders of a style on the edges of `r` (right and bottom over the grid lines).
-    void paintBorders(HDC dc, const RECT& r, const CellStyle& style);
+    // The borders of a style on the edges of `r` (right and bottom over the grid lines), kept
+    // until drawBorders draws all of a paint's lines in one call per pen.
+    void addBorders(const RECT& r, const CellStyle& style);
+    void drawBorders(HDC dc);
 
     struct Text {
         std::u16string text;
@@ -62,7 +64,11 @@ private:
         size_t operator()(const FontKey& k) const;
     };
     FontKey keyOf(const CellStyles& styles, const CellStyle& style) const;
-    HPEN penOf(BorderStyle style, COLORREF colour, int width);
+    struct Lines {
+        HPEN pen = nullptr;
+        std::vector<POINT> points;   // pairs: each line's two ends
+    };
+    Lines& linesOf(BorderStyle style, COLORREF colour, int width);
     void clearFonts();
 
     std::wstring gridFace_ = L"SimSun";
@@ -74,6 +80,7 @@ private:
     uint32_t generation_ = 0;
     std::vector<HGDIOBJ> paintObjects_;
     std::unordered_map<uint64_t, HPEN> pens_;
+    std::unordered_map<uint64_t, Lines> lines_;
 };
 
 }  // namespace kes

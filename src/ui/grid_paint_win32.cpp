@@ -132,7 +132,7 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
             if (cell->style != CellStyles::kDefault) {
                 const RECT under{box.left - 1, box.top - 1, box.right, box.bottom};
                 looks_.paintFill(dc, under, look, kSelectionFill, isSelected(selection, row->index, cell->index));
-                looks_.paintBorders(dc, box, look);
+                looks_.addBorders(box, look);
             }
             std::u16string text = ref.displayText();
             if (text.empty()) continue;
@@ -160,6 +160,7 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
         }
     }
     if (!merged.empty()) paintMergedAreas(dc, merged);
+    looks_.drawBorders(dc);   // over fills and texts, as Excel draws them
     SelectObject(dc, oldFont);
 
     RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
@@ -203,7 +204,7 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
         const CellStyle& look = book_.styles()[style];
         if (!looks_.paintFill(dc, inside, look, kSelectionFill, selected))
             FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
-        if (style != CellStyles::kDefault) looks_.paintBorders(dc, whole, look);
+        if (style != CellStyles::kDefault) looks_.addBorders(whole, look);
         if (!ref) continue;
         std::u16string text = ref.displayText();
         if (text.empty()) continue;
