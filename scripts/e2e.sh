@@ -45,6 +45,30 @@ book.close()
 data = open(sys.argv[1] + "/labels.xlsx", "rb").read()
 open(sys.argv[1] + "/damaged.xlsx", "wb").write(data[: len(data) // 2])
 PYTHON
+# A styled workbook as Excel users make them: a bold header on a fill, borders, a red section
+# for negatives, wrapped text in a tall row, a hidden column.
+/usr/bin/python3 - "$out" <<'PYTHON'
+import sys, xlsxwriter
+book = xlsxwriter.Workbook(sys.argv[1] + "/styled.xlsx")
+sheet = book.add_worksheet("\u6807\u7b7e")
+header = book.add_format({"bold": True, "font_color": "#FFFFFF", "bg_color": "#2F5597", "border": 1, "align": "center"})
+cell = book.add_format({"border": 1})
+money = book.add_format({"border": 1, "num_format": "0.00;[Red]-0.00", "font_name": "Arial", "italic": True})
+wrapped = book.add_format({"border": 2, "text_wrap": True, "valign": "top", "bg_color": "#FFF2CC"})
+sheet.write_row(0, 0, ["\u54c1\u540d", "\u6570\u91cf", "\u6761\u7801", "\u5907\u6ce8"], header)
+sheet.write_row(1, 0, ["\u5185\u516d\u89d2\u87ba\u6813"], cell)
+sheet.write_number(1, 1, -12.5, money)
+sheet.write_string(1, 2, "6901234567890", cell)
+sheet.write_string(1, 3, "\u4e0d\u9508\u94a2 M6x20, \u6bcf\u76d2200\u4e2a, \u5165\u5e93\u524d\u68c0\u9a8c", wrapped)
+sheet.set_row(1, 48)
+sheet.set_column(0, 0, 16)
+sheet.set_column(2, 2, 18)
+sheet.set_column(3, 3, 20)
+sheet.set_column(4, 4, 10, None, {"hidden": True})
+sheet.write_string(1, 4, "hidden")
+sheet.write_string(2, 0, "\u5e73\u57ab\u5708", book.add_format({"font_size": 14, "underline": 1, "font_color": "#C00000"}))
+book.close()
+PYTHON
 # The 32-bit host's out-of-memory case imports, prints and exports a large sheet.
 if [ "$build" = win32 ]; then
   /usr/bin/python3 bench/make_label_workbook.py "$out/labels-100k.xlsx" 100000
@@ -58,4 +82,18 @@ rm -f "$out"/*.done
 tr -d '\r' <"$out/e2e.log" >"$out/e2e.txt"
 cat "$out/e2e.txt"
 echo "($((SECONDS - started)) s)"
+# What the window exported keeps the look it imported.
+/usr/bin/python3 - "$out/styled-export.xlsx" <<'PYTHON'
+import sys, openpyxl
+sheet = openpyxl.load_workbook(sys.argv[1]).worksheets[0]
+header, money = sheet["A1"], sheet["B2"]
+problems = []
+if not header.font.b or not header.fill.fgColor.rgb.endswith("2F5597"): problems.append("header font or fill")
+if header.border.left.style != "thin": problems.append("header border")
+if money.number_format != "0.00;[Red]-0.00" or not money.font.i: problems.append("number format or italic")
+if not sheet["D2"].alignment.wrap_text or sheet.row_dimensions[2].height != 48: problems.append("wrap or row height")
+if not sheet.column_dimensions["E"].hidden: problems.append("hidden column")
+print("styled export: " + ("kept" if not problems else "lost " + ", ".join(problems)))
+sys.exit(1 if problems else 0)
+PYTHON
 grep -Eq '^[0-9]+ passed, 0 failed$' "$out/e2e.txt"

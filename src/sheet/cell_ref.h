@@ -4,6 +4,7 @@
 // records undo steps or signals changes goes through this handle. Cheap to copy; valid while
 // the cell exists.
 #include <cstdint>
+#include <optional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,6 +38,9 @@ public:
 
     // The text as the user sees it in the grid, through the cell's number format.
     std::u16string displayText() const;
+    // The colour a [Red] or [ColorN] section of the cell's number format gives what it shows;
+    // none when the section names no colour.
+    std::optional<uint32_t> displayColour() const;
 
     // The plain text of the value; empty for errors.
     std::u16string asString() const;

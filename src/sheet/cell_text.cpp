@@ -157,6 +157,21 @@ std::u16string CellRef::displayText() const {
     }
 }
 
+std::optional<uint32_t> CellRef::displayColour() const {
+    const std::u16string& code = numberFormat();
+    // Only a bracket names a colour; most cells need no second pass through the formatter.
+    if (code.find(u'[') == std::u16string::npos || cell_->type == cdtBlank) return std::nullopt;
+    const Workbook& book = sheet_->workbook();
+    const CellValue shown = cell_->type == cdtFormula ? formulaResult() : value();
+    switch (shown.type) {
+    case cdtString: return formatText(shown.text, code).color;
+    case cdtBlank:
+    case cdtBoolean:
+    case cdtError: return std::nullopt;
+    default: return formatNumber(shown.asFloat(), code, book.settings(), hintOf(shown.type)).color;
+    }
+}
+
 // A number through the cell's format, remembered by value, style and settings.
 std::u16string CellRef::numberText(CellDataType type, double number, uint64_t bits) const {
     if (number == 0 && !sheet_->showsZeroValues()) return {};

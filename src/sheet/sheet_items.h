@@ -37,6 +37,9 @@ static_assert(sizeof(void*) != 8 || sizeof(SheetCell) == 32, "a cell must stay 3
 struct SheetRow : ListItem<SheetRow> {
     explicit SheetRow(int32_t row) : ListItem(row) {}
 
+    // Beside the list item's index, in what would be padding: a row costs nothing more for them.
+    uint16_t height = 0;   // in pixels at 96 dpi; 0 means the sheet's default height
+    bool hidden = false;
     ItemList<SheetCell> cells;
     // Index of the last cell + 1, or 0 when the row holds no cell.
     int32_t cellCount() const { return cells.last() ? cells.last()->index + 1 : 0; }
@@ -46,6 +49,7 @@ struct SheetColumn : ListItem<SheetColumn> {
     explicit SheetColumn(int32_t column) : ListItem(column) {}
 
     int32_t width = 0;   // in pixels at 96 dpi; 0 means the sheet's default width
+    bool hidden = false;
 };
 
 }  // namespace kes

@@ -1,5 +1,6 @@
 #include "sheet/sheet_table.h"
 
+#include <algorithm>
 #include <atomic>
 
 #include "sheet/cell_formula.h"
@@ -116,6 +117,37 @@ int32_t SheetTable::columnWidth(int32_t column) {
 void SheetTable::setColumnWidth(int32_t column, int32_t pixels) {
     SheetColumn* c = columns_.createItem(column, [](int32_t index) { return new SheetColumn(index); }, [](SheetColumn*) {});
     c->width = pixels;
+    changed();
+}
+
+bool SheetTable::columnHidden(int32_t column) {
+    const SheetColumn* c = columns_.getItem(column);
+    return c && c->hidden;
+}
+
+void SheetTable::setColumnHidden(int32_t column, bool hidden) {
+    SheetColumn* c = columns_.createItem(column, [](int32_t index) { return new SheetColumn(index); }, [](SheetColumn*) {});
+    c->hidden = hidden;
+    changed();
+}
+
+int32_t SheetTable::rowHeight(int32_t row) {
+    const SheetRow* r = rows_.getItem(row);
+    return r && r->height > 0 ? r->height : defaultRowHeight;
+}
+
+void SheetTable::setRowHeight(int32_t row, int32_t pixels) {
+    createRow(row)->height = uint16_t(std::clamp(pixels, 0, kMaxRowHeight));
+    changed();
+}
+
+bool SheetTable::rowHidden(int32_t row) {
+    const SheetRow* r = rows_.getItem(row);
+    return r && r->hidden;
+}
+
+void SheetTable::setRowHidden(int32_t row, bool hidden) {
+    createRow(row)->hidden = hidden;
     changed();
 }
 

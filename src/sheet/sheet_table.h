@@ -56,6 +56,17 @@ public:
     int32_t columnWidth(int32_t column);
     void setColumnWidth(int32_t column, int32_t pixels);
     int32_t defaultColumnWidth = 96;
+    bool columnHidden(int32_t column);
+    void setColumnHidden(int32_t column, bool hidden);
+
+    // Row heights in pixels at 96 dpi, as column widths are; a row of height 0 is the default.
+    static constexpr int32_t kMaxRowHeight = 546;   // 409.5 points, Excel's limit
+    int32_t rowHeight(int32_t row);
+    void setRowHeight(int32_t row, int32_t pixels);
+    static constexpr int32_t kDefaultRowHeight = 20;   // 15 points, a row of Calibri 11
+    int32_t defaultRowHeight = kDefaultRowHeight;
+    bool rowHidden(int32_t row);
+    void setRowHidden(int32_t row, bool hidden);
 
     // Merged areas: each is shown as one cell, whose content is its top left cell's. Workbook
     // files bring them and take them back. An area of one cell, one reaching beyond the sheet,

@@ -50,6 +50,7 @@ void GridControl::setFont(const wchar_t* face, int pixelHeight) {
     headerFont_ = CreateFontW(-scaled(12), 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0,
                               L"Segoe UI");
     SendMessageW(editor_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
+    looks_.setGridFont(face, pixelHeight, dpi_);
     rowHeight_ = scaled(20);
     headerHeight_ = scaled(20);
     headerWidth_ = scaled(52);
@@ -81,7 +82,7 @@ void GridControl::redraw() {
 
 // --- geometry --------------------------------------------------------------------------------
 
-int GridControl::columnWidth(int32_t column) { return scaled(sheet().columnWidth(column)); }
+int GridControl::columnWidth(int32_t column) { return sheet().columnHidden(column) ? 0 : scaled(sheet().columnWidth(column)); }
 
 int GridControl::clientWidth() const {
     RECT r;
@@ -95,13 +96,47 @@ int GridControl::clientHeight() const {
     return r.bottom;
 }
 
-// The rows that scroll and fit on screen.
-int GridControl::visibleRows() const { return std::max(1, (cellsBottom() - scrollingTop()) / rowHeight_); }
+// Rows have the sheet's heights; hidden rows and columns take no room.
+int GridControl::rowHeight(int32_t row) const {
+    SheetTable& table = *book_.activeSheet();
+    return table.rowHidden(row) ? 0 : scaled(table.rowHeight(row));
+}
 
-// A row scrolled off above the frozen rows lies above the scrolling band, where it is clipped.
+// Where the rows that scroll begin: under the headers and the frozen rows.
+int GridControl::scrollingTop() const {
+    int y = headerHeight_;
+    for (int32_t r = 0; r < kFrozenRows; ++r) y += rowHeight(r);
+    return y;
+}
+
+// The rows from the top scrolling one that fit whole above the tabs.
+int GridControl::visibleRows() const {
+    int32_t rows = 0;
+    for (int y = scrollingTop() + rowHeight(topRow_); y <= cellsBottom() && topRow_ + rows < kMaxRow; ++rows)
+        y += rowHeight(topRow_ + rows + 1);
+    return std::max(1, rows);
+}
+
+// The top of a row on screen; a row scrolled off above the frozen rows lies above the scrolling
+// band, where it is clipped. Rows more than a screen away are taken at the default height, so
+// that no answer walks over a million rows.
 int GridControl::rowTop(int32_t row) const {
-    if (row < kFrozenRows) return headerHeight_ + row * rowHeight_;
-    return scrollingTop() + (row - topRow_) * rowHeight_;
+    if (row < kFrozenRows) {
+        int y = headerHeight_;
+        for (int32_t r = 0; r < row; ++r) y += rowHeight(r);
+        return y;
+    }
+    int y = scrollingTop();
+    const int reach = clientHeight() + headerHeight_;
+    for (int32_t r = topRow_; r < row; ++r) {
+        if (y > reach) return y + (row - r) * rowHeight_;
+        y += rowHeight(r);
+    }
+    for (int32_t r = topRow_ - 1; r >= row; --r) {
+        if (y < -reach) return y - (r - row + 1) * rowHeight_;
+        y -= rowHeight(r);
+    }
+    return y;
 }
 
 RECT GridControl::cellRect(int32_t row, int32_t column) {
@@ -112,13 +147,13 @@ RECT GridControl::cellRect(int32_t row, int32_t column) {
         for (int32_t c = column; c < leftColumn_; ++c) r.left -= columnWidth(c);
     }
     r.right = r.left + columnWidth(column);
-    r.bottom = r.top + rowHeight_;
+    r.bottom = r.top + rowHeight(row);
     return r;
 }
 
 RECT GridControl::areaRect(const CellRect& area) {
     const RECT first = cellRect(area.top, area.left);
-    return {first.left, first.top, cellRect(area.top, area.right).right, rowTop(area.bottom) + rowHeight_};
+    return {first.left, first.top, cellRect(area.top, area.right).right, rowTop(area.bottom) + rowHeight(area.bottom)};
 }
 
 int32_t GridControl::columnAt(int x) {
@@ -131,8 +166,14 @@ int32_t GridControl::columnAt(int x) {
 }
 
 int32_t GridControl::rowAt(int y) {
-    if (y < scrollingTop()) return std::clamp(std::max(0, y - headerHeight_) / rowHeight_, 0, kFrozenRows - 1);
-    return std::clamp(topRow_ + (y - scrollingTop()) / rowHeight_, kFrozenRows, kMaxRow);
+    if (y < scrollingTop()) {
+        int32_t row = 0;
+        for (int bottom = headerHeight_ + rowHeight(row); bottom <= y && row < kFrozenRows - 1; bottom += rowHeight(row)) ++row;
+        return row;
+    }
+    int32_t row = topRow_;
+    for (int bottom = scrollingTop() + rowHeight(row); bottom <= y && row < kMaxRow; bottom += rowHeight(row)) ++row;
+    return row;
 }
 
 int GridControl::columnBorderAt(int x, int y) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "sheet/workbook.h"
+#include "ui/cell_look_painter_win32.h"
 
 namespace kes {
 
@@ -68,6 +69,8 @@ private:
     int clientWidth() const;
     int clientHeight() const;
     int visibleRows() const;
+    int rowHeight(int32_t row) const;
+    int rowTop(int32_t row) const;
     RECT cellRect(int32_t row, int32_t column);
     RECT areaRect(const CellRect& area);   // the whole area, parts off screen included
     int32_t columnAt(int x);
@@ -75,8 +78,7 @@ private:
     int columnBorderAt(int x, int y);   // the column whose right border lies under (x, y), or -1
     // Row 0, the field names, stays under the column headers while the rows below it scroll.
     static constexpr int32_t kFrozenRows = 1;
-    int rowTop(int32_t row) const;
-    int scrollingTop() const { return headerHeight_ + kFrozenRows * rowHeight_; }
+    int scrollingTop() const;
     int cellsBottom() const { return std::max(scrollingTop() + rowHeight_, clientHeight() - tabBarHeight_); }
     bool rowShown(int32_t row) const { return row < kFrozenRows || row >= topRow_; }
 
@@ -87,7 +89,6 @@ private:
     void paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn);
     void paintSelection(HDC dc, int32_t firstRow, int32_t lastRow);
     void paintMergedAreas(HDC dc, const std::vector<CellRect>& areas);
-    void drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r);
 
     // The sheet tabs and the count of rows that print, under the cells (grid_tabs_win32.cpp).
     void paintTabBar(HDC dc);
@@ -128,6 +129,7 @@ private:
     HWND findCase_ = nullptr;
     WNDPROC editorDefault_ = nullptr;
     HFONT font_ = nullptr;
+    CellLookPainter looks_;
     HFONT headerFont_ = nullptr;
     Workbook& book_;
     CellWriter writer_;

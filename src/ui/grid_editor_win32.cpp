@@ -41,6 +41,11 @@ void GridControl::placeEditor() {
 
 void GridControl::startEditing(EditState state, const std::u16string& text) {
     editState_ = state;
+    // The editor shows the cell's own font, as Excel edits in place.
+    const SheetSelection& at = sheet().selection();
+    const CellRef cell = sheet().getCell(at.focusedRow(), at.focusedColumn());
+    const HFONT font = looks_.fontOf(book_.styles(), cell ? cell.style() : CellStyles::kDefault);
+    SendMessageW(editor_, WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
     SetWindowTextW(editor_, wide(text));
     placeEditor();
     const int length = static_cast<int>(text.size());

@@ -19,6 +19,16 @@ constexpr COLORREF kFocusFrame = RGB(0x21, 0x73, 0x46);
 constexpr COLORREF kFreezeLine = RGB(0x9B, 0x9B, 0x9B);
 constexpr COLORREF kPrintMark = RGB(0x21, 0x73, 0x46);
 
+bool isSelected(const SheetSelection& selection, int32_t row, int32_t column) {
+    const std::vector<CellRect>& areas = selection.areas();
+    // One cell alone is shown by the focus frame, not as a selection.
+    if (areas.size() == 1 && areas[0].left == areas[0].right && areas[0].top == areas[0].bottom) return false;
+    for (const CellRect& area : areas) {
+        if (area.contains(row, column)) return true;
+    }
+    return false;
+}
+
 std::wstring columnName(int32_t column) {
     std::wstring name;
     for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) name.insert(name.begin(), wchar_t(L'A' + (c - 1) % 26));
@@ -35,6 +45,7 @@ void GridControl::paint(HDC target) {
     RECT all{0, 0, width, height};
     FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
     SetBkMode(dc, TRANSPARENT);
+    looks_.beginPaint();
 
     const int32_t lastRow = std::min<int32_t>(kMaxRow, topRow_ + visibleRows());
     int32_t lastColumn = leftColumn_;
@@ -85,9 +96,12 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
     const int width = clientWidth(), height = clientHeight();
     HPEN pen = CreatePen(PS_SOLID, 1, kGridLine);
     HGDIOBJ oldPen = SelectObject(dc, pen);
-    for (int y = headerHeight_ + rowHeight_ - 1; y < height; y += rowHeight_) {
-        MoveToEx(dc, headerWidth_, y, nullptr);
-        LineTo(dc, width, y);
+    for (int32_t row = firstRow, y = rowTop(firstRow); y < height && row <= lastRow; ++row) {
+        const int rowPixels = rowHeight(row);
+        if (rowPixels == 0) continue;
+        y += rowPixels;
+        MoveToEx(dc, headerWidth_, y - 1, nullptr);
+        LineTo(dc, width, y - 1);
     }
     for (int32_t c = leftColumn_, x = headerWidth_; c <= lastColumn; ++c) {
         x += columnWidth(c);
@@ -110,6 +124,7 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
 
     HGDIOBJ oldFont = SelectObject(dc, font_);
     SetTextColor(dc, RGB(0, 0, 0));
+    const SheetSelection& selection = table.selection();
     std::vector<const CellRect*> rowMerged;   // the areas on screen that hold the row
     for (SheetRow* row = table.rows().lowerBound(firstRow); row && row->index <= lastRow; row = row->next) {
         if (!merged.empty()) {
@@ -124,20 +139,32 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
             }
             return false;
         };
+        if (row->hidden) continue;
         for (SheetCell* cell = row->cells.lowerBound(leftColumn_); cell && cell->index <= lastColumn; cell = cell->next) {
             // A merged area's cells show nothing of their own: its top left cell's text is drawn below.
             if (!rowMerged.empty() && inMerged(cell->index)) continue;
             const CellRef ref(&table, row, cell);
+            RECT box = cellRect(row->index, cell->index);
+            if (box.right <= box.left) continue;   // a hidden column
+            const CellStyle& look = book_.styles()[cell->style];
+            if (cell->style != CellStyles::kDefault) {
+                const RECT under{box.left - 1, box.top - 1, box.right, box.bottom};
+                looks_.paintFill(dc, under, look, kSelectionFill, isSelected(selection, row->index, cell->index));
+                looks_.addBorders(box, look);
+            }
             std::u16string text = ref.displayText();
             if (text.empty()) continue;
-            // One line per cell: line breaks and tabs inside a text show as spaces.
-            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
-            RECT r = cellRect(row->index, cell->index);
+            SelectObject(dc, looks_.fontOf(book_.styles(), cell->style));
+            // One line per cell unless the style wraps: line breaks and tabs show as spaces.
+            if (!look.wrap)
+                std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+            RECT r = box;
             InflateRect(&r, -scaled(3), 0);
             const CellDataType type = ref.formulaResult().type;
             SIZE extent{};
             GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
-            if (!isNumericType(type) && type != cdtBoolean && type != cdtError && extent.cx > r.right - r.left) {
+            const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
+            if (!look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError && extent.cx > r.right - r.left) {
                 // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
                 for (SheetCell* next = cell->next; r.right - r.left < extent.cx && r.right < width;) {
                     const int32_t column = columnAt(r.right + scaled(4));
@@ -147,13 +174,13 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
                     if (next && next->index <= column) next = next->next;
                 }
             }
-            drawCellText(dc, text, type, extent, r);
+            looks_.paintText(dc, r, look, {std::move(text), type, ref.displayColour()}, dpi_);
         }
     }
     if (!merged.empty()) paintMergedAreas(dc, merged);
+    looks_.drawBorders(dc);   // over fills and texts, as Excel draws them
     SelectObject(dc, oldFont);
 
-    const SheetSelection& selection = table.selection();
     RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
     if (!merged.empty()) {
         // The focus on a merged cell frames the whole area, as one cell.
@@ -190,19 +217,21 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
                                     s.top <= area.bottom && area.top <= s.bottom);
         }
         const RECT inside{whole.left, whole.top, whole.right - 1, whole.bottom - 1};
-        FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
-
         const CellRef ref = sheet().getCell(area.top, area.left);
+        const uint16_t style = ref ? ref.style() : CellStyles::kDefault;
+        const CellStyle& look = book_.styles()[style];
+        if (!looks_.paintFill(dc, inside, look, kSelectionFill, selected))
+            FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+        if (style != CellStyles::kDefault) looks_.addBorders(whole, look);
         if (!ref) continue;
         std::u16string text = ref.displayText();
         if (text.empty()) continue;
-        std::replace_if(
-            text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
-        SIZE extent{};
-        GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+        if (!look.wrap)
+            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+        SelectObject(dc, looks_.fontOf(book_.styles(), style));
         RECT r = inside;
         InflateRect(&r, -scaled(3), 0);
-        drawCellText(dc, text, ref.formulaResult().type, extent, r);
+        looks_.paintText(dc, r, look, {std::move(text), ref.formulaResult().type, ref.displayColour()}, dpi_);
     }
     RestoreDC(dc, saved);
     DeleteObject(selectedFill);
@@ -210,7 +239,9 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
 
 // A row's number; a strip at its left edge when "print page" would send the row.
 void GridControl::paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill) {
-    RECT r{0, rowTop(row), headerWidth_, rowTop(row) + rowHeight_};
+    const int height = rowHeight(row);
+    if (height == 0) return;   // hidden
+    RECT r{0, rowTop(row), headerWidth_, rowTop(row) + height};
     if (row >= selected.top && row <= selected.bottom) FillRect(dc, &r, selectedFill);
     if (row >= 1 && row < pageEndRow()) {
         RECT strip{0, r.top, scaled(4), r.bottom - 1};
@@ -222,24 +253,6 @@ void GridControl::paintRowHeader(HDC dc, int32_t row, const CellRect& selected, 
     DrawTextW(dc, number.c_str(), static_cast<int>(number.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
     MoveToEx(dc, 0, r.bottom - 1, nullptr);
     LineTo(dc, headerWidth_, r.bottom - 1);
-}
-
-// A cell's text in `r`: numbers to the right, truth values and errors centred, text to the left.
-void GridControl::drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r) {
-    UINT align = DT_LEFT;
-    if (isNumericType(type)) {
-        align = DT_RIGHT;
-        // A number never shows cut: like Excel, a column too narrow for it shows #s.
-        if (extent.cx > r.right - r.left) {
-            std::wstring hashes(static_cast<size_t>(std::max<LONG>(1, (r.right - r.left) / std::max(1, scaled(7)))), L'#');
-            DrawTextW(dc, hashes.c_str(), static_cast<int>(hashes.size()), &r, DT_RIGHT | DT_VCENTER | DT_SINGLELINE);
-            return;
-        }
-    } else if (type == cdtBoolean || type == cdtError) {
-        align = DT_CENTER;
-    }
-    DrawTextW(dc, wide(text), static_cast<int>(text.size()), &r,
-              align | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
 }
 
 void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {

@@ -504,6 +504,21 @@ void cases() {
         check(received[1].bytes == expected, "payload of the imported rows: " + received[1].bytes);
     });
 
+    run("a styled workbook shows its fonts, fills, borders and heights, and exports them", [] {
+        bool imported = false, exported = false;
+        session(kFields, [&](HWND form, HWND) {
+            imported = importFile(form, L"styled.xlsx");
+            settle(form);
+            screenshot(L"imported-styled");
+            exported = fileDialog(form, L"\u5BFC\u51FAExcel", L"styled-export.xlsx");
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(imported && exported, "the dialogs take the file names");
+        check(received.size() == 1 && received[0].bytes.find(utf8(L"\u5185\u516D\u89D2\u87BA\u6813")) != std::string::npos,
+              "the styled rows print: " + (received.empty() ? std::string("(none)") : received[0].bytes));
+    });
+
     // Only a 32-bit host's address space can be used up here; the 64-bit one reaches far beyond
     // the machine's memory.
     if (sizeof(void*) == 4) {

@@ -219,3 +219,31 @@ TEST_F(CellText, CellsOfAnArrayFormulaRefuseNewText) {
 
 }  // namespace
 }  // namespace kes
+
+namespace kes {
+namespace {
+
+// The section that shows a value decides its colour: a formula's result and a text too.
+TEST_F(CellText, DisplayColourIsTheColourOfTheSectionShown) {
+    const uint16_t signs = book.styles().add(CellStyle{u"[Blue]0.00;[Red]-0.00;0;[Color10]@"});
+    const uint16_t plain = book.styles().add(CellStyle{u"0.00"});
+    struct Case { std::u16string_view text; uint16_t style; std::optional<uint32_t> colour; };
+    const Case cases[] = {
+        {u"5", signs, 0x0000FF},
+        {u"-5", signs, 0xFF0000},
+        {u"0", signs, std::nullopt},
+        {u"abc", signs, 0x008000},
+        {u"=2-7", signs, 0xFF0000},
+        {u"TRUE", signs, std::nullopt},
+        {u"-5", plain, std::nullopt},
+    };
+    for (const Case& c : cases) {
+        CellRef cell = fresh();
+        cell.setStyle(c.style);
+        cell.setText(c.text, 1);
+        EXPECT_EQ(cell.displayColour(), c.colour) << std::string(c.text.begin(), c.text.end());
+    }
+}
+
+}  // namespace
+}  // namespace kes

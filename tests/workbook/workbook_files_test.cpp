@@ -38,8 +38,8 @@ std::string snapshot(Workbook& book) {
     return out;
 }
 
-// A workbook with every value kind, a style, widths, a selection, merged areas, two sheets and
-// the 1904 system.
+// A workbook with every value kind, styles, widths, row heights, hidden rows and columns, a
+// selection, merged areas, two sheets and the 1904 system.
 void fill(Workbook& book) {
     SheetTable& first = *book.activeSheet();
     first.createCell(0, 0).setText(u"\u54C1\u540D", 0);
@@ -54,7 +54,24 @@ void fill(Workbook& book) {
     styled.setStyle(book.styles().add(CellStyle{u"@"}));
     styled.setText(u"007", 1);
     first.createCell(1048575, 0);   // a blank cell at the last row
+    CellStyle look;
+    look.font = {u"\u5B8B\u4F53", 240, true, true, true, Underline::Double, 0x123456};
+    look.pattern = kPatternSolid;
+    look.patternColour = 0xFFFF00;
+    look.left = {BorderStyle::Thin, kAutoColour};
+    look.bottom = {BorderStyle::MediumDashDot, 0x00FF00};
+    look.horizontal = HorizontalAlignment::Center;
+    look.vertical = VerticalAlignment::Top;
+    look.wrap = true;
+    look.indent = 3;
+    look.rotation = 255;
+    first.createCell(2, 2).setStyle(book.styles().add(look));
+    book.styles().setDefaultFont({u"Arial", 200});
     first.setColumnWidth(3, 150);
+    first.setColumnHidden(4, true);
+    first.setRowHeight(2, 44);
+    first.setRowHidden(1048574, true);
+    first.defaultRowHeight = 18;
     first.selection().selectRange({1, 1, 4, 3}, 2, 2);
     first.zeroValues = TriState::Off;
     first.addMergedArea({0, 0, 11, 0});
@@ -113,6 +130,12 @@ TEST(NativeFormat, KeepsEveryKindOfValueAndSetting) {
     EXPECT_EQ(loaded.sheet(0).getCell(1, 1).dataType(), cdtCurrency);
     EXPECT_EQ(loaded.sheet(0).mergedAreas(), book.sheet(0).mergedAreas());
     EXPECT_EQ(loaded.sheet(1).mergedAreas(), book.sheet(1).mergedAreas());
+    EXPECT_EQ(loaded.styles()[loaded.sheet(0).getCell(2, 2).style()], book.styles()[book.sheet(0).getCell(2, 2).style()]);
+    EXPECT_EQ(loaded.styles().defaultFont(), book.styles().defaultFont());
+    EXPECT_EQ(loaded.sheet(0).rowHeight(2), 44);
+    EXPECT_EQ(loaded.sheet(0).rowHeight(3), 18);
+    EXPECT_TRUE(loaded.sheet(0).rowHidden(1048574));
+    EXPECT_TRUE(loaded.sheet(0).columnHidden(4));
     EXPECT_FALSE(loaded.history().canUndo());
     EXPECT_FALSE(loaded.modified);
     EXPECT_EQ(loaded.strings().size(), book.strings().size()) << "equal texts share one entry again";
@@ -180,9 +203,19 @@ TEST(NativeFormat, DamagedSnapshotsFailCleanlyAndRollBack) {
     fill(source);
     const std::string good = snapshot(source);
 
+    // What a failed load must leave: cells, merged areas, styles, the default font, row heights.
+    const auto prepare = [](Workbook& book) {
+        book.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
+        book.activeSheet()->addMergedArea({2, 2, 4, 2});
+        CellStyle bold;
+        bold.font.bold = true;
+        book.activeSheet()->getCell(2, 2).setStyle(book.styles().add(bold));
+        book.styles().setDefaultFont({u"Tahoma", 180});
+        book.activeSheet()->setRowHeight(2, 50);
+        book.activeSheet()->setColumnHidden(1, true);
+    };
     Workbook book;
-    book.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
-    book.activeSheet()->addMergedArea({2, 2, 4, 2});
+    prepare(book);
     const std::string before = snapshot(book);
     for (size_t length = 12; length < good.size(); length += 7) {
         ByteStream stream{good.substr(0, length), 0};
@@ -194,8 +227,7 @@ TEST(NativeFormat, DamagedSnapshotsFailCleanlyAndRollBack) {
         bad[at] = static_cast<char>(bad[at] ^ 0xFF);
         ByteStream stream{bad, 0};
         Workbook scratch;
-        scratch.activeSheet()->createCell(2, 2).setText(u"keep me", 0);
-        scratch.activeSheet()->addMergedArea({2, 2, 4, 2});
+        prepare(scratch);
         try {
             LoadFromStream(scratch, stream, binaryFormat());
         } catch (const ESpreadSheetReaderError&) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "sheet/format/default_palette.h"
+
 namespace kes {
 namespace {
 
@@ -24,17 +26,8 @@ constexpr std::u16string_view kChineseGeneral = u"G/\u901A\u7528\u683C\u5F0F";  
 
 bool isPlaceholder(char16_t c) { return c == u'0' || c == u'#' || c == u'?'; }
 
-// The eight named colours and Excel's default 56-colour palette, for [ColorN].
-constexpr uint32_t kPalette[56] = {
-    0x000000, 0xFFFFFF, 0xFF0000, 0x00FF00, 0x0000FF, 0xFFFF00, 0xFF00FF, 0x00FFFF,
-    0x800000, 0x008000, 0x000080, 0x808000, 0x800080, 0x008080, 0xC0C0C0, 0x808080,
-    0x9999FF, 0x993366, 0xFFFFCC, 0xCCFFFF, 0x660066, 0xFF8080, 0x0066CC, 0xCCCCFF,
-    0x000080, 0xFF00FF, 0xFFFF00, 0x00FFFF, 0x800080, 0x800000, 0x008080, 0x0000FF,
-    0x00CCFF, 0xCCFFFF, 0xCCFFCC, 0xFFFF99, 0x99CCFF, 0xFF99CC, 0xCC99FF, 0xFFCC99,
-    0x3366FF, 0x33CCCC, 0x99CC00, 0xFFCC00, 0xFF9900, 0xFF6600, 0x666699, 0x969696,
-    0x003366, 0x339966, 0x003300, 0x333300, 0x993300, 0x993366, 0x333399, 0x333333,
-};
 
+// The eight named colours, and [Color1]..[Color56] from Excel's default palette.
 std::optional<uint32_t> colorNamed(std::u16string_view name) {
     struct Named { std::u16string_view name; uint32_t rgb; };
     static constexpr Named kNamed[] = {
@@ -50,7 +43,7 @@ std::optional<uint32_t> colorNamed(std::u16string_view name) {
             if (c < u'0' || c > u'9') return std::nullopt;
             index = index * 10 + (c - u'0');
         }
-        if (index >= 1 && index <= 56) return kPalette[index - 1];
+        if (index >= 1 && index <= 56) return kDefaultPalette[size_t(index - 1)];
     }
     return std::nullopt;
 }

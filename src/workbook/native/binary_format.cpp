@@ -21,8 +21,9 @@ constexpr std::string_view kSignature{"KESBOOK\x1A", 8};
 // or kNewString and the text. Version 1 wrote every string in full. Version 3 ends each sheet
 // with its merged areas. Version 4 gives each formula its place in an array formula and keeps
 // formulas that do not parse as formulas, and ends the workbook with its defined names and
-// tables. The older versions are still read.
-constexpr uint32_t kVersion = 4;
+// tables. Version 5 keeps whole cell styles (font, fill, borders, alignment) and the workbook's
+// default font, row heights, hidden rows and hidden columns. The older versions are still read.
+constexpr uint32_t kVersion = 5;
 constexpr uint32_t kNewString = UINT32_MAX;
 
 // --- writing ---------------------------------------------------------------------------------
@@ -83,23 +84,48 @@ void writeCell(Output& out, const SheetCell& cell) {
     }
 }
 
+void writeBorder(Output& out, const BorderLine& line) {
+    out.put(static_cast<uint8_t>(line.style));
+    out.put(line.colour);
+}
+
+void writeStyle(Output& out, const CellStyle& style) {
+    out.text(style.numberFormat);
+    out.text(style.font.name);
+    out.put(style.font.size);
+    out.put(static_cast<uint8_t>(style.font.bold | style.font.italic << 1 | style.font.strike << 2 | style.wrap << 3 |
+                                 style.shrinkToFit << 4));
+    out.put(static_cast<uint8_t>(style.font.underline));
+    out.put(style.font.colour);
+    out.put(style.pattern);
+    out.put(style.patternColour);
+    out.put(style.backgroundColour);
+    for (const BorderLine* line : {&style.left, &style.right, &style.top, &style.bottom}) writeBorder(out, *line);
+    out.put(static_cast<uint8_t>(style.horizontal));
+    out.put(static_cast<uint8_t>(style.vertical));
+    out.put(style.indent);
+    out.put(style.rotation);
+}
+
 void writeSheet(Output& out, SheetTable& sheet) {
     out.text(sheet.name());
     out.put(static_cast<uint8_t>(sheet.zeroValues));
     out.put(static_cast<uint8_t>(sheet.showFormulas));
     out.put(sheet.defaultColumnWidth);
+    out.put(sheet.defaultRowHeight);
     const SheetSelection& selection = sheet.selection();
     out.put(selection.focusedRow());
     out.put(selection.focusedColumn());
     out.put(static_cast<uint32_t>(selection.areas().size()));
     for (const CellRect& a : selection.areas()) writeArea(out, a);
-    uint32_t widths = 0;
-    for (SheetColumn* c = sheet.columns().first(); c; c = c->next) widths += c->width > 0;
-    out.put(widths);
+    uint32_t columns = 0;
+    for (SheetColumn* c = sheet.columns().first(); c; c = c->next) columns += c->width > 0 || c->hidden;
+    out.put(columns);
     for (SheetColumn* c = sheet.columns().first(); c; c = c->next) {
-        if (c->width <= 0) continue;
+        if (c->width <= 0 && !c->hidden) continue;
         out.put(c->index);
         out.put(c->width);
+        out.put(static_cast<uint8_t>(c->hidden));
     }
     uint32_t rows = 0;
     for (SheetRow* r = sheet.rows().first(); r; r = r->next) ++rows;
@@ -108,6 +134,8 @@ void writeSheet(Output& out, SheetTable& sheet) {
         uint32_t cells = 0;
         for (SheetCell* c = r->cells.first(); c; c = c->next) ++cells;
         out.put(r->index);
+        out.put(r->height);
+        out.put(static_cast<uint8_t>(r->hidden));
         out.put(cells);
         for (SheetCell* c = r->cells.first(); c; c = c->next) writeCell(out, *c);
     }
@@ -283,6 +311,47 @@ void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, 
     cell.cell()->inArray = (flags & 4) != 0;
 }
 
+BorderLine readBorder(Input& in) {
+    BorderLine line;
+    const uint8_t style = in.get<uint8_t>("border");
+    if (style > uint8_t(BorderStyle::SlantDashDot)) in.fail("border", "unknown line style");
+    line.style = BorderStyle(style);
+    line.colour = in.get<Rgb>("border colour");
+    return line;
+}
+
+CellStyle readStyle(Input& in) {
+    CellStyle style;
+    style.numberFormat = in.text("number format");
+    style.font.name = in.text("font name");
+    style.font.size = in.get<uint16_t>("font size");
+    const uint8_t flags = in.get<uint8_t>("style flags");
+    style.font.bold = flags & 1;
+    style.font.italic = flags & 2;
+    style.font.strike = flags & 4;
+    style.wrap = flags & 8;
+    style.shrinkToFit = flags & 16;
+    const uint8_t underline = in.get<uint8_t>("underline");
+    if (underline > uint8_t(Underline::DoubleAccounting)) in.fail("underline", "unknown kind");
+    style.font.underline = Underline(underline);
+    style.font.colour = in.get<Rgb>("font colour");
+    style.pattern = in.get<uint8_t>("fill pattern");
+    if (style.pattern > kLastPattern) in.fail("fill pattern", "unknown pattern");
+    style.patternColour = in.get<Rgb>("fill colour");
+    style.backgroundColour = in.get<Rgb>("fill background");
+    for (BorderLine* line : {&style.left, &style.right, &style.top, &style.bottom}) *line = readBorder(in);
+    const uint8_t horizontal = in.get<uint8_t>("horizontal alignment");
+    const uint8_t vertical = in.get<uint8_t>("vertical alignment");
+    if (horizontal > uint8_t(HorizontalAlignment::Distributed) || vertical > uint8_t(VerticalAlignment::Distributed))
+        in.fail("alignment", "unknown alignment");
+    style.horizontal = HorizontalAlignment(horizontal);
+    style.vertical = VerticalAlignment(vertical);
+    style.indent = in.get<uint8_t>("indent");
+    style.rotation = in.get<uint8_t>("rotation");
+    if (style.indent > 15 || (style.rotation > 180 && style.rotation != 255)) in.fail("alignment", "indent or rotation out of range");
+    return style;
+}
+
 void readSheet(Input& in, Workbook& book, uint32_t styleCount) {
     SheetTable& sheet = book.addSheet(std::u16string(in.text("sheet name")));
     const uint8_t zeroValues = in.get<uint8_t>("zero values");
@@ -290,6 +359,10 @@ void readSheet(Input& in, Workbook& book, uint32_t styleCount) {
     sheet.zeroValues = static_cast<TriState>(zeroValues);
     sheet.showFormulas = in.get<uint8_t>("show formulas") != 0;
     sheet.defaultColumnWidth = in.get<int32_t>("default column width");
+    if (in.version() >= 5) {
+        sheet.defaultRowHeight = in.get<int32_t>("default row height");
+        if (sheet.defaultRowHeight < 1 || sheet.defaultRowHeight > SheetTable::kMaxRowHeight) in.fail("default row height", "out of range");
+    }
     const int32_t focusedRow = in.get<int32_t>("focused row");
     const int32_t focusedColumn = in.get<int32_t>("focused column");
     const uint32_t areas = in.count(16, "selection");
@@ -303,21 +376,29 @@ void readSheet(Input& in, Workbook& book, uint32_t styleCount) {
         if (i == 0) sheet.selection().selectRange(r, focusedRow, focusedColumn);
         else sheet.selection().addArea(r);
     }
-    const uint32_t widths = in.count(8, "column widths");
+    const bool formats = in.version() >= 5;
+    const uint32_t widths = in.count(formats ? 9 : 8, "column widths");
     for (uint32_t i = 0; i < widths; ++i) {
         const int32_t column = in.get<int32_t>("column");
         const int32_t width = in.get<int32_t>("column width");
-        if (column < 0 || column > kMaxColumn || width <= 0) in.fail("column width", "outside the sheet");
-        sheet.setColumnWidth(column, width);
+        const bool hidden = formats && in.get<uint8_t>("column hidden") != 0;
+        if (column < 0 || column > kMaxColumn || width < 0 || (width == 0 && !hidden)) in.fail("column width", "outside the sheet");
+        if (width > 0) sheet.setColumnWidth(column, width);
+        if (hidden) sheet.setColumnHidden(column, true);
     }
-    const uint32_t rows = in.count(8, "rows");
+    const uint32_t rows = in.count(formats ? 11 : 8, "rows");
     int32_t lastRow = -1;
     for (uint32_t i = 0; i < rows; ++i) {
         const int32_t index = in.get<int32_t>("row");
         if (index <= lastRow || index > kMaxRow) in.fail("row", "out of order or outside the sheet");
         lastRow = index;
-        const uint32_t cells = in.count(8, "cells");
         SheetRow& row = *sheet.createRow(index);
+        if (formats) {
+            row.height = in.get<uint16_t>("row height");
+            row.hidden = in.get<uint8_t>("row hidden") != 0;
+            if (row.height > SheetTable::kMaxRowHeight) in.fail("row height", "out of range");
+        }
+        const uint32_t cells = in.count(8, "cells");
         int32_t lastColumn = -1;
         for (uint32_t c = 0; c < cells; ++c) readCell(in, sheet, row, lastColumn, styleCount);
     }
@@ -348,8 +429,10 @@ void NativeWriter::Write(Workbook& book, std::string& out) {
     out.append(kSignature);
     o.put(kVersion);
     o.put(static_cast<uint8_t>(book.settings().date1904));
+    o.text(book.styles().defaultFont().name);
+    o.put(book.styles().defaultFont().size);
     o.put(static_cast<uint32_t>(book.styles().size()));
-    for (size_t i = 0; i < book.styles().size(); ++i) o.text(book.styles()[static_cast<uint16_t>(i)].numberFormat);
+    for (size_t i = 0; i < book.styles().size(); ++i) writeStyle(o, book.styles()[static_cast<uint16_t>(i)]);
     o.put(static_cast<uint32_t>(book.sheetCount()));
     o.put(book.activeSheetIndex());
     for (int32_t i = 0; i < book.sheetCount(); ++i) writeSheet(o, book.sheet(i));
@@ -366,10 +449,17 @@ void NativeReader::Read(Workbook& book, ByteStream& stream) {
     FormatSettings settings = book.settings();
     settings.date1904 = in.get<uint8_t>("date system") != 0;
     book.setSettings(settings);
+    if (version >= 5) {
+        DefaultFont font;
+        font.name = in.text("default font");
+        font.size = in.get<uint16_t>("default font size");
+        if (font.name.empty() || font.size == 0) in.fail("default font", "no name or no size");
+        book.styles().setDefaultFont(std::move(font));
+    }
     const uint32_t styles = in.count(4, "styles");
     if (styles == 0 || styles > CellStyles::kMaxStyles) in.fail("styles", "count outside 1..65536");
     for (uint32_t i = 0; i < styles; ++i) {
-        const uint16_t index = book.styles().add(CellStyle{std::u16string(in.text("style"))});
+        const uint16_t index = book.styles().add(version >= 5 ? readStyle(in) : CellStyle{std::u16string(in.text("style"))});
         if (index != i) in.fail("style", "repeated");
     }
     const uint32_t sheets = in.count(4, "sheets");

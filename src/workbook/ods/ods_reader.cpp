@@ -1,7 +1,9 @@
 #include "workbook/ods/ods_reader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <map>
 #include <unordered_map>
 #include <vector>
 
@@ -10,6 +12,7 @@
 #include "sheet/sheet_error.h"
 #include "sheet/text_to_value.h"
 #include "text/utf8.h"
+#include "workbook/ods/ods_cell_look.h"
 #include "workbook/part_source.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xml/xml_reader.h"
@@ -26,6 +29,9 @@ constexpr std::string_view kTemplateType = "application/vnd.oasis.opendocument.s
 // cells. How many copies a document may make is bounded, well above what real sheets repeat.
 constexpr uint64_t kMaxCopies = 4'000'000;
 constexpr int kMaxStyleDepth = 16;
+// Formats of rows, columns and blank cells repeated more often than this are the sheet's
+// default look running on to its end, and are not copied.
+constexpr int64_t kMaxRepeatedFormats = 1024;
 
 bool isSpreadsheetType(std::string_view type) {
     while (!type.empty() && (type.back() == ' ' || type.back() == '\n' || type.back() == '\r')) type.remove_suffix(1);
@@ -152,6 +158,11 @@ struct DataStyle {
 struct OdsCellStyle {
     std::string dataStyle;
     std::string parent;
+    OdsLook look;
+};
+
+struct OdsRowStyle {
+    int height = 0;   // pixels; 0 when the height is LibreOffice's optimal one
 };
 
 // A cell as the file gives it, before it is put in the sheet `repeat` times.
@@ -229,6 +240,17 @@ private:
                 OdsCellStyle& style = cellStyles_[std::string(styleName)];
                 if (reader.attribute("data-style-name", value)) style.dataStyle = value;
                 if (reader.attribute("parent-style-name", value)) style.parent = value;
+                readOdsLook(reader, style.look);
+            } else if (family == "table-row") {
+                OdsRowStyle& style = rowStyles_[std::string(styleName)];
+                const int depth = reader.depth();
+                while (reader.nextStartWithin(depth)) {
+                    if (reader.name() != "table-row-properties") continue;
+                    const bool optimal = reader.attribute("use-optimal-row-height", value) && value == "true";
+                    if (!optimal && reader.attribute("row-height", value)) {
+                        if (const auto pixels = pixelsOfLength(value)) style.height = std::clamp(*pixels, 1, SheetTable::kMaxRowHeight);
+                    }
+                }
             } else if (family == "table-column") {
                 const std::string columnStyle(styleName);
                 const int depth = reader.depth();
@@ -238,6 +260,16 @@ private:
                     }
                 }
             }
+        } else if (name == "default-style") {
+            // The default cell style names the document's default font.
+            std::string_view family;
+            if (!reader.attribute("family", family) || family != "table-cell") return;
+            OdsLook look;
+            readOdsLook(reader, look);
+            DefaultFont font = book_.styles().defaultFont();
+            if (look.fontName) font.name = *look.fontName;
+            if (look.fontSize) font.size = *look.fontSize;
+            book_.styles().setDefaultFont(std::move(font));
         } else if (name == "number-style" || name == "currency-style" || name == "percentage-style" || name == "date-style" ||
                    name == "time-style" || name == "text-style" || name == "boolean-style") {
             readDataStyle(reader, name == "percentage-style");
@@ -385,17 +417,21 @@ private:
     std::optional<uint16_t> styleOf(const std::string& name) {
         if (const auto it = styleIndexes_.find(name); it != styleIndexes_.end()) return it->second;
         std::string dataStyle;
+        OdsLook look;
         std::string at = name;
-        for (int depth = 0; depth < kMaxStyleDepth && dataStyle.empty(); ++depth) {
+        for (int depth = 0; depth < kMaxStyleDepth; ++depth) {
             const auto it = cellStyles_.find(at);
             if (it == cellStyles_.end()) break;
-            dataStyle = it->second.dataStyle;
+            if (dataStyle.empty()) dataStyle = it->second.dataStyle;
+            look.inherit(it->second.look);
             at = it->second.parent;
         }
-        std::u16string code = dataStyle.empty() ? std::u16string() : formatCode(dataStyle);
-        if (code == u"General") code.clear();
+        CellStyle style;
+        style.numberFormat = dataStyle.empty() ? std::u16string() : formatCode(dataStyle);
+        if (style.numberFormat == u"General") style.numberFormat.clear();
+        look.applyTo(style, book_.styles().defaultFont());
         std::optional<uint16_t> index;
-        if (!code.empty()) index = book_.styles().add(CellStyle{code});
+        if (!(style == CellStyle{})) index = book_.styles().add(style);
         styleIndexes_[name] = index;
         return index;
     }
@@ -407,7 +443,12 @@ private:
         SheetTable& sheet = book_.addSheet(fromUtf8(value));
         int32_t row = 0;
         int32_t lastColumn = -1;
-        std::vector<std::pair<int32_t, std::string>> columns;   // up to which column a width style reaches
+        struct ColumnRun {
+            int32_t end;   // up to which column the run reaches
+            std::string style;
+            bool hidden;
+        };
+        std::vector<ColumnRun> columns;
         int32_t columnCount = 0;
         const int depth = reader.depth();
         while (reader.nextStartWithin(depth)) {
@@ -415,20 +456,24 @@ private:
             if (name == "table-column") {
                 const int32_t repeat = reader.attribute("number-columns-repeated", value) ? std::max(integer(value, 1), 1) : 1;
                 std::string style = reader.attribute("style-name", value) ? std::string(value) : std::string();
+                const bool hidden = reader.attribute("visibility", value) && value != "visible";
                 columnCount = int32_t(std::min<int64_t>(int64_t(columnCount) + repeat, kMaxColumn + 1));
-                columns.emplace_back(columnCount, std::move(style));
+                columns.push_back({columnCount, std::move(style), hidden});
             } else if (name == "table-row") {
                 readRow(reader, sheet, row, lastColumn);
             } else if (name == "table" || name == "shapes" || name == "forms" || name == "named-expressions") {
                 reader.skipElement();
             }
         }
-        // Widths are kept for the columns that hold something, not for the 16,384 a file lists.
+        // Widths are kept for the columns that hold something, not for the 16,384 a file lists;
+        // hidden columns also where they are few.
         int32_t first = 0;
-        for (const auto& [end, style] : columns) {
+        for (const auto& [end, style, hidden] : columns) {
             const auto width = columnWidths_.find(style);
-            for (int32_t c = first; c < end && c <= lastColumn; ++c) {
+            const int32_t last = hidden && end - first <= kMaxRepeatedFormats ? end - 1 : lastColumn;
+            for (int32_t c = first; c < end && c <= last; ++c) {
                 if (width != columnWidths_.end()) sheet.setColumnWidth(c, width->second);
+                if (hidden) sheet.setColumnHidden(c, true);
             }
             first = end;
         }
@@ -437,6 +482,21 @@ private:
     void readRow(XmlReader& reader, SheetTable& sheet, int32_t& row, int32_t& lastColumn) {
         std::string_view value;
         const int64_t down = reader.attribute("number-rows-repeated", value) ? std::max(integer(value, 1), 1) : 1;
+        const bool hidden = reader.attribute("visibility", value) && value != "visible";
+        int height = 0;
+        if (reader.attribute("style-name", value)) {
+            if (const auto it = rowStyles_.find(std::string(value)); it != rowStyles_.end()) height = it->second.height;
+        }
+        if (height == sheet.defaultRowHeight) height = 0;
+        // Heights and hidden rows are kept where few rows repeat them, not for the tail of a
+        // million rows a file may list.
+        if ((height || hidden) && down <= kMaxRepeatedFormats) {
+            for (int64_t r = row; r < row + down && r <= kMaxRow; ++r) {
+                SheetRow& made = *sheet.createRow(int32_t(r));
+                made.height = uint16_t(height);
+                made.hidden = hidden;
+            }
+        }
         std::vector<std::pair<int32_t, OdsCell>> cells;   // by first column
         int64_t column = 0;
         const int depth = reader.depth();
@@ -445,7 +505,9 @@ private:
             if (reader.name() != "table-cell" && !covered) continue;
             OdsCell cell = readCell(reader);
             const int32_t across = cell.repeat;
-            if (!covered && cell.hasContent()) {
+            // A styled blank (a fill, a border) is kept where it is not repeated across the sheet.
+            const bool styledBlank = cell.hasStyle && cell.repeat <= kMaxRepeatedFormats && down <= kMaxRepeatedFormats;
+            if (!covered && (cell.hasContent() || styledBlank)) {
                 if (column > kMaxColumn) report("The \"" + std::to_string(column + 1) + "\" column index is invalid");
                 cells.emplace_back(int32_t(column), std::move(cell));
             }
@@ -569,7 +631,8 @@ private:
                 // show such a value, not as a bare serial.
                 if (!dateStyle) {
                     const bool wholeDay = *serial == std::floor(*serial);
-                    cell.setStyle(defaultDateStyle(type == "time" ? u"[hh]:mm:ss" : wholeDay ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss"));
+                    cell.setStyle(defaultDateStyle(source.hasStyle ? source.style : CellStyles::kDefault,
+                                                   type == "time" ? u"[hh]:mm:ss" : wholeDay ? u"yyyy-mm-dd" : u"yyyy-mm-dd hh:mm:ss"));
                 }
             }
         } else if (type == "boolean") {
@@ -586,10 +649,14 @@ private:
         }
     }
 
-    uint16_t defaultDateStyle(const char16_t* code) {
-        const auto it = defaultDateStyles_.find(code);
+    // The cell's own look with a date format.
+    uint16_t defaultDateStyle(uint16_t look, const char16_t* code) {
+        const auto key = std::make_pair(look, std::u16string_view(code));
+        const auto it = defaultDateStyles_.find(key);
         if (it != defaultDateStyles_.end()) return it->second;
-        return defaultDateStyles_[code] = book_.styles().add(CellStyle{code});
+        CellStyle style = book_.styles()[look];
+        style.numberFormat = code;
+        return defaultDateStyles_[key] = book_.styles().add(style);
     }
 
     // settings.xml names the table that was active.
@@ -619,7 +686,8 @@ private:
     std::unordered_map<std::string, OdsCellStyle> cellStyles_;
     std::unordered_map<std::string, std::optional<uint16_t>> styleIndexes_;
     std::unordered_map<std::string, int> columnWidths_;
-    std::unordered_map<std::u16string_view, uint16_t> defaultDateStyles_;
+    std::unordered_map<std::string, OdsRowStyle> rowStyles_;
+    std::map<std::pair<uint16_t, std::u16string_view>, uint16_t> defaultDateStyles_;
     std::vector<DeferredFormula> deferred_;
     uint64_t copies_ = 0;
 };

@@ -44,10 +44,26 @@ bool GlobalsReader::read(const Record& r) {
         if (version == Version::Biff4) state_.addFormat(state_.text(r.data, 2, 1, "FORMAT"));
         else state_.addFormat(state_.text(r.data, 2, state_.biff8() ? 2 : 1, "FORMAT"), get<uint16_t>(r.data, 0, "FORMAT"));
         return true;
-    case kXf2: state_.addXf(get<uint8_t>(r.data, 2, "XF") & 0x3F); return true;
+    case kXf2:
     case kXf3:
-    case kXf4: state_.addXf(get<uint8_t>(r.data, 1, "XF")); return true;
-    case kXf: state_.addXf(get<uint16_t>(r.data, 2, "XF")); return true;
+    case kXf4:
+    case kXf: state_.addXf(readXfRecord(r.data, version)); return true;
+    case kFont:
+    case kFont3: {
+        FontRecord font = readFontRecord(r.data, version);
+        font.font.name = state_.text(r.data, fontNameOffset(version), 1, "FONT");
+        state_.addFont(std::move(font));
+        return true;
+    }
+    case kFontColour2: state_.setLastFontColour(get<uint16_t>(r.data, 0, "FONTCOLOR")); return true;
+    case kPalette: {
+        const uint16_t count = get<uint16_t>(r.data, 0, "PALETTE");
+        for (size_t i = 0; i < count; ++i) {
+            const uint32_t rgba = get<uint32_t>(r.data, 2 + 4 * i, "PALETTE");   // red in the low byte
+            state_.setPaletteEntry(i, ((rgba & 0xFF) << 16) | (rgba & 0xFF00) | ((rgba >> 16) & 0xFF));
+        }
+        return true;
+    }
     case kBoundSheet:
     case kBundleSheet4:
         // The BOF's position, visibility, type, then the name.

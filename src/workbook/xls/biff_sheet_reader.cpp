@@ -1,5 +1,6 @@
 #include "workbook/xls/biff_sheet_reader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 
@@ -141,9 +142,21 @@ private:
             setWidths(first, last, get<uint16_t>(r.data, 2, "COLWIDTH"));
             return true;
         }
-        case kColInfo:
-            setWidths(get<uint16_t>(r.data, 0, "COLINFO"), get<uint16_t>(r.data, 2, "COLINFO"), get<uint16_t>(r.data, 4, "COLINFO"));
+        case kColInfo: {
+            const uint16_t first = get<uint16_t>(r.data, 0, "COLINFO"), last = get<uint16_t>(r.data, 2, "COLINFO");
+            setWidths(first, last, get<uint16_t>(r.data, 4, "COLINFO"));
+            if (get<uint16_t>(r.data, 8, "COLINFO") & 1) {
+                for (int c = first; c <= std::min<int>(last, 255); ++c) sheet_.setColumnHidden(c, true);
+            }
             return true;
+        }
+        case kDefaultRowHeight: {
+            // BIFF3 and later: flags, then the height; BIFF2: the height alone.
+            const uint16_t twips = get<uint16_t>(r.data, 2, "DEFAULTROWHEIGHT") & 0x7FFF;
+            if (twips) sheet_.defaultRowHeight = std::clamp(twips / 15, 1, SheetTable::kMaxRowHeight);
+            return true;
+        }
+        case kRow: readRow(r); return true;
         case kLabel2: cell(r, "LABEL").setString(labelText(r, "LABEL"));
             return true;
         case kLabel: cell(r, "LABEL").setString(labelText(r, "LABEL")); return true;
@@ -191,6 +204,21 @@ private:
             return true;
         default: return false;
         }
+    }
+
+    // ROW: a height in twips (bit 15 before BIFF5: the default height) and, from BIFF5 on, flags
+    // whose bit 5 hides the row.
+    void readRow(const Record& r) {
+        const uint16_t index = get<uint16_t>(r.data, 0, "ROW");
+        const uint16_t height = get<uint16_t>(r.data, 6, "ROW");
+        const bool modern = state_.version() == Version::Biff5 || state_.biff8();
+        const bool hidden = modern && (get<uint32_t>(r.data, 12, "ROW") & 0x20);
+        const bool defaultHeight = !modern && (height & 0x8000);
+        const int32_t pixels = std::clamp((height & 0x7FFF) / 15, 1, SheetTable::kMaxRowHeight);
+        if (!hidden && (defaultHeight || pixels == sheet_.defaultRowHeight)) return;
+        SheetRow& row = *sheet_.createRow(index);
+        row.hidden = hidden;
+        if (!defaultHeight && pixels != sheet_.defaultRowHeight && (height & 0x7FFF)) row.height = uint16_t(pixels);
     }
 
     // Widths are in 1/256 of the width of "0" in the default font, 7 pixels wide with 5 of padding.

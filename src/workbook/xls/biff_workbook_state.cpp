@@ -31,21 +31,55 @@ void WorkbookState::addFormat(std::u16string code, std::optional<uint16_t> index
     formats_[at] = std::move(code);
 }
 
-uint16_t WorkbookState::styleOfFormat(uint16_t format) {
-    if (auto it = stylesOfFormats_.find(format); it != stylesOfFormats_.end()) return it->second;
+// More fonts and cell formats than Excel allows; a hostile file stops growing here.
+constexpr size_t kMaxFormats = 65536;
+
+void WorkbookState::addFont(FontRecord font) {
+    if (fonts_.size() >= kMaxFormats) return;
+    if (fonts_.empty() && font.font.size && !font.font.name.empty()) book.styles().setDefaultFont({font.font.name, font.font.size});
+    fonts_.push_back(std::move(font));
+}
+
+void WorkbookState::setLastFontColour(uint16_t colour) {
+    if (!fonts_.empty()) fonts_.back().colour = colour;
+}
+
+void WorkbookState::addXf(const XfRecord& xf) {
+    if (xfs_.size() >= kMaxFormats) return;
+    xfs_.push_back(xf);
+    stylesOfXfs_.push_back(-1);
+}
+
+void WorkbookState::setPaletteEntry(size_t index, Rgb colour) {
+    if (index < palette_.size()) palette_[index] = colour;
+}
+
+std::u16string WorkbookState::formatCode(uint16_t format) const {
     std::u16string code;
     if (auto it = formats_.find(format); it != formats_.end()) code = it->second;
     else code = std::u16string(builtinFormatCode(format));
     if (code == u"General") code.clear();
-    const uint16_t style = book.styles().add(CellStyle{code});
-    stylesOfFormats_.emplace(format, style);
-    return style;
+    return code;
 }
 
-uint16_t WorkbookState::styleOfXf(uint16_t xf) { return xf < xfFormats_.size() ? styleOfFormat(xfFormats_[xf]) : 0; }
+// Fonts are numbered without an index 4, a gap the first Excel versions left.
+const FontRecord* WorkbookState::font(uint16_t index) const {
+    const size_t at = index >= 4 ? size_t(index) - 1 : index;
+    return at < fonts_.size() ? &fonts_[at] : nullptr;
+}
+
+uint16_t WorkbookState::styleOfXf(uint16_t xf) {
+    if (xf >= xfs_.size()) return 0;
+    if (stylesOfXfs_[xf] < 0) {
+        const XfRecord& record = xfs_[xf];
+        stylesOfXfs_[xf] = book.styles().add(resolveXf(record, font(record.font), formatCode(record.format), palette_,
+                                                       book.styles().defaultFont()));
+    }
+    return uint16_t(stylesOfXfs_[xf]);
+}
 
 void WorkbookState::addStylesOfAllXfs() {
-    for (uint16_t format : xfFormats_) styleOfFormat(format);
+    for (size_t xf = 0; xf < xfs_.size(); ++xf) styleOfXf(uint16_t(xf));
 }
 
 CellValue numberValue(double number) {

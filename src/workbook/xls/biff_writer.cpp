@@ -9,6 +9,7 @@
 #include "sheet/format/number_format.h"
 #include "sheet/shared_strings.h"
 #include "workbook/workbook_errors.h"
+#include "workbook/xls/biff_format_writer.h"
 #include "workbook/xls/compound_file_writer.h"
 #include "workbook/xls/formula_tokens.h"
 
@@ -20,7 +21,6 @@ enum : uint16_t {
     kFormula = 0x0006,
     kEof = 0x000A,
     kDateMode = 0x0022,
-    kFont = 0x0031,
     kWindow1 = 0x003D,
     kContinue = 0x003C,
     kExternSheet = 0x0017,
@@ -28,7 +28,6 @@ enum : uint16_t {
     kColInfo = 0x007D,
     kSupBook = 0x01AE,
     kBoundSheet = 0x0085,
-    kXf = 0x00E0,
     kSst = 0x00FC,
     kLabelSst = 0x00FD,
     kExtSst = 0x00FF,
@@ -40,8 +39,7 @@ enum : uint16_t {
     kRow = 0x0208,
     kWindow2 = 0x023E,
     kRk = 0x027E,
-    kStyle = 0x0293,
-    kFormat = 0x041E,
+    kDefaultRowHeight = 0x0225,
     kBof = 0x0809,
     kMergedCells = 0x00E5,
 };
@@ -50,10 +48,7 @@ constexpr size_t kMaxRecordData = 8224;
 constexpr int32_t kLastRow = 65535, kLastColumn = 255;
 constexpr size_t kMaxText = 32767;
 constexpr size_t kMergedRangesPerRecord = 1026;   // as Excel writes them: 2 + 1026 * 8 bytes fit a record
-// Cell formats 0-14 are the style formats Excel expects, 15 the default cell format, 16-20 the
-// built-in Comma, Currency and Percent styles; the cell formats of the workbook follow.
-constexpr uint16_t kDefaultCellXf = 15, kFirstOwnXf = 21;
-constexpr uint16_t kFirstCustomFormat = 164;
+constexpr uint16_t kDefaultCellXf = biff::CellFormatWriter::kDefaultCellXf;
 
 [[noreturn]] void refuse(const std::string& what) { throw ESpreadSheetWriterError("xls: " + what); }
 
@@ -239,27 +234,6 @@ private:
     uint32_t references_ = 0;
 };
 
-// The cell formats in use, one per number format code, and the FORMAT ids they need. Every
-// code but General is written as a FORMAT record of its own: the built-in ids mean different
-// codes in different Excel languages, a code of our own means the same everywhere.
-class CellFormats {
-public:
-    uint16_t xfOf(const std::u16string& code) {
-        if (code.empty()) return kDefaultCellXf;
-        auto [it, added] = xfs_.emplace(code, uint16_t(kFirstOwnXf + codes_.size()));
-        if (added) {
-            if (codes_.size() >= 4000) refuse("more than 4,000 different number formats");
-            codes_.push_back(code);
-        }
-        return it->second;
-    }
-    const std::vector<std::u16string>& codes() const { return codes_; }
-
-private:
-    std::unordered_map<std::u16string, uint16_t> xfs_;
-    std::vector<std::u16string> codes_;
-};
-
 // The format of a date or money value whose own style leaves it General, chosen so that the
 // cell shows what it shows in the grid: the date, the time of day, or both.
 std::u16string dateFormatOf(double serial, const FormatSettings& settings) {
@@ -307,7 +281,7 @@ struct SheetOutput {
 
 class SheetWriter {
 public:
-    SheetWriter(Workbook& book, SheetTable& sheet, SharedStrings& strings, CellFormats& formats,
+    SheetWriter(Workbook& book, SheetTable& sheet, SharedStrings& strings, biff::CellFormatWriter& formats,
                 ExternSheets& externSheets)
         : book_(book), sheet_(sheet), strings_(strings), formats_(formats), externSheets_(externSheets) {}
 
@@ -315,15 +289,18 @@ public:
         std::string out;
         for (SheetColumn* c = sheet_.columns().first(); c; c = c->next) {
             // A width past the last column has no cell to show (cells there are refused).
-            if (c->width <= 0 || c->index > kLastColumn) continue;
-            const double characters = std::max(0.0, (c->width - 5) / 7.0);
+            if ((c->width <= 0 && !c->hidden) || c->index > kLastColumn) continue;
+            const double characters = std::max(0.0, (sheet_.columnWidth(c->index) - 5) / 7.0);
             Bytes b;
             b.u16(uint16_t(c->index))
                 .u16(uint16_t(c->index))
                 .u16(uint16_t(std::min(65535.0, std::round(characters * 256))));
-            b.u16(kDefaultCellXf).u16(0x0002).u16(0);   // fUserSet: a width of its own
+            // fUserSet: a width of its own; fHidden.
+            b.u16(kDefaultCellXf).u16(uint16_t((c->width > 0 ? 0x0002 : 0) | (c->hidden ? 0x0001 : 0))).u16(0);
             record(out, kColInfo, b);
         }
+        if (sheet_.defaultRowHeight != SheetTable::kDefaultRowHeight)
+            record(out, kDefaultRowHeight, Bytes().u16(0x0001).u16(uint16_t(sheet_.defaultRowHeight * 15)));   // fUnsynced
         std::string cells = rowsAndCells();
         Bytes dimensions;
         if (lastRow_ < 0)
@@ -380,10 +357,16 @@ private:
         const auto flush = [&] {
             for (SheetRow* row : block) {
                 Bytes b;
+                const bool empty = !row->cells.first();
                 b.u16(uint16_t(row->index))
-                    .u16(uint16_t(row->cells.first()->index))
-                    .u16(uint16_t(row->cells.last()->index + 1));
-                b.u16(0x00FF).u16(0).u16(0).u32(0x000F0100);
+                    .u16(uint16_t(empty ? 0 : row->cells.first()->index))
+                    .u16(uint16_t(empty ? 0 : row->cells.last()->index + 1));
+                // The height in twips, and flags: bit 5 hidden, bit 6 a height of its own.
+                const int32_t height = row->height ? row->height : sheet_.defaultRowHeight;
+                uint32_t flags = 0x000F0100;
+                if (row->hidden) flags |= 0x20;
+                if (row->height) flags |= 0x40;
+                b.u16(uint16_t(height * 15)).u16(0).u16(0).u32(flags);
                 record(out, kRow, b);
             }
             for (SheetRow* row : block) {
@@ -393,7 +376,11 @@ private:
             block.clear();
         };
         for (SheetRow* row = sheet_.rows().first(); row; row = row->next) {
-            if (!row->cells.first()) continue;
+            if (!row->cells.first()) {
+                if ((row->height || row->hidden) && row->index <= kLastRow) block.push_back(row);
+                if (block.size() == 32) flush();
+                continue;
+            }
             if (row->index > kLastRow || row->cells.last()->index > kLastColumn) {
                 const int32_t column =
                     row->index > kLastRow ? row->cells.first()->index : row->cells.last()->index;
@@ -416,9 +403,9 @@ private:
     // whose style has none, a date or currency format.
     uint16_t xfOf(const SheetCell& cell, CellDataType type, double number) {
         const std::u16string& code = book_.styles()[cell.style].numberFormat;
-        if (code.empty() && type == cdtDateTime) return formats_.xfOf(dateFormatOf(number, book_.settings()));
-        if (code.empty() && type == cdtCurrency) return formats_.xfOf(currencyFormatOf(book_.settings()));
-        return formats_.xfOf(code);
+        if (code.empty() && type == cdtDateTime) return formats_.xfOf(cell.style, dateFormatOf(number, book_.settings()));
+        if (code.empty() && type == cdtCurrency) return formats_.xfOf(cell.style, currencyFormatOf(book_.settings()));
+        return formats_.xfOf(cell.style, code);
     }
 
     static Bytes cellHeader(const SheetRow& row, const SheetCell& cell, uint16_t xf) {
@@ -521,49 +508,10 @@ private:
     Workbook& book_;
     SheetTable& sheet_;
     SharedStrings& strings_;
-    CellFormats& formats_;
+    biff::CellFormatWriter& formats_;
     ExternSheets& externSheets_;
     int32_t firstRow_ = 0, lastRow_ = -1, firstColumn_ = INT32_MAX, lastColumn_ = -1;
 };
-
-void writeFonts(std::string& out) {
-    // Excel numbers fonts without an index 4: the fifth record is font 5.
-    for (int i = 0; i < 5; ++i) {
-        Bytes b;
-        b.u16(200).u16(0).u16(0x7FFF).u16(400).u16(0).u8(0).u8(0).u8(0).u8(0);   // 10 pt, regular
-        unicodeString(b, u"Arial", true);
-        record(out, kFont, b);
-    }
-}
-
-void writeCellFormats(std::string& out, const CellFormats& formats) {
-    for (size_t i = 0; i < formats.codes().size(); ++i) {
-        Bytes b;
-        b.u16(uint16_t(kFirstCustomFormat + i));
-        unicodeString(b, formats.codes()[i], false);
-        record(out, kFormat, b);
-    }
-    const auto xf = [&](uint16_t font, uint16_t format, bool style, uint16_t used) {
-        Bytes b;
-        b.u16(font).u16(format).u16(style ? 0xFFF5 : 0x0001);   // locked; a style has no parent
-        b.u8(0x20).u8(0).u16(used).u32(0).u32(0).u16(0x20C0);   // bottom aligned, no borders, default colours
-        record(out, kXf, b);
-    };
-    xf(0, 0, true, 0);
-    for (int i = 1; i < 15; ++i) xf(i <= 2 ? 1 : i <= 4 ? 2 : 0, 0, true, 0xF400);
-    xf(0, 0, false, 0);
-    const uint16_t builtinStyleFormats[] = {0x2B, 0x29, 0x2C, 0x2A,
-                                            0x09};   // Comma, Comma [0], Currency, Currency [0], Percent
-    for (uint16_t format : builtinStyleFormats) xf(5, format, true, 0xF800);
-    for (size_t i = 0; i < formats.codes().size(); ++i)
-        xf(0, uint16_t(kFirstCustomFormat + i), false, 0x0400);
-    const uint8_t builtinStyles[][2] = {{0x00, 0}, {0x10, 3}, {0x11, 6}, {0x12, 4}, {0x13, 7}, {0x14, 5}};
-    for (const auto& [xfIndex, style] : builtinStyles) {
-        Bytes b;
-        b.u16(uint16_t(0x8000 | xfIndex)).u8(style).u8(0xFF);
-        record(out, kStyle, b);
-    }
-}
 
 }  // namespace
 
@@ -607,7 +555,7 @@ std::u16string xlsSheetName(std::u16string_view name, int32_t index,
 
 void BiffWriter::Write(Workbook& book, std::string& out) {
     SharedStrings strings;
-    CellFormats formats;
+    biff::CellFormatWriter formats(book.styles());
     ExternSheets externSheets(book);
     std::vector<SheetOutput> sheets;
     std::vector<std::u16string> names;
@@ -630,8 +578,7 @@ void BiffWriter::Write(Workbook& book, std::string& out) {
     window.u16(0).u16(0).u16(0x3A5C).u16(0x2328).u16(0x0038).u16(uint16_t(active)).u16(0).u16(1).u16(600);
     record(stream, kWindow1, window);
     record(stream, kDateMode, Bytes().u16(book.settings().date1904 ? 1 : 0));
-    writeFonts(stream);
-    writeCellFormats(stream, formats);
+    formats.write([&stream](uint16_t id, std::string_view data) { record(stream, id, data); });
     std::vector<size_t> sheetPositions;
     for (const SheetOutput& s : sheets) {
         Bytes b;

@@ -17,6 +17,7 @@
 #include "workbook/part_source.h"
 #include "workbook/workbook_errors.h"
 #include "workbook/xml/xml_reader.h"
+#include "workbook/xlsx/xlsx_styles_reader.h"
 #include "workbook/zip/zip_reader.h"
 
 namespace kes {
@@ -244,14 +245,16 @@ public:
         const ZipEntry* entry = zip_.find(*workbookPart);
         if (!entry) throw ESpreadSheetReaderError("Unsupported document type");
         const auto rels = readRelationships(zip_, relsOf(*workbookPart), folderOf(*workbookPart));
-        std::string metadata, richValues, richStructures;
+        std::string metadata, richValues, richStructures, styles, theme;
         for (const auto& [id, rel] : rels) {
             if (endsWith(rel.type, "/sharedStrings")) readSharedStrings(rel.target);
-            else if (endsWith(rel.type, "/styles")) readStyles(rel.target);
+            else if (endsWith(rel.type, "/styles")) styles = rel.target;
+            else if (endsWith(rel.type, "/theme")) theme = rel.target;
             else if (endsWith(rel.type, "/sheetMetadata")) metadata = rel.target;
             else if (endsWith(rel.type, "/rdRichValue")) richValues = rel.target;
             else if (endsWith(rel.type, "/rdRichValueStructure")) richStructures = rel.target;
         }
+        if (!styles.empty()) readStyles(styles, theme);
         if (!metadata.empty() && !richValues.empty() && !richStructures.empty()) {
             readRichErrors(metadata, richValues, richStructures);
         }
@@ -441,34 +444,12 @@ private:
         }
     }
 
-    void readStyles(const std::string& part) {
+    void readStyles(const std::string& part, const std::string& themePart) {
         const ZipEntry* entry = zip_.find(part);
         if (!entry) return;
-        const std::string xml = zip_.extract(*entry);
-        XmlReader reader(xml);
-        std::unordered_map<int, std::u16string> custom;
-        bool inCellXfs = false;
-        for (Token t; (t = reader.next()) != Token::End;) {
-            if (t == Token::EndElement && reader.name() == "cellXfs") inCellXfs = false;
-            if (t != Token::StartElement) continue;
-            std::string_view id, code;
-            if (reader.name() == "numFmt" && reader.attribute("numFmtId", id)) {
-                int number = 0;
-                std::from_chars(id.data(), id.data() + id.size(), number);
-                reader.attribute("formatCode", code);
-                custom[number] = fromUtf8(code);
-            } else if (reader.name() == "cellXfs") {
-                inCellXfs = true;
-            } else if (inCellXfs && reader.name() == "xf") {
-                int number = 0;
-                if (reader.attribute("numFmtId", id)) std::from_chars(id.data(), id.data() + id.size(), number);
-                std::u16string formatCode;
-                if (auto it = custom.find(number); it != custom.end()) formatCode = it->second;
-                else formatCode = std::u16string(builtinFormatCode(number));
-                if (formatCode == u"General") formatCode.clear();
-                styles_.push_back(book_.styles().add(CellStyle{formatCode}));
-            }
-        }
+        const ZipEntry* themeEntry = themePart.empty() ? nullptr : zip_.find(themePart);
+        const ThemeColours theme = readThemeColours(themeEntry ? zip_.extract(*themeEntry) : std::string());
+        styles_ = readXlsxStyles(zip_.extract(*entry), theme, book_.styles());
     }
 
     // The tables of a sheet, from the table parts its relationships name.
@@ -517,16 +498,22 @@ private:
             std::string_view value;
             if (reader.name() == "col") {
                 std::string_view min, max, width;
-                if (reader.attribute("width", width) && reader.attribute("min", min) && reader.attribute("max", max)) {
+                if (reader.attribute("min", min) && reader.attribute("max", max)) {
                     int first = 0, last = 0;
                     std::from_chars(min.data(), min.data() + min.size(), first);
                     std::from_chars(max.data(), max.data() + max.size(), last);
-                    const auto characters = xmlNumber(width);
-                    if (characters && first >= 1 && last >= first && *characters > 0) {
-                        const int pixels = static_cast<int>(std::lround(*characters * 7 + 5));
-                        for (int c = first; c <= std::min(last, kMaxColumn + 1) && c - first < 256; ++c) sheet.setColumnWidth(c - 1, pixels);
+                    const double characters = reader.attribute("width", width) ? xmlNumber(width).value_or(0) : 0;
+                    const int pixels = characters > 0 ? static_cast<int>(std::lround(characters * 7 + 5)) : 0;
+                    const bool hidden = reader.attribute("hidden", value) && (value == "1" || value == "true");
+                    // A run to the last column (a hidden tail) is kept for its first 256 columns.
+                    for (int c = first; first >= 1 && c <= std::min(last, kMaxColumn + 1) && c - first < 256; ++c) {
+                        if (pixels > 0) sheet.setColumnWidth(c - 1, pixels);
+                        if (hidden) sheet.setColumnHidden(c - 1, true);
                     }
                 }
+            } else if (reader.name() == "sheetFormatPr") {
+                if (!reader.attribute("defaultRowHeight", value)) continue;
+                if (const auto pixels = pixelsOfPoints(value)) sheet.defaultRowHeight = *pixels;
             } else if (reader.name() == "row") {
                 int32_t index = -1;
                 if (reader.attribute("r", value)) {
@@ -537,13 +524,30 @@ private:
                 // A row without r goes at the end of the sheet's row list.
                 if (index < 0) index = sheet.rows().last() ? sheet.rows().last()->index + 1 : 0;
                 if (index > kMaxRow) report("The row index " + std::to_string(index + 1) + " is invalid");
-                readRow(reader, sheet, *sheet.createRow(index), shared);
+                SheetRow& row = *sheet.createRow(index);
+                readRowFormat(reader, sheet, row);
+                readRow(reader, sheet, row, shared);
             } else if (reader.name() == "mergeCell" && reader.attribute("ref", value)) {
                 // Files in the wild hold overlapping, one-cell and unreadable merges that Excel
                 // itself shrugs off: the sheet keeps those it can and the rest go unmerged.
                 if (const auto area = areaOfReference(value)) sheet.addMergedArea(*area);
             }
         }
+    }
+
+    static std::optional<int32_t> pixelsOfPoints(std::string_view points) {
+        const double value = xmlNumber(points).value_or(0);
+        if (value <= 0) return std::nullopt;
+        return int32_t(std::clamp<long>(std::lround(value * 96 / 72), 1, SheetTable::kMaxRowHeight));
+    }
+
+    // Excel writes the height of every row it has measured; only one that differs from the
+    // sheet's default is kept, so that a file's rows cost no more than their cells.
+    static void readRowFormat(XmlReader& reader, SheetTable& sheet, SheetRow& row) {
+        std::string_view value;
+        row.hidden = reader.attribute("hidden", value) && (value == "1" || value == "true");
+        if (!reader.attribute("ht", value)) return;
+        if (const auto pixels = pixelsOfPoints(value); pixels && *pixels != sheet.defaultRowHeight) row.height = uint16_t(*pixels);
     }
 
     void readRow(XmlReader& reader, SheetTable& sheet, SheetRow& row, std::unordered_map<std::string, SharedFormula>& shared) {
@@ -570,6 +574,8 @@ private:
             std::from_chars(value.data(), value.data() + value.size(), style);
             if (style < 0 || size_t(style) >= styles_.size()) report("The \"" + std::to_string(style) + "\" style index is invalid");
             cell.setStyle(styles_[size_t(style)]);
+        } else if (!styles_.empty()) {
+            cell.setStyle(styles_[0]);   // a cell without s has the first format, whatever it holds
         }
         static const char* const kTypes[] = {"?", "b", "e", "n", "str", "s", "", "inlineStr"};
         int kind = 6;

@@ -8,6 +8,7 @@
 #include "sheet/shared_strings.h"
 #include "text/utf8.h"
 #include "workbook/xml/xml_writer.h"
+#include "workbook/xlsx/xlsx_styles_writer.h"
 #include "workbook/zip/zip_writer.h"
 
 namespace kes {
@@ -109,37 +110,6 @@ private:
     std::vector<SharedString*> texts_;
 };
 
-std::string stylesPart(const CellStyles& styles) {
-    std::string formats, xfs;
-    int customFormats = 0;
-    for (size_t i = 0; i < styles.size(); ++i) {
-        const std::u16string& code = styles[static_cast<uint16_t>(i)].numberFormat;
-        int id = 0;
-        if (!code.empty()) {
-            id = -1;
-            for (int builtin = 1; builtin <= 49 && id < 0; ++builtin) {
-                if (builtinFormatCode(builtin) == code) id = builtin;
-            }
-            if (id < 0) {
-                id = 164 + customFormats++;
-                formats += "<numFmt numFmtId=\"" + std::to_string(id) + "\" formatCode=\"" + xmlText(code, true) + "\"/>";
-            }
-        }
-        xfs += "<xf numFmtId=\"" + std::to_string(id) + "\" fontId=\"0\" fillId=\"0\" borderId=\"0\" xfId=\"0\"" +
-               (id ? " applyNumberFormat=\"1\"" : "") + "/>";
-    }
-    std::string xml = kDeclaration;
-    xml += "<styleSheet xmlns=\"" + std::string(kMain) + "\">";
-    if (customFormats) xml += "<numFmts count=\"" + std::to_string(customFormats) + "\">" + formats + "</numFmts>";
-    xml += "<fonts count=\"1\"><font><sz val=\"11\"/><name val=\"Calibri\"/><family val=\"2\"/></font></fonts>"
-           "<fills count=\"2\"><fill><patternFill patternType=\"none\"/></fill><fill><patternFill patternType=\"gray125\"/></fill></fills>"
-           "<borders count=\"1\"><border><left/><right/><top/><bottom/><diagonal/></border></borders>"
-           "<cellStyleXfs count=\"1\"><xf numFmtId=\"0\" fontId=\"0\" fillId=\"0\" borderId=\"0\"/></cellStyleXfs>";
-    xml += "<cellXfs count=\"" + std::to_string(styles.size()) + "\">" + xfs + "</cellXfs>";
-    xml += "<cellStyles count=\"1\"><cellStyle name=\"Normal\" xfId=\"0\" builtinId=\"0\"/></cellStyles></styleSheet>";
-    return xml;
-}
-
 // The error word a cell stores. The newer errors (#SPILL!, #CALC!) are #VALUE! in the file
 // format; Excel tells them apart by rich value metadata, which we do not write.
 std::u16string_view storedErrorText(FormulaErrorCode code) {
@@ -227,19 +197,25 @@ void writeWorksheet(PartStream& out, SheetTable& sheet, bool selected, SharedStr
     xml += kDeclaration;
     xml += "<worksheet xmlns=\"" + std::string(kMain) + "\" xmlns:r=\"" + kRelationships + "\">";
     xml += std::string("<sheetViews><sheetView") + (selected ? " tabSelected=\"1\"" : "") + " workbookViewId=\"0\"/></sheetViews>";
+    if (sheet.defaultRowHeight != SheetTable::kDefaultRowHeight) {
+        xml += "<sheetFormatPr defaultRowHeight=\"" + numberText(sheet.defaultRowHeight * 72.0 / 96) + "\" customHeight=\"1\"/>";
+    }
     std::string columns;
     for (SheetColumn* c = sheet.columns().first(); c; c = c->next) {
-        if (c->width <= 0) continue;
-        const double characters = std::max(0.0, (c->width - 5) / 7.0);
+        if (c->width <= 0 && !c->hidden) continue;
+        const double characters = std::max(0.0, (sheet.columnWidth(c->index) - 5) / 7.0);
         columns += "<col min=\"" + std::to_string(c->index + 1) + "\" max=\"" + std::to_string(c->index + 1) + "\" width=\"" +
-                   numberText(characters) + "\" customWidth=\"1\"/>";
+                   numberText(characters) + "\"" + (c->width > 0 ? " customWidth=\"1\"" : "") + (c->hidden ? " hidden=\"1\"" : "") + "/>";
     }
     if (!columns.empty()) xml += "<cols>" + columns + "</cols>";
     xml += "<sheetData>";
     for (SheetRow* row = sheet.rows().first(); row; row = row->next) {
         xml += "<row r=\"";
         appendNumber(xml, uint64_t(row->index) + 1);
-        xml += "\">";
+        xml += '"';
+        if (row->height) xml += " ht=\"" + numberText(row->height * 72.0 / 96) + "\" customHeight=\"1\"";
+        if (row->hidden) xml += " hidden=\"1\"";
+        xml += '>';
         for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) writeCell(xml, sheet, *row, *cell, strings);
         xml += "</row>";
         out.maybeFlush();
@@ -374,7 +350,7 @@ void XlsxWriter::Write(Workbook& book, std::string& out) {
                     "/sharedStrings\" Target=\"sharedStrings.xml\"/></Relationships>";
     zip.add("xl/workbook.xml", workbook);
     zip.add("xl/_rels/workbook.xml.rels", workbookRels);
-    zip.add("xl/styles.xml", stylesPart(book.styles()));
+    zip.add("xl/styles.xml", xlsxStylesPart(book.styles()));
 
     // The worksheets as they are made, then the strings they named.
     tableNumber = 0;

@@ -159,6 +159,54 @@ TEST(OdsReader, ReadsFormulasSpansThe1904SystemAndTheActiveTable) {
     EXPECT_EQ(book.activeSheetIndex(), 1);
 }
 
+// Automatic styles as LibreOffice writes them: a cell style over a parent, with its table-cell,
+// paragraph and text properties; row styles with heights; collapsed rows and columns.
+TEST(OdsReader, ReadsCellLooksRowHeightsAndHiddenRowsAndColumns) {
+    const std::string styles =
+        "<style:style style:name=\"Base\" style:family=\"table-cell\"><style:text-properties style:font-name=\"Arial\" "
+        "fo:font-size=\"14pt\" fo:color=\"#c00000\"/></style:style>"
+        "<style:style style:name=\"ce1\" style:family=\"table-cell\" style:parent-style-name=\"Base\">"
+        "<style:table-cell-properties fo:background-color=\"#ffff00\" fo:border=\"0.74pt solid #000000\" "
+        "fo:border-bottom=\"2.49pt solid #0070c0\" fo:wrap-option=\"wrap\" style:vertical-align=\"top\"/>"
+        "<style:paragraph-properties fo:text-align=\"center\"/>"
+        "<style:text-properties fo:font-weight=\"bold\" fo:font-style=\"italic\" style:text-underline-style=\"solid\"/>"
+        "</style:style>"
+        "<style:style style:name=\"ce2\" style:family=\"table-cell\"><style:table-cell-properties fo:border=\"none\"/>"
+        "</style:style>"
+        "<style:style style:name=\"ro1\" style:family=\"table-row\"><style:table-row-properties style:row-height=\"0.5in\" "
+        "style:use-optimal-row-height=\"false\"/></style:style>";
+    const std::string body =
+        "<table:table table:name=\"S\"><table:table-column table:number-columns-repeated=\"2\"/>"
+        "<table:table-column table:visibility=\"collapsed\"/><table:table-column table:number-columns-repeated=\"16381\"/>"
+        "<table:table-row table:style-name=\"ro1\">" + cell("table:style-name=\"ce1\"", "x") + cell("table:style-name=\"ce1\"") +
+        cell("table:style-name=\"ce2\"", "plain") + "</table:table-row>"
+        "<table:table-row table:visibility=\"collapsed\">" + cell("", "hidden") + "</table:table-row>"
+        "<table:table-row table:number-rows-repeated=\"1048574\">" + cell("table:number-columns-repeated=\"16384\"") +
+        "</table:table-row></table:table>";
+    Workbook book;
+    load(book, package(body, styles));
+    SheetTable& sheet = book.sheet(0);
+    CellStyle expected;
+    expected.font = {u"Arial", 280, true, true, false, Underline::Single, 0xC00000};
+    expected.pattern = kPatternSolid;
+    expected.patternColour = 0xFFFF00;
+    expected.left = expected.right = expected.top = {BorderStyle::Thin, 0x000000};
+    expected.bottom = {BorderStyle::Thick, 0x0070C0};
+    expected.wrap = true;
+    expected.vertical = VerticalAlignment::Top;
+    expected.horizontal = HorizontalAlignment::Center;
+    EXPECT_EQ(book.styles()[sheet.getCell(0, 0).style()], expected);
+    ASSERT_TRUE(sheet.getCell(0, 1)) << "a styled blank is kept";
+    EXPECT_EQ(sheet.getCell(0, 1).style(), sheet.getCell(0, 0).style());
+    EXPECT_EQ(sheet.getCell(0, 2).style(), CellStyles::kDefault) << "a style that changes nothing is the default";
+    EXPECT_EQ(sheet.rowHeight(0), 48);
+    EXPECT_TRUE(sheet.rowHidden(1));
+    EXPECT_FALSE(sheet.rowHidden(2));
+    EXPECT_TRUE(sheet.columnHidden(2));
+    EXPECT_FALSE(sheet.columnHidden(1));
+    EXPECT_FALSE(sheet.getRow(5)) << "the sheet's empty tail makes no rows";
+}
+
 TEST(OdsReader, RefusesWhatItCannotReadKeepingTheWorkbook) {
     const std::string hostile =
         "<table:table-row table:number-rows-repeated=\"1048576\">"

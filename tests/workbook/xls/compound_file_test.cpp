@@ -201,7 +201,7 @@ TEST(XlsReader, MoreNumberFormatsThanStylesIsAReaderError) {
         record(stream, 0x041E, format + code);
     }
     for (uint32_t i = 0; i < 65536; ++i) {
-        std::string xf(4, '\0');
+        std::string xf(20, '\0');   // a BIFF8 XF record: font, format, then the look
         putAt<uint16_t>(xf, 2, uint16_t(i));
         record(stream, 0x00E0, xf);
     }

@@ -1,0 +1,245 @@
+#include "ui/cell_look_painter_win32.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "ui/window_support_win32.h"
+
+namespace kes {
+namespace {
+
+COLORREF colourRef(Rgb rgb) { return RGB((rgb >> 16) & 0xFF, (rgb >> 8) & 0xFF, rgb & 0xFF); }
+
+// `share` parts in 256 of `a`, the rest of `b`.
+COLORREF mix(COLORREF a, COLORREF b, int share) {
+    const auto channel = [&](int shift) { return ((((a >> shift) & 0xFF) * share + ((b >> shift) & 0xFF) * (256 - share)) / 256) & 0xFF; };
+    return RGB(channel(0), channel(8), channel(16));
+}
+
+// How much of a pattern's foreground shows, in 256ths, for the shades and hatches that are
+// painted as a flat colour.
+int patternShare(uint8_t pattern) {
+    static constexpr int kShares[kLastPattern + 1] = {0, 256, 128, 192, 64, 128, 128, 128, 128, 192, 192, 64, 64, 64, 64, 96, 96, 32, 16};
+    return pattern <= kLastPattern ? kShares[pattern] : 256;
+}
+
+int penWidth(BorderStyle style) {
+    switch (style) {
+    case BorderStyle::Medium:
+    case BorderStyle::MediumDashed:
+    case BorderStyle::MediumDashDot:
+    case BorderStyle::MediumDashDotDot:
+    case BorderStyle::SlantDashDot: return 2;
+    case BorderStyle::Thick: return 3;
+    default: return 1;
+    }
+}
+
+int penStyle(BorderStyle style) {
+    switch (style) {
+    case BorderStyle::Dotted:
+    case BorderStyle::Hair: return PS_DOT;
+    case BorderStyle::Dashed:
+    case BorderStyle::MediumDashed: return PS_DASH;
+    case BorderStyle::DashDot:
+    case BorderStyle::MediumDashDot:
+    case BorderStyle::SlantDashDot: return PS_DASHDOT;
+    case BorderStyle::DashDotDot:
+    case BorderStyle::MediumDashDotDot: return PS_DASHDOTDOT;
+    default: return PS_SOLID;
+    }
+}
+
+}  // namespace
+
+size_t CellLookPainter::FontKeyHash::operator()(const FontKey& k) const {
+    return std::hash<std::wstring>()(k.face) ^ (size_t(k.height) << 4) ^ (size_t(k.bold) | size_t(k.italic) << 1 |
+                                                                          size_t(k.underline) << 2 | size_t(k.strike) << 3);
+}
+
+CellLookPainter::~CellLookPainter() {
+    beginPaint();
+    clearFonts();
+}
+
+void CellLookPainter::clearFonts() {
+    for (auto& [key, font] : fonts_) DeleteObject(font);
+    fonts_.clear();
+    fontsByStyle_.clear();
+}
+
+void CellLookPainter::setGridFont(const wchar_t* face, int pixelHeight, int dpi) {
+    gridFace_ = face;
+    gridHeight_ = pixelHeight;
+    dpi_ = dpi;
+    clearFonts();
+}
+
+CellLookPainter::FontKey CellLookPainter::keyOf(const CellStyles& styles, const CellStyle& style) const {
+    // A workbook that names no default font of its own shows in the grid's font.
+    const bool gridDefault = styles.defaultFont() == DefaultFont{};
+    FontKey key;
+    if (style.font.name.empty() && gridDefault) key.face = gridFace_;
+    else key.face = wide(std::u16string(styles.fontName(style.font)));
+    if (style.font.size == 0 && gridDefault) key.height = -MulDiv(gridHeight_, dpi_, 96);
+    else key.height = -MulDiv(styles.fontSize(style.font), dpi_, 1440);
+    key.bold = style.font.bold;
+    key.italic = style.font.italic;
+    key.underline = style.font.underline != Underline::None;
+    key.strike = style.font.strike;
+    return key;
+}
+
+HFONT CellLookPainter::fontOf(const CellStyles& styles, uint16_t style) {
+    if (stylesOfCache_ != &styles || generation_ != styles.generation()) {
+        fontsByStyle_.clear();
+        stylesOfCache_ = &styles;
+        generation_ = styles.generation();
+    }
+    if (fontsByStyle_.size() < styles.size()) fontsByStyle_.resize(styles.size(), nullptr);
+    if (style >= fontsByStyle_.size()) style = CellStyles::kDefault;
+    if (HFONT known = fontsByStyle_[style]) return known;
+    const FontKey key = keyOf(styles, styles[style]);
+    HFONT& font = fonts_[key];
+    if (!font) {
+        font = CreateFontW(key.height, 0, 0, 0, key.bold ? FW_BOLD : FW_NORMAL, key.italic, key.underline, key.strike,
+                           DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, key.face.c_str());
+    }
+    return fontsByStyle_[style] = font;
+}
+
+int CellLookPainter::textHeight(const CellStyles& styles, uint16_t style) {
+    return std::abs(keyOf(styles, styles[style]).height);
+}
+
+void CellLookPainter::beginPaint() {
+    for (HGDIOBJ object : paintObjects_) DeleteObject(object);
+    paintObjects_.clear();
+    pens_.clear();
+    lines_.clear();
+    if (fonts_.size() > kMaxFonts) clearFonts();
+}
+
+bool CellLookPainter::paintFill(HDC dc, const RECT& r, const CellStyle& style, COLORREF selection, bool selected) {
+    if (style.pattern == kPatternNone || style.patternColour == kAutoColour) return false;
+    const COLORREF back = style.backgroundColour == kAutoColour ? RGB(0xFF, 0xFF, 0xFF) : colourRef(style.backgroundColour);
+    COLORREF colour = mix(colourRef(style.patternColour), back, patternShare(style.pattern));
+    if (selected) colour = mix(colour, selection, 128);
+    const COLORREF old = SetBkColor(dc, colour);
+    ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &r, nullptr, 0, nullptr);   // a fill without a brush of its own
+    SetBkColor(dc, old);
+    return true;
+}
+
+CellLookPainter::Lines& CellLookPainter::linesOf(BorderStyle style, COLORREF colour, int width) {
+    const uint64_t key = uint64_t(style) << 32 | uint64_t(colour) << 4 | uint64_t(width);
+    Lines& lines = lines_[key];
+    if (!lines.pen) {
+        HPEN& pen = pens_[key];
+        if (!pen) {
+            pen = CreatePen(width > 1 ? PS_SOLID : penStyle(style), width, colour);
+            paintObjects_.push_back(pen);
+        }
+        lines.pen = pen;
+    }
+    return lines;
+}
+
+void CellLookPainter::addBorders(const RECT& r, const CellStyle& style) {
+    struct Side {
+        const BorderLine* line;
+        bool vertical;
+        int at;        // the grid line's coordinate
+        int inward;    // where thicker lines grow
+    };
+    const Side sides[] = {{&style.left, true, int(r.left) - 1, 1}, {&style.right, true, int(r.right) - 1, -1},
+                          {&style.top, false, int(r.top) - 1, 1}, {&style.bottom, false, int(r.bottom) - 1, -1}};
+    for (const Side& side : sides) {
+        const BorderLine& line = *side.line;
+        if (line.style == BorderStyle::None) continue;
+        const COLORREF colour = line.colour == kAutoColour ? RGB(0, 0, 0) : colourRef(line.colour);
+        const bool twoLines = line.style == BorderStyle::Double;
+        const int width = twoLines ? 1 : penWidth(line.style);
+        std::vector<POINT>& points = linesOf(line.style, colour, width).points;
+        // A wide pen centres on its line: shift it inward so that it stays in its cell.
+        const int offset = width > 1 ? side.inward * (width / 2) : 0;
+        for (int pass = 0; pass < (twoLines ? 2 : 1); ++pass) {
+            const int at = side.at + offset + pass * 2 * side.inward;
+            if (side.vertical) {
+                points.push_back({at, r.top - 1});
+                points.push_back({at, r.bottom});
+            } else {
+                points.push_back({r.left - 1, at});
+                points.push_back({r.right, at});
+            }
+        }
+    }
+}
+
+void CellLookPainter::drawBorders(HDC dc) {
+    const int oldMode = SetBkMode(dc, TRANSPARENT);
+    HGDIOBJ oldPen = nullptr;
+    std::vector<DWORD> counts;
+    for (auto& [key, lines] : lines_) {
+        if (lines.points.empty()) continue;
+        HGDIOBJ previous = SelectObject(dc, lines.pen);
+        if (!oldPen) oldPen = previous;
+        counts.assign(lines.points.size() / 2, 2);
+        PolyPolyline(dc, lines.points.data(), counts.data(), DWORD(counts.size()));
+        lines.points.clear();
+    }
+    if (oldPen) SelectObject(dc, oldPen);
+    SetBkMode(dc, oldMode);
+}
+
+void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyle& style, const Text& text, int dpi) {
+    RECT r = cell;
+    const bool numeric = isNumericType(text.type);
+    HorizontalAlignment horizontal = style.horizontal;
+    if (horizontal == HorizontalAlignment::General) {
+        horizontal = numeric ? HorizontalAlignment::Right
+                   : text.type == cdtBoolean || text.type == cdtError ? HorizontalAlignment::Center
+                                                                     : HorizontalAlignment::Left;
+    }
+    UINT format = DT_NOPREFIX;
+    switch (horizontal) {
+    case HorizontalAlignment::Right: format |= DT_RIGHT; break;
+    case HorizontalAlignment::Center:
+    case HorizontalAlignment::CenterAcrossSelection: format |= DT_CENTER; break;
+    default: format |= DT_LEFT; break;
+    }
+    // Each indent step is three characters of the default font wide, about 9 pixels.
+    const int indent = MulDiv(9 * style.indent, dpi, 96);
+    if (horizontal == HorizontalAlignment::Left) r.left += indent;
+    if (horizontal == HorizontalAlignment::Right) r.right -= indent;
+
+    const Rgb colour = text.sectionColour ? *text.sectionColour : style.font.colour;
+    SetTextColor(dc, colour == kAutoColour ? RGB(0, 0, 0) : colourRef(colour));
+    const std::wstring shown = wide(text.text);
+    if (!style.wrap) {
+        format |= DT_SINGLELINE;
+        format |= style.vertical == VerticalAlignment::Top ? DT_TOP
+                : style.vertical == VerticalAlignment::Bottom ? DT_BOTTOM
+                                                              : DT_VCENTER;
+        if (style.vertical == VerticalAlignment::Bottom) r.bottom -= 1;
+        SIZE extent{};
+        GetTextExtentPoint32W(dc, shown.c_str(), int(shown.size()), &extent);
+        if (numeric && extent.cx > r.right - r.left) {
+            // A number never shows cut: like Excel, a column too narrow for it shows #s.
+            std::wstring hashes(size_t(std::max<LONG>(1, (r.right - r.left) / std::max(1, MulDiv(7, dpi, 96)))), L'#');
+            DrawTextW(dc, hashes.c_str(), int(hashes.size()), &r, (format & ~UINT(DT_LEFT | DT_CENTER)) | DT_RIGHT);
+            return;
+        }
+        DrawTextW(dc, shown.c_str(), int(shown.size()), &r, format | (numeric ? 0 : DT_END_ELLIPSIS));
+        return;
+    }
+    format |= DT_WORDBREAK | DT_EDITCONTROL;
+    RECT measured = r;
+    DrawTextW(dc, shown.c_str(), int(shown.size()), &measured, format | DT_CALCRECT);
+    const int spare = (r.bottom - r.top) - (measured.bottom - measured.top);
+    if (spare > 0 && style.vertical == VerticalAlignment::Bottom) r.top += spare - 1;
+    else if (spare > 0 && style.vertical != VerticalAlignment::Top) r.top += spare / 2;
+    DrawTextW(dc, shown.c_str(), int(shown.size()), &r, format);
+}
+
+}  // namespace kes

@@ -1,0 +1,86 @@
+#pragma once
+// Draws what a cell style adds to a cell: its fill, its borders, and its text in the style's
+// font, colour and alignment. Fonts are made once per look and kept, a bounded number of them;
+// pens and brushes live for one paint.
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "sheet/cell_styles.h"
+#include "sheet/cell_value.h"
+
+namespace kes {
+
+class CellLookPainter {
+public:
+    // Fonts kept at most; past it the cache starts over (a paint needs a few dozen at most).
+    static constexpr size_t kMaxFonts = 256;
+
+    CellLookPainter() = default;
+    ~CellLookPainter();
+    CellLookPainter(const CellLookPainter&) = delete;
+    CellLookPainter& operator=(const CellLookPainter&) = delete;
+
+    // The grid's own font, which cells show while the workbook names no default font of its
+    // own; `dpi` scales point sizes.
+    void setGridFont(const wchar_t* face, int pixelHeight, int dpi);
+
+    // The font of a style: a handle the painter owns, valid until the next setGridFont or
+    // until the cache starts over, so callers select it for one paint at most.
+    HFONT fontOf(const CellStyles& styles, uint16_t style);
+    // The height a style's font needs in a row, in pixels.
+    int textHeight(const CellStyles& styles, uint16_t style);
+
+    // Called once before a paint: the pens and brushes of the previous one go.
+    void beginPaint();
+    // The fill of a style over `r`, blended with `selection` when the cell is selected; false
+    // when the style has no fill and nothing was painted.
+    bool paintFill(HDC dc, const RECT& r, const CellStyle& style, COLORREF selection, bool selected);
+    // The borders of a style on the edges of `r` (right and bottom over the grid lines), kept
+    // until drawBorders draws all of a paint's lines in one call per pen.
+    void addBorders(const RECT& r, const CellStyle& style);
+    void drawBorders(HDC dc);
+
+    struct Text {
+        std::u16string text;
+        CellDataType type = cdtBlank;
+        std::optional<uint32_t> sectionColour;   // from the number format's [Red] section
+    };
+    // The text in `r`, already inset from the grid lines. Numbers too wide show #s.
+    void paintText(HDC dc, const RECT& r, const CellStyle& style, const Text& text, int dpi);
+
+private:
+    struct FontKey {
+        std::wstring face;
+        int height;
+        bool bold, italic, underline, strike;
+        friend bool operator==(const FontKey&, const FontKey&) = default;
+    };
+    struct FontKeyHash {
+        size_t operator()(const FontKey& k) const;
+    };
+    FontKey keyOf(const CellStyles& styles, const CellStyle& style) const;
+    struct Lines {
+        HPEN pen = nullptr;
+        std::vector<POINT> points;   // pairs: each line's two ends
+    };
+    Lines& linesOf(BorderStyle style, COLORREF colour, int width);
+    void clearFonts();
+
+    std::wstring gridFace_ = L"SimSun";
+    int gridHeight_ = 14;
+    int dpi_ = 96;
+    std::unordered_map<FontKey, HFONT, FontKeyHash> fonts_;
+    std::vector<HFONT> fontsByStyle_;   // by style index, null until asked for
+    const CellStyles* stylesOfCache_ = nullptr;
+    uint32_t generation_ = 0;
+    std::vector<HGDIOBJ> paintObjects_;
+    std::unordered_map<uint64_t, HPEN> pens_;
+    std::unordered_map<uint64_t, Lines> lines_;
+};
+
+}  // namespace kes
