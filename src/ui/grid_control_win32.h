@@ -2,10 +2,13 @@
 // The spreadsheet grid: draws the workbook's active sheet with row and column headers and
 // lets the user move, select, edit in place (IME included), copy, paste, undo and find, as
 // in Excel. It holds no data of its own; every typed or pasted text goes to the writer it is
-// given, so that one cell-text path serves the whole product.
+// given, so that one cell-text path serves the whole product. The window procedure, scrolling
+// and focus live in grid_control; drawing in grid_paint, the in-place editor and IME in
+// grid_editor, the find dialog in grid_find, clipboard and undo commands in grid_commands.
 #include <windows.h>
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -115,5 +118,29 @@ private:
     int resizeStartX_ = 0;
     int resizeStartWidth_ = 0;
 };
+
+template <class Action>
+inline void GridControl::guarded(Action&& action) {
+    try {
+        action();
+    } catch (const std::exception& e) {
+        onError_(e);
+    }
+}
+
+// One user command is one undo step, also when it fails half-way.
+template <class Action>
+inline void GridControl::undoable(Action&& action) {
+    guarded([&] {
+        book_.history().beginAction();
+        try {
+            action();
+        } catch (...) {
+            book_.history().endAction();
+            throw;
+        }
+        book_.history().endAction();
+    });
+}
 
 }  // namespace kes

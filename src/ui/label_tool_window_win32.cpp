@@ -9,6 +9,7 @@
 #include <string>
 #include <system_error>
 
+#include "host/host_channel_win32.h"
 #include "text/utf8.h"
 #include "ui/window_support_win32.h"
 
@@ -261,23 +262,9 @@ LRESULT LabelToolWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
             KillTimer(window_, kTimerId);
         }
         return 0;
-    case WM_COPYDATA:   // used by hosts as a private command: a text handed over in a global atom
-        if (lParam != 0) {
-            const ATOM atom = static_cast<ATOM>(LOWORD(lParam));
-            wchar_t buffer[256] = {};
-            GlobalGetAtomNameW(atom, buffer, 255);
-            form_->sMessage = reinterpret_cast<const char16_t*>(buffer);
-            GlobalDeleteAtom(atom);
-        } else {
-            form_->sMessage.clear();
-        }
-        break;
+    case WM_COPYDATA:
     case WM_SYSCOMMAND:
-        if (wParam == SC_MINIMIZE) {   // the whole value: variants with the low bits set go on
-            HWND root = owner_ ? GetAncestor(owner_, GA_ROOT) : window_;
-            ShowWindow(root, SW_MINIMIZE);
-            return 0;
-        }
+        if (handleHostMessage(*form_, window_, owner_, message, wParam, lParam)) return 0;
         break;
     case WM_CLOSE:
         closed_ = true;   // the entry frees the form once its modal loop has ended
@@ -294,12 +281,11 @@ void LabelToolWindow::showMessage(const std::u16string& text) {
 }
 
 void LabelToolWindow::sendCopyData(HostWindow target, uint16_t message, uint32_t dwData, const std::string& payload) {
-    COPYDATASTRUCT data{dwData, static_cast<DWORD>(payload.size()), const_cast<char*>(payload.c_str())};
-    SendMessageW(reinterpret_cast<HWND>(target), message, 0, reinterpret_cast<LPARAM>(&data));
+    sendCopyDataToHost(target, message, dwData, payload);
 }
 
 void LabelToolWindow::sendPlain(HostWindow target, uint16_t message, uintptr_t wordParam) {
-    SendMessageW(reinterpret_cast<HWND>(target), message, wordParam, 0);
+    sendPlainToHost(target, message, wordParam);
 }
 
 FormPlatform::Guid LabelToolWindow::newGuid() {

@@ -20,4 +20,12 @@ void registerWindowClass(const wchar_t* name, UINT style, HBRUSH background) {
     RegisterClassExW(&wc);
 }
 
+std::u16string windowText(HWND window) {
+    const int length = GetWindowTextLengthW(window);
+    std::wstring text(static_cast<size_t>(length) + 1, L'\0');
+    GetWindowTextW(window, text.data(), length + 1);
+    text.resize(static_cast<size_t>(length));
+    return fromWide(text.c_str());
+}
+
 }  // namespace kes

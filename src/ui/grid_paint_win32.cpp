@@ -1,0 +1,254 @@
+// The grid's painting: cells, merged areas, the selection, the focus frame and the headers,
+// drawn off screen and copied in one go.
+#include "ui/grid_control_win32.h"
+
+#include <algorithm>
+#include <string>
+
+#include "sheet/sheet_bounds.h"
+#include "ui/window_support_win32.h"
+
+namespace kes {
+namespace {
+
+constexpr COLORREF kGridLine = RGB(0xD4, 0xD4, 0xD4);
+constexpr COLORREF kHeaderFill = RGB(0xF3, 0xF3, 0xF3);
+constexpr COLORREF kHeaderSelected = RGB(0xD2, 0xE4, 0xD9);
+constexpr COLORREF kSelectionFill = RGB(0xDC, 0xEA, 0xF7);
+constexpr COLORREF kFocusFrame = RGB(0x21, 0x73, 0x46);
+
+std::wstring columnName(int32_t column) {
+    std::wstring name;
+    for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) name.insert(name.begin(), wchar_t(L'A' + (c - 1) % 26));
+    return name;
+}
+
+}  // namespace
+
+void GridControl::paint(HDC target) {
+    const int width = clientWidth(), height = clientHeight();
+    HDC dc = CreateCompatibleDC(target);
+    HBITMAP bitmap = CreateCompatibleBitmap(target, std::max(width, 1), std::max(height, 1));
+    HGDIOBJ oldBitmap = SelectObject(dc, bitmap);
+    RECT all{0, 0, width, height};
+    FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+    SetBkMode(dc, TRANSPARENT);
+
+    const int32_t lastRow = std::min<int32_t>(kMaxRow, topRow_ + visibleRows());
+    int32_t lastColumn = leftColumn_;
+    for (int x = headerWidth_ + columnWidth(lastColumn); x < width && lastColumn < kMaxColumn; x += columnWidth(lastColumn))
+        ++lastColumn;
+
+    paintSelection(dc);
+    paintCells(dc, lastRow, lastColumn);
+    paintHeaders(dc, lastRow, lastColumn);
+
+    BitBlt(target, 0, 0, width, height, dc, 0, 0, SRCCOPY);
+    SelectObject(dc, oldBitmap);
+    DeleteObject(bitmap);
+    DeleteDC(dc);
+}
+
+void GridControl::paintSelection(HDC dc) {
+    const SheetSelection& selection = sheet().selection();
+    HBRUSH fill = CreateSolidBrush(kSelectionFill);
+    for (const CellRect& area : selection.areas()) {
+        if (area.left == area.right && area.top == area.bottom && selection.areas().size() == 1) break;
+        RECT from = cellRect(std::max(area.top, topRow_), std::max(area.left, leftColumn_));
+        RECT to = cellRect(std::min(area.bottom, topRow_ + visibleRows()), area.right);
+        if (area.bottom < topRow_ || area.right < leftColumn_) continue;
+        RECT r{from.left, from.top, std::min<LONG>(to.right, clientWidth()), to.bottom};
+        FillRect(dc, &r, fill);
+    }
+    DeleteObject(fill);
+}
+
+void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
+    const int width = clientWidth(), height = clientHeight();
+    HPEN pen = CreatePen(PS_SOLID, 1, kGridLine);
+    HGDIOBJ oldPen = SelectObject(dc, pen);
+    for (int y = headerHeight_ + rowHeight_ - 1; y < height; y += rowHeight_) {
+        MoveToEx(dc, headerWidth_, y, nullptr);
+        LineTo(dc, width, y);
+    }
+    for (int32_t c = leftColumn_, x = headerWidth_; c <= lastColumn; ++c) {
+        x += columnWidth(c);
+        MoveToEx(dc, x - 1, headerHeight_, nullptr);
+        LineTo(dc, x - 1, height);
+    }
+    SelectObject(dc, oldPen);
+    DeleteObject(pen);
+
+    SheetTable& table = sheet();
+    // Merged areas on screen: most sheets have none and pay nothing for them.
+    std::vector<CellRect> merged;
+    if (!table.mergedAreas().empty()) {
+        for (const CellRect& area : table.mergedAreas()) {
+            if (area.bottom >= topRow_ && area.top <= lastRow && area.right >= leftColumn_ &&
+                area.left <= lastColumn)
+                merged.push_back(area);
+        }
+    }
+
+    HGDIOBJ oldFont = SelectObject(dc, font_);
+    SetTextColor(dc, RGB(0, 0, 0));
+    std::vector<const CellRect*> rowMerged;   // the areas on screen that hold the row
+    for (SheetRow* row = table.rows().lowerBound(topRow_); row && row->index <= lastRow; row = row->next) {
+        if (!merged.empty()) {
+            rowMerged.clear();
+            for (const CellRect& area : merged) {
+                if (row->index >= area.top && row->index <= area.bottom) rowMerged.push_back(&area);
+            }
+        }
+        const auto inMerged = [&rowMerged](int32_t column) {
+            for (const CellRect* area : rowMerged) {
+                if (column >= area->left && column <= area->right) return true;
+            }
+            return false;
+        };
+        for (SheetCell* cell = row->cells.lowerBound(leftColumn_); cell && cell->index <= lastColumn; cell = cell->next) {
+            // A merged area's cells show nothing of their own: its top left cell's text is drawn below.
+            if (!rowMerged.empty() && inMerged(cell->index)) continue;
+            const CellRef ref(&table, row, cell);
+            std::u16string text = ref.displayText();
+            if (text.empty()) continue;
+            // One line per cell: line breaks and tabs inside a text show as spaces.
+            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+            RECT r = cellRect(row->index, cell->index);
+            InflateRect(&r, -scaled(3), 0);
+            const CellDataType type = ref.formulaResult().type;
+            SIZE extent{};
+            GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+            if (!isNumericType(type) && type != cdtBoolean && type != cdtError && extent.cx > r.right - r.left) {
+                // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
+                for (SheetCell* next = cell->next; r.right - r.left < extent.cx && r.right < width;) {
+                    const int32_t column = columnAt(r.right + scaled(4));
+                    if (next && next->index == column && CellRef(&table, row, next).formulaResult().type != cdtBlank) break;
+                    if (!rowMerged.empty() && inMerged(column)) break;
+                    r.right += columnWidth(column);
+                    if (next && next->index <= column) next = next->next;
+                }
+            }
+            drawCellText(dc, text, type, extent, r);
+        }
+    }
+    if (!merged.empty()) paintMergedAreas(dc, merged);
+    SelectObject(dc, oldFont);
+
+    const SheetSelection& selection = table.selection();
+    RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
+    if (!merged.empty()) {
+        // The focus on a merged cell frames the whole area, as one cell.
+        if (const CellRect* area = table.mergedAreaAt(selection.focusedRow(), selection.focusedColumn()))
+            focus = areaRect(*area);
+    }
+    if (selection.focusedRow() >= topRow_ && selection.focusedColumn() >= leftColumn_) {
+        HBRUSH frame = CreateSolidBrush(kFocusFrame);
+        for (int i = 0; i < 2; ++i) {
+            RECT f{focus.left - 1 + i, focus.top - 1 + i, focus.right - i, focus.bottom - i};
+            FrameRect(dc, &f, frame);
+        }
+        DeleteObject(frame);
+    }
+}
+
+// Each area as one cell: its background filled once over the grid lines inside it (its own
+// border lines stay), then its top left cell's text across the whole area, clipped to it. The
+// text keeps its place in the whole area when part of the area is scrolled off.
+void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
+    const SheetSelection& selection = sheet().selection();
+    const std::vector<CellRect>& chosen = selection.areas();
+    // As paintSelection: a selection of one cell is shown by the focus frame alone.
+    const bool singleCell =
+        chosen.size() == 1 && chosen[0].left == chosen[0].right && chosen[0].top == chosen[0].bottom;
+    HBRUSH selectedFill = CreateSolidBrush(kSelectionFill);
+    const int saved = SaveDC(dc);
+    IntersectClipRect(dc, headerWidth_, headerHeight_, clientWidth(), clientHeight());
+    for (const CellRect& area : areas) {
+        const RECT whole = areaRect(area);
+        bool selected = false;
+        for (const CellRect& s : chosen) {
+            selected = selected || (!singleCell && s.left <= area.right && area.left <= s.right &&
+                                    s.top <= area.bottom && area.top <= s.bottom);
+        }
+        const RECT inside{whole.left, whole.top, whole.right - 1, whole.bottom - 1};
+        FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+
+        const CellRef ref = sheet().getCell(area.top, area.left);
+        if (!ref) continue;
+        std::u16string text = ref.displayText();
+        if (text.empty()) continue;
+        std::replace_if(
+            text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+        SIZE extent{};
+        GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+        RECT r = inside;
+        InflateRect(&r, -scaled(3), 0);
+        drawCellText(dc, text, ref.formulaResult().type, extent, r);
+    }
+    RestoreDC(dc, saved);
+    DeleteObject(selectedFill);
+}
+
+// A cell's text in `r`: numbers to the right, truth values and errors centred, text to the left.
+void GridControl::drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r) {
+    UINT align = DT_LEFT;
+    if (isNumericType(type)) {
+        align = DT_RIGHT;
+        // A number never shows cut: like Excel, a column too narrow for it shows #s.
+        if (extent.cx > r.right - r.left) {
+            std::wstring hashes(static_cast<size_t>(std::max<LONG>(1, (r.right - r.left) / std::max(1, scaled(7)))), L'#');
+            DrawTextW(dc, hashes.c_str(), static_cast<int>(hashes.size()), &r, DT_RIGHT | DT_VCENTER | DT_SINGLELINE);
+            return;
+        }
+    } else if (type == cdtBoolean || type == cdtError) {
+        align = DT_CENTER;
+    }
+    DrawTextW(dc, wide(text), static_cast<int>(text.size()), &r,
+              align | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX | DT_END_ELLIPSIS);
+}
+
+void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {
+    const CellRect area = sheet().selection().area();
+    HBRUSH fill = CreateSolidBrush(kHeaderFill);
+    HBRUSH selected = CreateSolidBrush(kHeaderSelected);
+    HPEN pen = CreatePen(PS_SOLID, 1, RGB(0xC0, 0xC0, 0xC0));
+    HGDIOBJ oldPen = SelectObject(dc, pen);
+    HGDIOBJ oldFont = SelectObject(dc, headerFont_);
+    SetTextColor(dc, RGB(0x44, 0x44, 0x44));
+
+    RECT top{0, 0, clientWidth(), headerHeight_};
+    FillRect(dc, &top, fill);
+    for (int32_t c = leftColumn_, x = headerWidth_; c <= lastColumn; ++c) {
+        RECT r{x, 0, x + columnWidth(c), headerHeight_};
+        if (c >= area.left && c <= area.right) FillRect(dc, &r, selected);
+        const std::wstring name = columnName(c);
+        DrawTextW(dc, name.c_str(), static_cast<int>(name.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+        MoveToEx(dc, r.right - 1, 0, nullptr);
+        LineTo(dc, r.right - 1, headerHeight_);
+        x = r.right;
+    }
+    RECT left{0, headerHeight_, headerWidth_, clientHeight()};
+    FillRect(dc, &left, fill);
+    for (int32_t row = topRow_; row <= lastRow; ++row) {
+        RECT r{0, headerHeight_ + (row - topRow_) * rowHeight_, headerWidth_, 0};
+        r.bottom = r.top + rowHeight_;
+        if (row >= area.top && row <= area.bottom) FillRect(dc, &r, selected);
+        const std::wstring number = std::to_wstring(row + 1);
+        DrawTextW(dc, number.c_str(), static_cast<int>(number.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+        MoveToEx(dc, 0, r.bottom - 1, nullptr);
+        LineTo(dc, headerWidth_, r.bottom - 1);
+    }
+    MoveToEx(dc, 0, headerHeight_ - 1, nullptr);
+    LineTo(dc, clientWidth(), headerHeight_ - 1);
+    MoveToEx(dc, headerWidth_ - 1, 0, nullptr);
+    LineTo(dc, headerWidth_ - 1, clientHeight());
+
+    SelectObject(dc, oldFont);
+    SelectObject(dc, oldPen);
+    DeleteObject(pen);
+    DeleteObject(selected);
+    DeleteObject(fill);
+}
+
+}  // namespace kes
