@@ -1,8 +1,9 @@
 #include "sheet/editing/fill.h"
 
 #include <algorithm>
+#include <functional>
 #include <memory>
-#include <unordered_map>
+#include <vector>
 
 #include "sheet/editing/edit_action.h"
 #include "sheet/editing/fill_series.h"
@@ -39,6 +40,54 @@ private:
 
 bool vertical(FillDirection direction) { return direction == FillDirection::Down || direction == FillDirection::Up; }
 
+// A fill written in one go: the cells the area held before are recorded one by one, the
+// written ones are not. Undo empties the area and puts those cells back; redo writes it
+// again. A fill of a hundred thousand rows thus records only what it overwrote.
+class AreaWrite : public SheetChange {
+public:
+    AreaWrite(SheetTable& sheet, const CellRect& area, std::function<void()> write)
+        : sheet_(sheet), area_(area), write_(std::move(write)) {}
+
+    void apply(bool forward) override {
+        UndoHistory& history = sheet_.workbook().history();
+        history.lock();
+        try {
+            if (forward) write_();
+            else empty();
+        } catch (...) {
+            history.unlock();
+            throw;
+        }
+        history.unlock();
+    }
+
+private:
+    void empty() {
+        sheet_.rows().forEach(area_.top, area_.bottom, true, [&](SheetRow* row) {
+            row->cells.forEach(area_.left, area_.right, true, [&](SheetCell* cell) { sheet_.deleteCell(row->index, cell->index); });
+        });
+    }
+
+    SheetTable& sheet_;
+    CellRect area_;
+    std::function<void()> write_;
+};
+
+void writeArea(SheetTable& sheet, const CellRect& area, std::function<void()> write) {
+    UndoHistory& history = sheet.workbook().history();
+    EditAction action(sheet.workbook());
+    if (history.acceptsCommands()) {
+        sheet.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
+            row->cells.forEach(area.left, area.right, true, [&](SheetCell* cell) {
+                history.record(sheet, row->index, cell->index, sheet.cellState(row->index, cell->index));
+            });
+        });
+    }
+    auto change = std::make_shared<AreaWrite>(sheet, area, std::move(write));
+    change->apply(true);
+    history.recordChange(std::move(change));
+}
+
 }  // namespace
 
 void fillFromEdge(SheetTable& sheet, const CellRect& area, FillDirection direction) {
@@ -56,17 +105,21 @@ void fillFromEdge(SheetTable& sheet, const CellRect& area, FillDirection directi
     }
     if (sourceLine < 0) return;
     refuseArrayCells(sheet, target);
-    EditAction action(sheet.workbook());
     const int32_t firstCross = down ? area.left : area.top, lastCross = down ? area.right : area.bottom;
-    const int32_t firstAlong = down ? target.top : target.left, lastAlong = down ? target.bottom : target.right;
-    for (int32_t cross = firstCross; cross <= lastCross; ++cross) {
-        const CellCopier source(down ? sheet.cellState(sourceLine, cross) : sheet.cellState(cross, sourceLine));
-        for (int32_t along = firstAlong; along <= lastAlong; ++along) {
-            const int32_t moved = along - sourceLine;
-            if (down) sheet.restoreCellState(along, cross, source.movedBy(moved, 0));
-            else sheet.restoreCellState(cross, along, source.movedBy(0, moved));
+    auto sources = std::make_shared<std::vector<CellCopier>>();
+    for (int32_t cross = firstCross; cross <= lastCross; ++cross)
+        sources->emplace_back(down ? sheet.cellState(sourceLine, cross) : sheet.cellState(cross, sourceLine));
+    writeArea(sheet, target, [&sheet, target, down, sourceLine, firstCross, sources] {
+        const int32_t firstAlong = down ? target.top : target.left, lastAlong = down ? target.bottom : target.right;
+        for (size_t i = 0; i < sources->size(); ++i) {
+            const int32_t cross = firstCross + int32_t(i);
+            for (int32_t along = firstAlong; along <= lastAlong; ++along) {
+                const int32_t moved = along - sourceLine;
+                if (down) sheet.restoreCellState(along, cross, (*sources)[i].movedBy(moved, 0));
+                else sheet.restoreCellState(cross, along, (*sources)[i].movedBy(0, moved));
+            }
         }
-    }
+    });
 }
 
 CellRect fillHandleTarget(const CellRect& source, int32_t row, int32_t column) {
@@ -96,32 +149,47 @@ void fillSeries(SheetTable& sheet, const CellRect& source, const CellRect& targe
     const bool down = vertical(direction);
     const int32_t firstCross = down ? source.left : source.top, lastCross = down ? source.right : source.bottom;
     const int32_t sourceStart = down ? source.top : source.left, sourceEnd = down ? source.bottom : source.right;
-    const int32_t fillStart = down ? target.top : target.left, fillEnd = down ? target.bottom : target.right;
-    const auto at = [&](int32_t along, int32_t cross) { return down ? std::pair(along, cross) : std::pair(cross, along); };
     Workbook& book = sheet.workbook();
-
-    EditAction action(book);
+    // Each line of the selection across the fill: its source cells and what continues them.
+    struct Line {
+        std::vector<CellCopier> copiers;
+        FillSeries series;
+    };
+    auto lines = std::make_shared<std::vector<Line>>();
     for (int32_t cross = firstCross; cross <= lastCross; ++cross) {
         std::vector<CellCopier> copiers;
         std::vector<SeriesSource> sources;
         for (int32_t along = sourceStart; along <= sourceEnd; ++along) {
-            const auto [row, column] = at(along, cross);
-            CellState state = sheet.cellState(row, column);
+            CellState state = down ? sheet.cellState(along, cross) : sheet.cellState(cross, along);
             sources.push_back({state.value, isDateTimeFormat(book.styles()[state.style].numberFormat)});
             copiers.emplace_back(std::move(state));
         }
-        const FillSeries series(std::move(sources), toggled);
-        const int64_t length = sourceEnd - sourceStart + 1;
-        for (int32_t along = fillStart; along <= fillEnd; ++along) {
-            if (along >= sourceStart && along <= sourceEnd) continue;
-            const SeriesValue next = series.at(along - sourceStart);
-            const CellCopier& copier = copiers[next.source];
-            CellState state = copier.movedBy(down ? int32_t(next.cycle * length) : 0, down ? 0 : int32_t(next.cycle * length));
-            if (next.value) state.value = *next.value;
-            const auto [row, column] = at(along, cross);
-            sheet.restoreCellState(row, column, state);
-        }
+        lines->push_back({std::move(copiers), FillSeries(std::move(sources), toggled)});
     }
+    // The cells the fill writes: the target less the source.
+    CellRect filled = target;
+    switch (direction) {
+    case FillDirection::Down: filled.top = source.bottom + 1; break;
+    case FillDirection::Up: filled.bottom = source.top - 1; break;
+    case FillDirection::Right: filled.left = source.right + 1; break;
+    case FillDirection::Left: filled.right = source.left - 1; break;
+    }
+    const int32_t fillStart = down ? filled.top : filled.left, fillEnd = down ? filled.bottom : filled.right;
+    writeArea(sheet, filled, [&sheet, lines, down, firstCross, sourceStart, sourceEnd, fillStart, fillEnd] {
+        const int64_t length = sourceEnd - sourceStart + 1;
+        for (size_t i = 0; i < lines->size(); ++i) {
+            const Line& line = (*lines)[i];
+            const int32_t cross = firstCross + int32_t(i);
+            for (int32_t along = fillStart; along <= fillEnd; ++along) {
+                const SeriesValue next = line.series.at(along - sourceStart);
+                const int32_t moved = int32_t(next.cycle * length);
+                CellState state = line.copiers[next.source].movedBy(down ? moved : 0, down ? 0 : moved);
+                if (next.value) state.value = *next.value;
+                if (down) sheet.restoreCellState(along, cross, state);
+                else sheet.restoreCellState(cross, along, state);
+            }
+        }
+    });
 }
 
 }  // namespace kes
