@@ -42,6 +42,7 @@ void GridControl::paint(HDC target) {
     paintSelection(dc);
     paintCells(dc, lastRow, lastColumn);
     paintHeaders(dc, lastRow, lastColumn);
+    paintEditingMarks(dc);
 
     BitBlt(target, 0, 0, width, height, dc, 0, 0, SRCCOPY);
     SelectObject(dc, oldBitmap);
