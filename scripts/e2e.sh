@@ -30,6 +30,18 @@ sheet.merge_range("E2:G5", "\u5907\u6ce8\uff1a\u5408\u5e76\u5355\u5143\u683c")
 sheet.set_column(0, 0, 16)
 sheet.set_column(2, 2, 18)
 book.close()
+# Three sheets: the second is active when the file opens, as its author left it.
+book = xlsxwriter.Workbook(sys.argv[1] + "/sheets.xlsx")
+for name, rows in [("\u87ba\u4e1d", [["M6", 10, "S1"]]),
+                   ("\u87ba\u6bcd", [["M8", 20, "N1"], ["M10", 30, "N2"]]),
+                   ("\u57ab\u5708", [])]:
+    sheet = book.add_worksheet(name)
+    sheet.write_row(0, 0, ["\u54c1\u540d", "\u6570\u91cf", "\u6761\u7801"])
+    for r, row in enumerate(rows):
+        sheet.write_row(r + 1, 0, row)
+    if name == "\u87ba\u6bcd":
+        sheet.activate()
+book.close()
 data = open(sys.argv[1] + "/labels.xlsx", "rb").read()
 open(sys.argv[1] + "/damaged.xlsx", "wb").write(data[: len(data) // 2])
 PYTHON

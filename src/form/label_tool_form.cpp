@@ -1,6 +1,9 @@
 #include "form/label_tool_form.h"
 
+#include <algorithm>
+
 #include "form/text_helpers.h"
+#include "sheet/history_lock.h"
 #include "text/prefault.h"
 #include "text/utf8.h"
 #include "workbook/workbook_files.h"
@@ -35,6 +38,8 @@ void TFrmLabelTool::FormCreate() {
 
 void TFrmLabelTool::FormShow() {
     SheetTable& table = *SpreadBook.activeSheet();
+    // The header row is the window's starting point, not an edit: an undo must not erase it.
+    const HistoryLock lock(SpreadBook.history());
     // Deliberately no JSON parsing: brackets and quotes go wherever they stand.
     std::u16string s = MyFDataSource;
     s = removeAll(TrimText(s), u'[');
@@ -67,6 +72,22 @@ void TFrmLabelTool::SetCellText(SheetTable& table, int32_t row, int32_t column, 
 std::u16string TFrmLabelTool::cellText(int32_t row, int32_t column) {
     const CellRef cell = SpreadBook.activeSheet()->getCell(row, column);
     return cell ? cell.displayText() : std::u16string();
+}
+
+int32_t TFrmLabelTool::PageEndRow(int32_t fromRow) {
+    if (MyFDataSource == u"[]") return 1;
+    SheetTable& sheet = *SpreadBook.activeSheet();
+    const auto blank = [&](int32_t row) {
+        SheetRow* cells = sheet.getRow(row);
+        for (int32_t column = 0; cells && column < FieldCount; ++column) {
+            SheetCell* cell = cells->cells.getItem(column);
+            if (cell && !IsEmptyStr(CellRef(&sheet, cells, cell).displayText())) return false;
+        }
+        return true;
+    };
+    int32_t row = std::max(fromRow, 1);
+    while (!blank(row)) ++row;
+    return row;
 }
 
 // The keys as row 0 holds them when a print command starts (the user may have edited them).
@@ -104,11 +125,11 @@ void TFrmLabelTool::rowObject(const std::vector<std::u16string>& keys, int32_t r
 void TFrmLabelTool::appendPrintRecord(const std::u16string& object) {
     tbTempPrint.Edit();
     tbTempPrint.Append();
-    tbTempPrint.FieldByName(u"FID").SetAsString(NewId());
-    tbTempPrint.FieldByName(u"FLableCode").SetAsString(u"");
-    tbTempPrint.FieldByName(u"FLableVer").SetAsInteger(0);
-    tbTempPrint.FieldByName(u"FJson").SetAsString(object);
-    tbTempPrint.FieldByName(u"FPrinter").SetAsString(u"");
+    tbTempPrintFID.SetAsString(NewId());
+    tbTempPrintFLableCode.SetAsString(u"");
+    tbTempPrintFLableVer.SetAsInteger(0);
+    tbTempPrintFJson.SetAsString(object);
+    tbTempPrintFPrinter.SetAsString(u"");
     tbTempPrint.Post();
 }
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "form/form_components.h"
 #include "form/form_platform.h"
 #include "form/memo_text.h"
 #include "records/record_table.h"
@@ -29,7 +30,11 @@ public:
 
     void FormCreate();
     void FormShow();
-    void TimerTimer() { TimerEnabled = false; }
+    // The window frees the form once its modal loop ends; the handler asks for no less.
+    void FormClose(TCloseAction& Action) { Action = TCloseAction::caFree; }
+    void TimerTimer() { Timer.Enabled = false; }
+    // Bound to no component (the form has no tree list): never called.
+    void DBTreeListGetNodeImageIndex() {}
 
     void btnPrintAllClick();
     void btnPrintOneClick();
@@ -46,15 +51,31 @@ public:
 
     // The text of the cell at (row, column) of the active sheet; empty when there is none.
     std::u16string cellText(int32_t row, int32_t column);
+    // Where print page stops: the first row from `fromRow` on whose FieldCount cells are all
+    // empty or blank, rows 1 up to `fromRow` taken as printing; 1 when print page sends nothing.
+    int32_t PageEndRow(int32_t fromRow);
 
     Workbook SpreadBook;
     RecordTable tbTempPrint;
+    StringField& tbTempPrintFID = tbTempPrint.FieldByName(u"FID");
+    StringField& tbTempPrintFLableCode = tbTempPrint.FieldByName(u"FLableCode");
+    StringField& tbTempPrintFLableVer = tbTempPrint.FieldByName(u"FLableVer");
+    StringField& tbTempPrintFJson = tbTempPrint.FieldByName(u"FJson");
+    StringField& tbTempPrintFPrinter = tbTempPrint.FieldByName(u"FPrinter");
+
+    // Declared with their fields; no command opens, reads or writes them.
+    TClientDataSet tbType = makeTypeTable();
+    TDataSource dsType{&tbType};
+    TClientDataSet tbLabelType = makeLabelTypeTable();
+    TClientDataSet tbPrinter = makePrinterTable();
+    TClientDataSet tbTypeDetail = makeTypeDetailTable();
+    TPopupMenu PopupMenu = makePopupMenu();
+    TTimer Timer;
 
     // The hidden controls that serve as buffers and switches.
     MemoText Memo1;
     MemoText Memo2{u"Memo2"};
     bool chPreview = true;   // checked by design and never changed: the preview flag sent is 1
-    bool TimerEnabled = true;
 
     // The host's values and what the header set-up found.
     std::u16string MyFName;
@@ -63,6 +84,9 @@ public:
     HostWindow MyHandle = 0;
     int32_t FieldCount = 0;
     std::vector<std::u16string> StrArr;
+    bool FIsOpened = false;   // declared state that no command reads or writes
+    uint16_t CurCursor = 0;
+    TRect AreaRec;
     std::u16string sMessage;
 
 private:

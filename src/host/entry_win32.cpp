@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "host/host_arguments_win32.h"
 #include "ui/label_tool_window_win32.h"
 #include "ui/window_support_win32.h"
 
@@ -11,15 +12,6 @@ namespace {
 
 // The open form, for the length of one call; empty outside a call.
 kes::LabelToolWindow* FrmLabelTool = nullptr;
-
-std::u16string fromAnsi(const char* text) {
-    if (!text || !*text) return {};
-    const int length = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
-    std::wstring wide(static_cast<size_t>(length > 0 ? length : 1), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), length);
-    wide.resize(wcslen(wide.c_str()));
-    return std::u16string(reinterpret_cast<const char16_t*>(wide.c_str()), wide.size());
-}
 
 // The library's manifest asks for the version 6 common controls; a DLL gets them only while its
 // own activation context is active, which this scope does for the length of the call.
@@ -45,23 +37,17 @@ private:
     ULONG_PTR cookie_ = 0;
 };
 
-class EHostArgument : public std::exception {
-public:
-    const char* what() const noexcept override { return "the host window handle cannot be read"; }
-};
-
 }  // namespace
 
 extern "C" int SetDllFormPRec(HWND* handle, const char* path, const char* name, const char* dataSource) {
     int result = 0;
     const CommonControlsScope commonControls;
     try {
-        if (!handle || IsBadReadPtr(handle, sizeof(HWND))) throw EHostArgument();
-        FrmLabelTool = new kes::LabelToolWindow(*handle);
-        FrmLabelTool->form().MyHandle = reinterpret_cast<kes::HostWindow>(*handle);
-        FrmLabelTool->form().MyPath = fromAnsi(path);
-        FrmLabelTool->form().MyFName = fromAnsi(name);
-        FrmLabelTool->form().MyFDataSource = fromAnsi(dataSource);
+        FrmLabelTool = new kes::LabelToolWindow(kes::hostWindowHandle(handle));
+        FrmLabelTool->form().MyHandle = reinterpret_cast<kes::HostWindow>(kes::hostWindowHandle(handle));
+        FrmLabelTool->form().MyPath = kes::hostText(path);
+        FrmLabelTool->form().MyFName = kes::hostText(name);
+        FrmLabelTool->form().MyFDataSource = kes::hostText(dataSource);
         FrmLabelTool->showModal();
         result = 0;
     } catch (...) {

@@ -24,7 +24,10 @@ void RecordTable::Close() {
     blocks_.clear();
     blockUsed_ = 0;
     storedBytes_ = 0;
+    // A pending edit goes too: one that still pointed at its record would read freed values.
     pending_.clear();
+    pendingIsCurrent_ = false;
+    pendingModified_ = false;
     state_ = State::Inactive;
     current_ = 0;
     eof_ = true;

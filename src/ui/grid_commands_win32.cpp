@@ -73,7 +73,8 @@ void GridControl::pasteClipboard() {
     guarded([&] { pasted = pasteText(table, top, left, block, writer_); });
     table.selection().selectRange(pasted, top, left);
     widenForNumbers(pasted);
-    refresh();
+    pageRowsChanged(top);
+    redraw();
 }
 
 void GridControl::undo(bool redo) {

@@ -55,6 +55,7 @@ void GridControl::setFont(const wchar_t* face, int pixelHeight) {
     rowHeight_ = scaled(20);
     headerHeight_ = scaled(20);
     headerWidth_ = scaled(52);
+    tabBarHeight_ = scaled(24);
     refresh();
 }
 
@@ -68,7 +69,12 @@ void GridControl::focus() {
 }
 
 void GridControl::refresh() {
-    topRow_ = std::clamp(topRow_, 0, kMaxRow);
+    pageRowsChanged(1);
+    redraw();
+}
+
+void GridControl::redraw() {
+    topRow_ = std::clamp(topRow_, kFrozenRows, kMaxRow);
     leftColumn_ = std::clamp(leftColumn_, 0, kMaxColumn);
     updateScrollBars();
     placeEditor();
@@ -91,10 +97,17 @@ int GridControl::clientHeight() const {
     return r.bottom;
 }
 
-int GridControl::visibleRows() const { return std::max(1, (clientHeight() - headerHeight_) / rowHeight_); }
+// The rows that scroll and fit on screen.
+int GridControl::visibleRows() const { return std::max(1, (cellsBottom() - scrollingTop()) / rowHeight_); }
+
+// A row scrolled off above the frozen rows lies above the scrolling band, where it is clipped.
+int GridControl::rowTop(int32_t row) const {
+    if (row < kFrozenRows) return headerHeight_ + row * rowHeight_;
+    return scrollingTop() + (row - topRow_) * rowHeight_;
+}
 
 RECT GridControl::cellRect(int32_t row, int32_t column) {
-    RECT r{headerWidth_, headerHeight_ + (row - topRow_) * rowHeight_, 0, 0};
+    RECT r{headerWidth_, rowTop(row), 0, 0};
     if (column >= leftColumn_) {
         for (int32_t c = leftColumn_; c < column && r.left < clientWidth(); ++c) r.left += columnWidth(c);
     } else {
@@ -107,8 +120,7 @@ RECT GridControl::cellRect(int32_t row, int32_t column) {
 
 RECT GridControl::areaRect(const CellRect& area) {
     const RECT first = cellRect(area.top, area.left);
-    return {first.left, first.top, cellRect(area.top, area.right).right,
-            headerHeight_ + (area.bottom + 1 - topRow_) * rowHeight_};
+    return {first.left, first.top, cellRect(area.top, area.right).right, rowTop(area.bottom) + rowHeight_};
 }
 
 int32_t GridControl::columnAt(int x) {
@@ -121,7 +133,8 @@ int32_t GridControl::columnAt(int x) {
 }
 
 int32_t GridControl::rowAt(int y) {
-    return std::clamp(topRow_ + std::max(0, y - headerHeight_) / rowHeight_, 0, kMaxRow);
+    if (y < scrollingTop()) return std::clamp(std::max(0, y - headerHeight_) / rowHeight_, 0, kFrozenRows - 1);
+    return std::clamp(topRow_ + (y - scrollingTop()) / rowHeight_, kFrozenRows, kMaxRow);
 }
 
 int GridControl::columnBorderAt(int x, int y) {
@@ -137,24 +150,24 @@ int GridControl::columnBorderAt(int x, int y) {
 // --- scrolling and moving --------------------------------------------------------------------
 
 void GridControl::updateScrollBars() {
-    SCROLLINFO vertical{sizeof vertical, SIF_RANGE | SIF_PAGE | SIF_POS, 0, kMaxRow, UINT(visibleRows()), topRow_, 0};
+    SCROLLINFO vertical{sizeof vertical, SIF_RANGE | SIF_PAGE | SIF_POS, kFrozenRows, kMaxRow, UINT(visibleRows()), topRow_, 0};
     SetScrollInfo(window_, SB_VERT, &vertical, TRUE);
     SCROLLINFO horizontal{sizeof horizontal, SIF_RANGE | SIF_PAGE | SIF_POS, 0, kMaxColumn, 1, leftColumn_, 0};
     SetScrollInfo(window_, SB_HORZ, &horizontal, TRUE);
 }
 
 void GridControl::scrollTo(int32_t topRow, int32_t leftColumn) {
-    topRow = std::clamp(topRow, 0, kMaxRow);
+    topRow = std::clamp(topRow, kFrozenRows, kMaxRow);
     leftColumn = std::clamp(leftColumn, 0, kMaxColumn);
     if (topRow == topRow_ && leftColumn == leftColumn_) return;
     topRow_ = topRow;
     leftColumn_ = leftColumn;
-    refresh();
+    redraw();
 }
 
 void GridControl::ensureVisible(int32_t row, int32_t column) {
     int32_t top = topRow_, left = leftColumn_;
-    if (row < top) top = row;
+    if (row >= kFrozenRows && row < top) top = row;   // a frozen row is always in view
     else if (row >= top + visibleRows()) top = row - visibleRows() + 1;
     if (column < left) {
         left = column;
@@ -174,6 +187,7 @@ void GridControl::moveFocus(int32_t row, int32_t column, bool extend) {
 }
 
 void GridControl::afterChange() {
+    pageRowsChanged(1);
     InvalidateRect(window_, nullptr, FALSE);
 }
 
@@ -187,8 +201,14 @@ bool GridControl::handleNavigationKey(WPARAM key) {
     case VK_DOWN: dr = 1; break;
     case VK_LEFT: dc = -1; break;
     case VK_RIGHT: dc = 1; break;
-    case VK_PRIOR: moveFocus(at.row - visibleRows(), at.column, shift); return true;
-    case VK_NEXT: moveFocus(at.row + visibleRows(), at.column, shift); return true;
+    case VK_PRIOR:
+        if (control) showSheet(std::max(0, book_.activeSheetIndex() - 1));
+        else moveFocus(at.row - visibleRows(), at.column, shift);
+        return true;
+    case VK_NEXT:
+        if (control) showSheet(std::min(book_.sheetCount() - 1, book_.activeSheetIndex() + 1));
+        else moveFocus(at.row + visibleRows(), at.column, shift);
+        return true;
     case VK_HOME:
         if (control) moveFocus(0, 0, shift);
         else moveFocus(at.row, 0, shift);
@@ -244,7 +264,7 @@ LRESULT GridControl::handleGrid(UINT message, WPARAM wParam, LPARAM lParam) {
         case SB_PAGEDOWN: top += visibleRows(); break;
         case SB_THUMBTRACK:
         case SB_THUMBPOSITION: top = info.nTrackPos; break;
-        case SB_TOP: top = 0; break;
+        case SB_TOP: top = kFrozenRows; break;
         case SB_BOTTOM: top = kMaxRow; break;
         }
         scrollTo(top, leftColumn_);
@@ -283,6 +303,10 @@ LRESULT GridControl::handleGrid(UINT message, WPARAM wParam, LPARAM lParam) {
         commitEdit();
         const int x = GET_X_LPARAM(lParam), y = GET_Y_LPARAM(lParam);
         SetFocus(editor_);
+        if (y >= cellsBottom()) {
+            if (const int32_t tab = tabAt(x, y); tab >= 0) showSheet(tab);
+            return 0;
+        }
         if (const int border = columnBorderAt(x, y); border >= 0) {
             drag_ = Drag::ColumnWidth;
             resizeColumn_ = border;
@@ -316,7 +340,7 @@ LRESULT GridControl::handleGrid(UINT message, WPARAM wParam, LPARAM lParam) {
             refresh();
         } else if (drag_ == Drag::Cells) {
             const int x = std::max<int>(GET_X_LPARAM(lParam), headerWidth_);
-            const int y = std::max<int>(GET_Y_LPARAM(lParam), headerHeight_);
+            const int y = std::clamp<int>(GET_Y_LPARAM(lParam), headerHeight_, cellsBottom() - 1);
             const SheetSelection& s = sheet().selection();
             const int32_t row = rowAt(y), column = columnAt(x);
             if (row != s.focusedRow() || column != s.focusedColumn()) {
@@ -333,7 +357,7 @@ LRESULT GridControl::handleGrid(UINT message, WPARAM wParam, LPARAM lParam) {
         return 0;
     case WM_LBUTTONDBLCLK: {
         const int x = GET_X_LPARAM(lParam), y = GET_Y_LPARAM(lParam);
-        if (x >= headerWidth_ && y >= headerHeight_) {
+        if (x >= headerWidth_ && y >= headerHeight_ && y < cellsBottom()) {
             moveFocus(rowAt(y), columnAt(x), false);
             const SheetSelection& s = sheet().selection();
             startEditing(EditState::Editing, editText(s.focusedRow(), s.focusedColumn()));

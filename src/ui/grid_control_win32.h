@@ -9,8 +9,10 @@
 
 #include <cstdint>
 #include <exception>
+#include <algorithm>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "sheet/editing/fill.h"
 #include "sheet/editing/find_replace.h"
@@ -44,6 +46,14 @@ public:
     // The find dialog's window, for the modal loop's dialog navigation; null when closed.
     HWND findWindow() const { return findWindow_; }
 
+    // Where "print page" stops on the active sheet: given a row from which on rows are to be
+    // looked at (every row above it, from row 1, known to print), the first row that does not
+    // print. The grid marks the rows above it in the row headers and shows their count.
+    using PageEnd = std::function<int32_t(int32_t fromRow)>;
+    void setPageEnd(PageEnd pageEnd);
+    // Makes sheet `index` the active one, the one shown and printed, as a click on its tab does.
+    void showSheet(int32_t index);
+
 private:
     enum class EditState { Idle, Entering, Editing };
     enum class Drag { None, Cells, ColumnWidth, FillHandle };
@@ -67,13 +77,29 @@ private:
     int32_t columnAt(int x);
     int32_t rowAt(int y);
     int columnBorderAt(int x, int y);   // the column whose right border lies under (x, y), or -1
+    // Row 0, the field names, stays under the column headers while the rows below it scroll.
+    static constexpr int32_t kFrozenRows = 1;
+    int rowTop(int32_t row) const;
+    int scrollingTop() const { return headerHeight_ + kFrozenRows * rowHeight_; }
+    int cellsBottom() const { return std::max(scrollingTop() + rowHeight_, clientHeight() - tabBarHeight_); }
+    bool rowShown(int32_t row) const { return row < kFrozenRows || row >= topRow_; }
 
     void paint(HDC dc);
+    void paintRows(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, int top, int bottom);
     void paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn);
-    void paintCells(HDC dc, int32_t lastRow, int32_t lastColumn);
-    void paintSelection(HDC dc);
+    void paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill);
+    void paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn);
+    void paintSelection(HDC dc, int32_t firstRow, int32_t lastRow);
     void paintMergedAreas(HDC dc, const std::vector<CellRect>& areas);
     void drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r);
+
+    // The sheet tabs and the count of rows that print, under the cells (grid_tabs_win32.cpp).
+    void paintTabBar(HDC dc);
+    int32_t tabAt(int x, int y) const;
+    // Rows from `fromRow` on may have changed: where the page stops is looked for again.
+    void pageRowsChanged(int32_t fromRow);
+    int32_t pageEndRow();
+    void redraw();
 
     void updateScrollBars();
     void scrollTo(int32_t topRow, int32_t leftColumn);
@@ -132,7 +158,18 @@ private:
     int rowHeight_ = 20;
     int headerHeight_ = 20;
     int headerWidth_ = 48;
-    int32_t topRow_ = 0;
+    int tabBarHeight_ = 24;
+    struct Tab {
+        int32_t sheet;
+        RECT bounds;
+    };
+    std::vector<Tab> tabs_;   // as last painted
+    int32_t firstTab_ = 0;
+    PageEnd pageEnd_;
+    int32_t pageEndRow_ = 1;
+    int32_t pageScanFrom_ = 1;   // every row from 1 up to this one is known to print
+    bool pageEndStale_ = true;
+    int32_t topRow_ = kFrozenRows;   // the first of the rows that scroll
     int32_t leftColumn_ = 0;
     EditState editState_ = EditState::Idle;
     Drag drag_ = Drag::None;

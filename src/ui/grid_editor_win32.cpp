@@ -55,7 +55,8 @@ void GridControl::commitEdit() {
     const int32_t row = s.focusedRow(), column = s.focusedColumn();
     undoable([&] { writer_(sheet(), row, column, text); });
     widenForNumbers({column, row, column, row});
-    refresh();
+    pageRowsChanged(row);
+    redraw();
 }
 
 void GridControl::cancelEdit() {

@@ -16,6 +16,8 @@ constexpr COLORREF kHeaderFill = RGB(0xF3, 0xF3, 0xF3);
 constexpr COLORREF kHeaderSelected = RGB(0xD2, 0xE4, 0xD9);
 constexpr COLORREF kSelectionFill = RGB(0xDC, 0xEA, 0xF7);
 constexpr COLORREF kFocusFrame = RGB(0x21, 0x73, 0x46);
+constexpr COLORREF kFreezeLine = RGB(0x9B, 0x9B, 0x9B);
+constexpr COLORREF kPrintMark = RGB(0x21, 0x73, 0x46);
 
 std::wstring columnName(int32_t column) {
     std::wstring name;
@@ -39,10 +41,18 @@ void GridControl::paint(HDC target) {
     for (int x = headerWidth_ + columnWidth(lastColumn); x < width && lastColumn < kMaxColumn; x += columnWidth(lastColumn))
         ++lastColumn;
 
-    paintSelection(dc);
-    paintCells(dc, lastRow, lastColumn);
+    // The frozen rows over the rows that scroll, each band clipped to its own place.
+    paintRows(dc, 0, kFrozenRows - 1, lastColumn, headerHeight_, scrollingTop());
+    paintRows(dc, topRow_, lastRow, lastColumn, scrollingTop(), cellsBottom());
+    HPEN freeze = CreatePen(PS_SOLID, 1, kFreezeLine);
+    HGDIOBJ oldPen = SelectObject(dc, freeze);
+    MoveToEx(dc, 0, scrollingTop() - 1, nullptr);
+    LineTo(dc, width, scrollingTop() - 1);
+    SelectObject(dc, oldPen);
+    DeleteObject(freeze);
     paintHeaders(dc, lastRow, lastColumn);
     paintEditingMarks(dc);
+    paintTabBar(dc);
 
     BitBlt(target, 0, 0, width, height, dc, 0, 0, SRCCOPY);
     SelectObject(dc, oldBitmap);
@@ -50,21 +60,29 @@ void GridControl::paint(HDC target) {
     DeleteDC(dc);
 }
 
-void GridControl::paintSelection(HDC dc) {
+void GridControl::paintRows(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, int top, int bottom) {
+    const int saved = SaveDC(dc);
+    IntersectClipRect(dc, 0, top, clientWidth(), bottom);
+    paintSelection(dc, firstRow, lastRow);
+    paintCells(dc, firstRow, lastRow, lastColumn);
+    RestoreDC(dc, saved);
+}
+
+void GridControl::paintSelection(HDC dc, int32_t firstRow, int32_t lastRow) {
     const SheetSelection& selection = sheet().selection();
     HBRUSH fill = CreateSolidBrush(kSelectionFill);
     for (const CellRect& area : selection.areas()) {
         if (area.left == area.right && area.top == area.bottom && selection.areas().size() == 1) break;
-        RECT from = cellRect(std::max(area.top, topRow_), std::max(area.left, leftColumn_));
-        RECT to = cellRect(std::min(area.bottom, topRow_ + visibleRows()), area.right);
-        if (area.bottom < topRow_ || area.right < leftColumn_) continue;
+        if (area.bottom < firstRow || area.top > lastRow || area.right < leftColumn_) continue;
+        RECT from = cellRect(std::max(area.top, firstRow), std::max(area.left, leftColumn_));
+        RECT to = cellRect(std::min(area.bottom, lastRow), area.right);
         RECT r{from.left, from.top, std::min<LONG>(to.right, clientWidth()), to.bottom};
         FillRect(dc, &r, fill);
     }
     DeleteObject(fill);
 }
 
-void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
+void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn) {
     const int width = clientWidth(), height = clientHeight();
     HPEN pen = CreatePen(PS_SOLID, 1, kGridLine);
     HGDIOBJ oldPen = SelectObject(dc, pen);
@@ -85,7 +103,7 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
     std::vector<CellRect> merged;
     if (!table.mergedAreas().empty()) {
         for (const CellRect& area : table.mergedAreas()) {
-            if (area.bottom >= topRow_ && area.top <= lastRow && area.right >= leftColumn_ &&
+            if (area.bottom >= firstRow && area.top <= lastRow && area.right >= leftColumn_ &&
                 area.left <= lastColumn)
                 merged.push_back(area);
         }
@@ -94,7 +112,7 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
     HGDIOBJ oldFont = SelectObject(dc, font_);
     SetTextColor(dc, RGB(0, 0, 0));
     std::vector<const CellRect*> rowMerged;   // the areas on screen that hold the row
-    for (SheetRow* row = table.rows().lowerBound(topRow_); row && row->index <= lastRow; row = row->next) {
+    for (SheetRow* row = table.rows().lowerBound(firstRow); row && row->index <= lastRow; row = row->next) {
         if (!merged.empty()) {
             rowMerged.clear();
             for (const CellRect& area : merged) {
@@ -143,7 +161,7 @@ void GridControl::paintCells(HDC dc, int32_t lastRow, int32_t lastColumn) {
         if (const CellRect* area = table.mergedAreaAt(selection.focusedRow(), selection.focusedColumn()))
             focus = areaRect(*area);
     }
-    if (selection.focusedRow() >= topRow_ && selection.focusedColumn() >= leftColumn_) {
+    if (rowShown(selection.focusedRow()) && selection.focusedColumn() >= leftColumn_) {
         HBRUSH frame = CreateSolidBrush(kFocusFrame);
         for (int i = 0; i < 2; ++i) {
             RECT f{focus.left - 1 + i, focus.top - 1 + i, focus.right - i, focus.bottom - i};
@@ -191,6 +209,22 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
     DeleteObject(selectedFill);
 }
 
+// A row's number; a strip at its left edge when "print page" would send the row.
+void GridControl::paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill) {
+    RECT r{0, rowTop(row), headerWidth_, rowTop(row) + rowHeight_};
+    if (row >= selected.top && row <= selected.bottom) FillRect(dc, &r, selectedFill);
+    if (row >= 1 && row < pageEndRow()) {
+        RECT strip{0, r.top, scaled(4), r.bottom - 1};
+        HBRUSH mark = CreateSolidBrush(kPrintMark);
+        FillRect(dc, &strip, mark);
+        DeleteObject(mark);
+    }
+    const std::wstring number = std::to_wstring(row + 1);
+    DrawTextW(dc, number.c_str(), static_cast<int>(number.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+    MoveToEx(dc, 0, r.bottom - 1, nullptr);
+    LineTo(dc, headerWidth_, r.bottom - 1);
+}
+
 // A cell's text in `r`: numbers to the right, truth values and errors centred, text to the left.
 void GridControl::drawCellText(HDC dc, const std::u16string& text, CellDataType type, SIZE extent, RECT r) {
     UINT align = DT_LEFT;
@@ -229,21 +263,17 @@ void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {
         LineTo(dc, r.right - 1, headerHeight_);
         x = r.right;
     }
-    RECT left{0, headerHeight_, headerWidth_, clientHeight()};
+    RECT left{0, headerHeight_, headerWidth_, cellsBottom()};
     FillRect(dc, &left, fill);
-    for (int32_t row = topRow_; row <= lastRow; ++row) {
-        RECT r{0, headerHeight_ + (row - topRow_) * rowHeight_, headerWidth_, 0};
-        r.bottom = r.top + rowHeight_;
-        if (row >= area.top && row <= area.bottom) FillRect(dc, &r, selected);
-        const std::wstring number = std::to_wstring(row + 1);
-        DrawTextW(dc, number.c_str(), static_cast<int>(number.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
-        MoveToEx(dc, 0, r.bottom - 1, nullptr);
-        LineTo(dc, headerWidth_, r.bottom - 1);
-    }
+    const int saved = SaveDC(dc);
+    IntersectClipRect(dc, 0, headerHeight_, headerWidth_, cellsBottom());
+    for (int32_t row = 0; row < kFrozenRows; ++row) paintRowHeader(dc, row, area, selected);
+    for (int32_t row = topRow_; row <= lastRow; ++row) paintRowHeader(dc, row, area, selected);
+    RestoreDC(dc, saved);
     MoveToEx(dc, 0, headerHeight_ - 1, nullptr);
     LineTo(dc, clientWidth(), headerHeight_ - 1);
     MoveToEx(dc, headerWidth_ - 1, 0, nullptr);
-    LineTo(dc, headerWidth_ - 1, clientHeight());
+    LineTo(dc, headerWidth_ - 1, cellsBottom());
 
     SelectObject(dc, oldFont);
     SelectObject(dc, oldPen);

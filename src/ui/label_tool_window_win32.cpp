@@ -21,10 +21,13 @@ const wchar_t kPanelClass[] = L"KesPanel";
 constexpr int kClientWidth = 1001, kClientHeight = 668, kPanel1Height = 43;
 constexpr UINT_PTR kTimerId = 1;
 
-enum ControlId {
-    idBtnInport = 1001, idBtnOutPut, idBtnPrintOne, idBtnPrintAll, idBtnClose, idButton1, idChPreview, idBtnSendMes,
-    idRbIfShow, idLabel1, idMemo1, idMemo2,
+// The controls' ids, named as the form names its components.
+namespace control {
+enum : int {
+    btnInport = 1001, btnOutPut, btnPrintOne, btnPrintAll, btnClose, Button1, chPreview, btnSendMes, rbIfShow, Label1,
+    Memo1, Memo2,
 };
+}  // namespace control
 
 HWND makeChild(HWND parent, const wchar_t* cls, const wchar_t* text, DWORD style, int x, int y, int w, int h, int id,
                HFONT font) {
@@ -62,10 +65,10 @@ LabelToolWindow::LabelToolWindow(HWND owner) : owner_(owner) {
                               nullptr, moduleInstance(), nullptr);   // 快速打印工具
     if (!window_) throw std::runtime_error("the quick print window could not be created");
     SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-    SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&LabelToolWindow::formProc));
+    SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&LabelToolWindow::WndProc));
     createControls();
     layout();
-    SetTimer(window_, kTimerId, 2000, nullptr);
+    SetTimer(window_, kTimerId, form_->Timer.Interval, nullptr);
 }
 
 LabelToolWindow::~LabelToolWindow() {
@@ -81,53 +84,54 @@ void LabelToolWindow::createControls() {
     panelFont_ = makeFont(L"\u5FAE\u8F6F\u96C5\u9ED1", 12);
     labelFont_ = makeFont(L"\u5FAE\u8F6F\u96C5\u9ED1", 14);
     const DWORD visible = WS_VISIBLE;
-    panelAll_ = makeChild(window_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, 10, 0, formFont_);
+    PanelAll = makeChild(window_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, 10, 0, formFont_);
     // The check box sits on the outer panel, under the white panel that fills it: it exists
     // and is read by nothing, as the preview flag comes from the hidden chPreview.
-    panel4_ = makeChild(panelAll_, kPanelClass, L"", visible | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, 10, 10, 0, formFont_);
-    HWND rbIfShow = makeChild(panelAll_, L"BUTTON", L"\u6253\u5370\u662F\u5426\u6D4F\u89C8",
-                              visible | BS_AUTOCHECKBOX | WS_CLIPSIBLINGS, 27, 6, 120, 17, idRbIfShow, formFont_);   // 打印是否浏览
+    Panel4 = makeChild(PanelAll, kPanelClass, L"", visible | WS_CLIPCHILDREN | WS_CLIPSIBLINGS, 0, 0, 10, 10, 0, formFont_);
+    HWND rbIfShow = makeChild(PanelAll, L"BUTTON", L"\u6253\u5370\u662F\u5426\u6D4F\u89C8",
+                              visible | BS_AUTOCHECKBOX | WS_CLIPSIBLINGS, 27, 6, 120, 17, control::rbIfShow, formFont_);   // 打印是否浏览
     SetWindowPos(rbIfShow, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-    panel1_ = makeChild(panel4_, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, kPanel1Height, 0, panelFont_);
-    for (HWND panel : {panelAll_, panel4_, panel1_}) {
+    Panel1 = makeChild(Panel4, kPanelClass, L"", visible | WS_CLIPCHILDREN, 0, 0, 10, kPanel1Height, 0, panelFont_);
+    for (HWND panel : {PanelAll, Panel4, Panel1}) {
         SetWindowLongPtrW(panel, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
         SetWindowLongPtrW(panel, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&LabelToolWindow::panelProc));
     }
 
     const auto button = [&](const wchar_t* caption, int x, int y, int id, bool shown, DWORD extra = BS_PUSHBUTTON) {
-        return makeChild(panel1_, L"BUTTON", caption, (shown ? visible : 0) | WS_TABSTOP | extra, x, y, 75, 25, id, panelFont_);
+        return makeChild(Panel1, L"BUTTON", caption, (shown ? visible : 0) | WS_TABSTOP | extra, x, y, 75, 25, id, panelFont_);
     };
-    button(L"\u5BFC\u5165Excel", 8, 8, idBtnInport, true);        // 导入Excel
-    button(L"\u5BFC\u51FAExcel", 89, 8, idBtnOutPut, true);       // 导出Excel
-    button(L"\u6253\u5370\u672C\u884C", 240, 8, idBtnPrintOne, true);   // 打印本行
-    button(L"\u6253\u5370\u672C\u9875", 320, 8, idBtnPrintAll, true);   // 打印本页
-    label1_ = makeChild(panel1_, L"STATIC", L"\u63D0\u793A\uFF1A\u641C\u7D22\u529F\u80FD\u7528Ctrl+F", visible, 403, 10, 165,
-                        20, idLabel1, labelFont_);   // 提示：搜索功能用Ctrl+F
-    button(L"\u9000\u51FA", 572, 8, idBtnClose, true);            // 退出
-    button(L"Button1", 670, 8, idButton1, false);
-    HWND chPreview = button(L"\u6253\u5370\u9884\u89C8", 751, 12, idChPreview, false, BS_AUTOCHECKBOX);   // 打印预览
+    button(L"\u5BFC\u5165Excel", 8, 8, control::btnInport, true);        // 导入Excel
+    button(L"\u5BFC\u51FAExcel", 89, 8, control::btnOutPut, true);       // 导出Excel
+    button(L"\u6253\u5370\u672C\u884C", 240, 8, control::btnPrintOne, true);   // 打印本行
+    button(L"\u6253\u5370\u672C\u9875", 320, 8, control::btnPrintAll, true);   // 打印本页
+    Label1 = makeChild(Panel1, L"STATIC", L"\u63D0\u793A\uFF1A\u641C\u7D22\u529F\u80FD\u7528Ctrl+F", visible, 403, 10, 165,
+                        20, control::Label1, labelFont_);   // 提示：搜索功能用Ctrl+F
+    button(L"\u9000\u51FA", 572, 8, control::btnClose, true);            // 退出
+    button(L"Button1", 670, 8, control::Button1, false);
+    HWND chPreview = button(L"\u6253\u5370\u9884\u89C8", 751, 12, control::chPreview, false, BS_AUTOCHECKBOX);   // 打印预览
     SendMessageW(chPreview, BM_SETCHECK, form_->chPreview ? BST_CHECKED : BST_UNCHECKED, 0);
-    button(L"\u53D1\u9001\u6D88\u606F", 784, 12, idBtnSendMes, false);   // 发送消息
+    button(L"\u53D1\u9001\u6D88\u606F", 784, 12, control::btnSendMes, false);   // 发送消息
     // The hidden memos exist as designed; the texts they buffer live in the form itself, where
     // a print's array text (megabytes at times) is not copied into an edit control.
-    makeChild(panel4_, L"EDIT", L"", ES_MULTILINE | WS_VSCROLL, 336, 200, 593, 281, idMemo1, formFont_);
-    makeChild(panel4_, L"EDIT", L"Memo2", ES_MULTILINE | WS_VSCROLL, 488, 144, 209, 193, idMemo2, formFont_);
+    makeChild(Panel4, L"EDIT", L"", ES_MULTILINE | WS_VSCROLL, 336, 200, 593, 281, control::Memo1, formFont_);
+    makeChild(Panel4, L"EDIT", L"Memo2", ES_MULTILINE | WS_VSCROLL, 488, 144, 209, 193, control::Memo2, formFont_);
 
     grid_ = std::make_unique<GridControl>(
-        panel4_, form_->SpreadBook,
+        Panel4, form_->SpreadBook,
         [this](SheetTable& table, int32_t row, int32_t column, const std::u16string& text) {
             form_->SetCellText(table, row, column, text, true);
         },
         [this](const std::exception& error) { showError(error); });
+    grid_->setPageEnd([this](int32_t fromRow) { return form_->PageEndRow(fromRow); });
 }
 
 void LabelToolWindow::layout() {
     RECT client;
     GetClientRect(window_, &client);
-    MoveWindow(panelAll_, 0, 0, client.right, client.bottom, TRUE);
+    MoveWindow(PanelAll, 0, 0, client.right, client.bottom, TRUE);
     // The outer panel's border of one pixel shows around the white panel.
-    MoveWindow(panel4_, 1, 1, client.right - 2, client.bottom - 2, TRUE);
-    MoveWindow(panel1_, 0, 0, client.right - 2, kPanel1Height, TRUE);
+    MoveWindow(Panel4, 1, 1, client.right - 2, client.bottom - 2, TRUE);
+    MoveWindow(Panel1, 0, 0, client.right - 2, kPanel1Height, TRUE);
     grid_->setBounds({0, kPanel1Height, client.right - 2, client.bottom - 2});
 }
 
@@ -188,7 +192,7 @@ void LabelToolWindow::showError(const std::exception& error, int button) {
     std::u16string text;
     if (outOfMemory(error)) {
         wchar_t caption[64] = {};
-        if (button) GetDlgItemTextW(panel1_, button, caption, 64);
+        if (button) GetDlgItemTextW(Panel1, button, caption, 64);
         // 内存不足，“导入Excel”未能完成。 or, for no named command, 内存不足，操作未能完成。
         text = *caption ? u"\u5185\u5B58\u4E0D\u8DB3\uFF0C\u201C" + fromWide(caption) + u"\u201D\u672A\u80FD\u5B8C\u6210\u3002"
                         : u"\u5185\u5B58\u4E0D\u8DB3\uFF0C\u64CD\u4F5C\u672A\u80FD\u5B8C\u6210\u3002";
@@ -200,23 +204,23 @@ void LabelToolWindow::showError(const std::exception& error, int button) {
 
 void LabelToolWindow::command(int id) {
     switch (id) {
-    case idBtnPrintAll: grid_->commitEdit(); run([&] { form_->btnPrintAllClick(); }, id); break;
-    case idBtnPrintOne: grid_->commitEdit(); run([&] { form_->btnPrintOneClick(); }, id); break;
-    case idBtnSendMes: run([&] { form_->btnSendMesClick(); }, id); break;
-    case idBtnClose: run([&] { form_->btnCloseClick(); }, id); break;
-    case idBtnInport:
+    case control::btnPrintAll: grid_->commitEdit(); run([&] { form_->btnPrintAllClick(); }, id); break;
+    case control::btnPrintOne: grid_->commitEdit(); run([&] { form_->btnPrintOneClick(); }, id); break;
+    case control::btnSendMes: run([&] { form_->btnSendMesClick(); }, id); break;
+    case control::btnClose: run([&] { form_->btnCloseClick(); }, id); break;
+    case control::btnInport:
         run([&] { form_->btnInportClick(); }, id);
         grid_->showCell(form_->SpreadBook.activeSheet()->selection().focusedRow(),
                         form_->SpreadBook.activeSheet()->selection().focusedColumn());
         break;
-    case idBtnOutPut: run([&] { form_->btnOutPutClick(); }, id); break;
-    case idButton1: run([&] { form_->Button1Click(); }, id); break;
+    case control::btnOutPut: run([&] { form_->btnOutPutClick(); }, id); break;
+    case control::Button1: run([&] { form_->Button1Click(); }, id); break;
     default: return;
     }
     if (!closed_) grid_->focus();
 }
 
-LRESULT CALLBACK LabelToolWindow::formProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT CALLBACK LabelToolWindow::WndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     auto* self = reinterpret_cast<LabelToolWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
     return self ? self->handle(message, wParam, lParam) : DefWindowProcW(window, message, wParam, lParam);
 }
@@ -234,7 +238,7 @@ LRESULT CALLBACK LabelToolWindow::panelProc(HWND window, UINT message, WPARAM wP
         RECT r;
         GetClientRect(window, &r);
         FillRect(reinterpret_cast<HDC>(wParam), &r,
-                 window == self->panelAll_ ? GetSysColorBrush(COLOR_BTNFACE) : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+                 window == self->PanelAll ? GetSysColorBrush(COLOR_BTNFACE) : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
         return 1;
     }
     default: return DefWindowProcW(window, message, wParam, lParam);
@@ -250,7 +254,7 @@ LRESULT LabelToolWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CTLCOLORBTN: {
         HDC dc = reinterpret_cast<HDC>(wParam);
         SetBkMode(dc, TRANSPARENT);
-        if (reinterpret_cast<HWND>(lParam) == label1_) SetTextColor(dc, RGB(0, 0, 0xFF));
+        if (reinterpret_cast<HWND>(lParam) == Label1) SetTextColor(dc, RGB(0, 0, 0xFF));
         return reinterpret_cast<LRESULT>(GetStockObject(WHITE_BRUSH));
     }
     case WM_SIZE:
@@ -259,16 +263,20 @@ LRESULT LabelToolWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_TIMER:
         if (wParam == kTimerId) {
             form_->TimerTimer();
-            KillTimer(window_, kTimerId);
+            if (!form_->Timer.Enabled) KillTimer(window_, kTimerId);
         }
         return 0;
     case WM_COPYDATA:
     case WM_SYSCOMMAND:
         if (handleHostMessage(*form_, window_, owner_, message, wParam, lParam)) return 0;
         break;
-    case WM_CLOSE:
-        closed_ = true;   // the entry frees the form once its modal loop has ended
+    case WM_CLOSE: {
+        // The form asks to be freed; the entry does that, once, when the modal loop has ended.
+        TCloseAction action = TCloseAction::caHide;
+        form_->FormClose(action);
+        closed_ = action != TCloseAction::caNone;
         return 0;
+    }
     case WM_ACTIVATE:
         if (LOWORD(wParam) != WA_INACTIVE && grid_) grid_->focus();
         break;

@@ -37,7 +37,7 @@ public:
     void closeForm() override;
 
 private:
-    static LRESULT CALLBACK formProc(HWND, UINT, WPARAM, LPARAM);
+    static LRESULT CALLBACK WndProc(HWND, UINT, WPARAM, LPARAM);
     static LRESULT CALLBACK panelProc(HWND, UINT, WPARAM, LPARAM);
     LRESULT handle(UINT message, WPARAM wParam, LPARAM lParam);
     void createControls();
@@ -50,8 +50,8 @@ private:
 
     HWND owner_;
     HWND window_ = nullptr;
-    HWND panelAll_ = nullptr, panel4_ = nullptr, panel1_ = nullptr;
-    HWND label1_ = nullptr;
+    HWND PanelAll = nullptr, Panel4 = nullptr, Panel1 = nullptr;
+    HWND Label1 = nullptr;
     HFONT formFont_ = nullptr, panelFont_ = nullptr, labelFont_ = nullptr;
     std::unique_ptr<TFrmLabelTool> form_;
     std::unique_ptr<GridControl> grid_;

@@ -1,5 +1,6 @@
 #include "workbook/workbook_files.h"
 
+#include "sheet/history_lock.h"
 #include "workbook/formats.h"
 #include "workbook/native/binary_format.h"
 #include "workbook/file_io.h"
@@ -34,17 +35,6 @@ private:
     FormatSettings own_;
     bool keepDateSystem_;
     bool swapped_ = false;
-};
-
-class HistoryLock {
-public:
-    explicit HistoryLock(UndoHistory& history) : history_(history) { history_.lock(); }
-    ~HistoryLock() { history_.unlock(); }
-    HistoryLock(const HistoryLock&) = delete;
-    HistoryLock& operator=(const HistoryLock&) = delete;
-
-private:
-    UndoHistory& history_;
 };
 
 }  // namespace

@@ -247,6 +247,38 @@ bool fileDialog(HWND form, const std::wstring& button, const std::wstring& fileN
 
 bool importFile(HWND form, const std::wstring& fileName) { return fileDialog(form, L"\u5BFC\u5165Excel", fileName); }
 
+// The grid window (the in-place editor, which has the focus, lives in it).
+HWND gridOf(HWND editor) { return GetParent(editor); }
+
+int scaledForScreen(HWND window, int pixels) {
+    HDC dc = GetDC(window);
+    const int dpi = GetDeviceCaps(dc, LOGPIXELSY);
+    ReleaseDC(window, dc);
+    return MulDiv(pixels, dpi, 96);
+}
+
+void clickAt(HWND window, int x, int y) {
+    PostMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(x, y));
+    PostMessageW(window, WM_LBUTTONUP, 0, MAKELPARAM(x, y));
+}
+
+// The grid's own count of the rows that print page would send, as it shows it.
+std::wstring pageCount(HWND grid) {
+    UpdateWindow(grid);   // the count is taken as the grid paints
+    wchar_t text[64] = {};
+    GetWindowTextW(grid, text, 64);
+    return text;
+}
+
+// Whether the row header of the visible row `line` (0: the frozen row 0) carries the print mark.
+bool rowMarked(HWND grid, int line) {
+    UpdateWindow(grid);
+    HDC dc = GetDC(grid);
+    const COLORREF colour = GetPixel(dc, scaledForScreen(grid, 1), scaledForScreen(grid, 20 + 20 * line + 10));
+    ReleaseDC(grid, dc);
+    return colour == RGB(0x21, 0x73, 0x46);
+}
+
 // Takes the free address space but `leave` bytes in one block until it is given back, as a
 // far larger workbook would take it: a 32-bit host has 2 GB.
 class AddressSpaceHoard {
@@ -679,11 +711,132 @@ void cases() {
         });
     }
 
+    run("sheet tabs switch the sheet that shows and prints", [] {
+        bool imported = false;
+        std::wstring countOnSecond;
+        session(kFields, [&](HWND form, HWND editor) {
+            const HWND grid = gridOf(editor);
+            imported = importFile(form, L"sheets.xlsx");
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u9875");   // the sheet active in the file: 螺母
+            countOnSecond = pageCount(grid);
+            screenshot(L"sheet-tabs");
+            controlKey(form, VK_NEXT);                   // 垫圈: nothing to print
+            click(form, L"\u6253\u5370\u672C\u9875");
+            RECT client;
+            GetClientRect(grid, &client);
+            clickAt(grid, scaledForScreen(grid, 14), client.bottom - scaledForScreen(grid, 12));   // the first tab: 螺丝
+            settle(form);
+            click(form, L"\u6253\u5370\u672C\u9875");
+            controlKey(form, VK_PRIOR);                  // stays on the first sheet
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(imported, "the workbook is imported");
+        check(countOnSecond == L"\u5C06\u6253\u5370 2 \u884C", "the count of the active sheet: " + utf8(countOnSecond));
+        const std::string second = utf8(L"[{\"\u54C1\u540D\":\"M8\",\"\u6570\u91CF\":\"20\",\"\u6761\u7801\":\"N1\"},"
+                                        L"{\"\u54C1\u540D\":\"M10\",\"\u6570\u91CF\":\"30\",\"\u6761\u7801\":\"N2\"}]");
+        const std::string first = utf8(L"[{\"\u54C1\u540D\":\"M6\",\"\u6570\u91CF\":\"10\",\"\u6761\u7801\":\"S1\"}]");
+        check(received.size() == 4, "four pages printed: " + std::to_string(received.size()));
+        if (received.size() == 4) {
+            check(received[0].bytes == second, "the active sheet of the file prints: " + received[0].bytes);
+            check(received[1].bytes == "[]", "Ctrl+PgDn: the empty third sheet prints nothing: " + received[1].bytes);
+            check(received[2].bytes == first, "a click on the first tab: " + received[2].bytes);
+            check(received[3].bytes == first, "Ctrl+PgUp on the first sheet stays there: " + received[3].bytes);
+        }
+    });
+
+    run("row 0 stays at the top while the rows below it scroll", [] {
+        std::wstring refusal;
+        session(kFields, [&](HWND form, HWND editor) {
+            const HWND grid = gridOf(editor);
+            key(editor, VK_DOWN);
+            std::vector<std::vector<std::wstring>> rows;
+            for (int i = 1; i <= 60; ++i) rows.push_back({L"row " + std::to_wstring(i), std::to_wstring(i), L""});
+            typeRows(editor, rows);
+            settle(form);
+            screenshot(L"frozen-row");
+            // Scrolled far down, a click just under the column headers still lands on row 0.
+            clickAt(grid, scaledForScreen(grid, 80), scaledForScreen(grid, 30));
+            settle(form);
+            PostMessageW(childWithText(form, L"\u6253\u5370\u672C\u884C"), BM_CLICK, 0, 0);   // 打印本行: posted, it shows a message box
+            refusal = dismissMessageBox(form);
+            settle(form);
+        });
+        check(refusal == L"\u8BF7\u9009\u62E9\u975E\u6807\u9898\u7684\u884C\u8BB0\u5F55\u6253\u5370\uFF01",
+              "the click selected the header row: " + utf8(refusal));
+        check(received.empty(), "nothing is sent");
+    });
+
+    run("the rows that print page sends are marked and counted", [] {
+        std::wstring before, after;
+        bool marks[3] = {}, afterGap = true, noMenu = false;
+        session(kFields, [&](HWND form, HWND editor) {
+            const HWND grid = gridOf(editor);
+            key(editor, VK_DOWN);
+            typeRows(editor, {{L"a", L"1", L""}, {L"b", L"", L""}, {L"", L"", L"3"}, {L"", L"", L""}, {L"after", L"the", L"gap"}});
+            settle(form);
+            before = pageCount(grid);
+            marks[0] = rowMarked(grid, 0);
+            marks[1] = rowMarked(grid, 1);
+            marks[2] = rowMarked(grid, 3);
+            afterGap = rowMarked(grid, 5);
+            screenshot(L"print-marking");
+            PostMessageW(grid, WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(scaledForScreen(grid, 90), scaledForScreen(grid, 50)));
+            PostMessageW(grid, WM_RBUTTONUP, 0, MAKELPARAM(scaledForScreen(grid, 90), scaledForScreen(grid, 50)));
+            settle(form);
+            const HWND menu = FindWindowW(L"#32768", nullptr);
+            noMenu = !menu || !IsWindowVisible(menu);
+            key(editor, VK_UP);
+            key(editor, VK_UP);
+            type(editor, L"gap filled");
+            key(editor, VK_RETURN);
+            settle(form);
+            after = pageCount(grid);
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(before == L"\u5C06\u6253\u5370 3 \u884C", "three rows before the gap: " + utf8(before));
+        check(!marks[0] && marks[1] && marks[2], "rows 1 to 3 are marked, the header row is not");
+        check(!afterGap, "the row after the gap is not marked");
+        check(noMenu, "a right click shows no menu");
+        check(after == L"\u5C06\u6253\u5370 5 \u884C", "filling the gap counts the rows after it: " + utf8(after));
+        check(received.size() == 1 && received[0].bytes.find("\"after\"") != std::string::npos, "the page sends them");
+    });
+
     run("a null handle pointer returns 1 without a window", [] {
         received.clear();
         const int result = entry(nullptr, nullptr, nullptr, nullptr);
         check(result == 1, "returns 1");
         check(FindWindowW(L"TFrmLabelTool", nullptr) == nullptr, "no window left");
+    });
+
+    run("a text pointer into unreadable memory returns 1 without a window", [] {
+        // Two pages: a text that fills the first without its terminating zero runs into the
+        // second, which cannot be read; and a pointer into the second itself.
+        SYSTEM_INFO system;
+        GetSystemInfo(&system);
+        const size_t page = system.dwPageSize;
+        auto* pages = static_cast<char*>(VirtualAlloc(nullptr, 2 * page, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+        std::fill(pages, pages + page, 'a');
+        DWORD old = 0;
+        VirtualProtect(pages + page, page, PAGE_NOACCESS, &old);
+        const std::string fields = ansi(kFields);
+        struct Case {
+            const char* name;
+            const char* path;
+            const char* dataSource;
+        };
+        const Case cases[] = {
+            {"unterminated path", pages, fields.c_str()},
+            {"path in a page that cannot be read", pages + page, fields.c_str()},
+            {"field list in a page that cannot be read", "", pages + page + 16},
+        };
+        for (const Case& c : cases) {
+            received.clear();
+            const int result = entry(&hostWindow, c.path, "", c.dataSource);
+            check(result == 1, std::string(c.name) + ": returns 1");
+            check(FindWindowW(L"TFrmLabelTool", nullptr) == nullptr, std::string(c.name) + ": no window left");
+        }
+        VirtualFree(pages, 0, MEM_RELEASE);
     });
 }
 

@@ -93,6 +93,24 @@ TEST_F(LabelForm, HeaderNamesStayTextButNumbersBecomeNumbers) {
     EXPECT_EQ(form.cellText(0, 1), u"2024");
 }
 
+// Undo right after the window opens must not erase field names (the next print would send
+// empty keys); a user's own edit is still undone on its own.
+TEST_F(LabelForm, HeaderSetUpIsNotUndoable) {
+    show(u"[\"a\",\"b\"]");
+    EXPECT_FALSE(form.SpreadBook.history().canUndo());
+    form.SpreadBook.history().undo();
+    form.SpreadBook.history().beginAction();   // one typed cell is one step, as the grid records it
+    type(1, 0, u"x");
+    form.SpreadBook.history().endAction();
+    form.SpreadBook.history().undo();
+    EXPECT_EQ(form.cellText(1, 0), u"");
+    EXPECT_EQ(form.cellText(0, 0), u"a");
+    EXPECT_EQ(form.cellText(0, 1), u"b");
+    EXPECT_FALSE(form.SpreadBook.history().canUndo());
+    type(1, 0, u"y");
+    EXPECT_TRUE(form.SpreadBook.history().canUndo()) << "the history records again after the set-up";
+}
+
 TEST_F(LabelForm, PrintPageSendsRowsUpToTheFirstEmptyOne) {
     show(u"[\"\u54C1\u540D\",\"\u6570\u91CF\",\"\u6761\u7801\"]");   // 品名 数量 条码
     type(1, 0, u"\u87BA\u4E1D");
@@ -113,6 +131,89 @@ TEST_F(LabelForm, PrintPageSendsRowsUpToTheFirstEmptyOne) {
     EXPECT_EQ(toUtf8(form.Memo1.text()), lastPayload());
     EXPECT_EQ(form.Memo2, form.Memo1);
     EXPECT_EQ(form.tbTempPrint.recordCount(), 2u);
+}
+
+// The rows the grid marks as printing are exactly the rows print page sends, also when the
+// look-up starts from a row below the top.
+TEST_F(LabelForm, PageEndRowAgreesWithPrintPage) {
+    struct Case {
+        const char* name;
+        std::u16string fields;
+        std::vector<std::vector<std::u16string>> rows;   // from row 1
+    };
+    const Case cases[] = {
+        {"empty sheet", u"[\"a\",\"b\"]", {}},
+        {"stops at a gap", u"[\"a\",\"b\"]", {{u"1", u"2"}, {u"", u"x"}, {u"", u""}, {u"after", u"gap"}}},
+        {"spaces count as empty", u"[\"a\",\"b\"]", {{u"1", u""}, {u"  ", u" "}, {u"3", u"4"}}},
+        {"data beyond the fields only", u"[\"a\"]", {{u"1", u"x"}, {u"", u"x"}, {u"2", u""}}},
+        {"empty list prints nothing", u"[]", {{u"1", u"2"}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        FakePlatform p;
+        TFrmLabelTool f(p);
+        f.MyHandle = 1;
+        f.MyFDataSource = c.fields;
+        f.FormShow();
+        for (size_t r = 0; r < c.rows.size(); ++r) {
+            for (size_t col = 0; col < c.rows[r].size(); ++col)
+                f.SetCellText(*f.SpreadBook.activeSheet(), int32_t(r + 1), int32_t(col), c.rows[r][col], true);
+        }
+        f.btnPrintAllClick();
+        const int32_t sent = f.tbTempPrint.state() == RecordTable::State::Inactive ? 0 : int32_t(f.tbTempPrint.recordCount());
+        const int32_t end = f.PageEndRow(1);
+        EXPECT_EQ(end - 1, sent);
+        for (int32_t from = 1; from <= end; ++from) EXPECT_EQ(f.PageEndRow(from), end) << "from row " << from;
+    }
+}
+
+// The components the form carries without driving them: declared with their fields, closed,
+// empty; the context menu holds its items and nothing else.
+TEST_F(LabelForm, DeclaredComponentsStayClosedAndEmpty) {
+    using F = TFieldType;
+    struct Case {
+        const char* name;
+        const TClientDataSet& table;
+        std::vector<std::pair<std::u16string, uint32_t>> fields;   // size 0: an integer field
+    };
+    const Case cases[] = {
+        {"tbType", form.tbType, {{u"FCode", 100}, {u"FParent", 0}, {u"FName", 100}, {u"FParentID", 50}, {u"FID", 50}}},
+        {"tbLabelType", form.tbLabelType,
+         {{u"FTypeID", 50}, {u"FCompanyID", 50}, {u"FUserID", 50}, {u"FCode", 50}, {u"FName", 50}, {u"FSQL", 1000}}},
+        {"tbPrinter", form.tbPrinter, {}},
+        {"tbTypeDetail", form.tbTypeDetail,
+         {{u"FCode", 100}, {u"FParent", 0}, {u"FName", 100}, {u"FParentID", 50}, {u"FID", 50}, {u"FPrinter", 50},
+          {u"FLabelVersion", 0}, {u"FDataSource", 1000}}},
+    };
+    show(u"[\"a\"]");
+    form.btnPrintAllClick();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_FALSE(c.table.Active);
+        EXPECT_EQ(c.table.RecordCount, 0);
+        ASSERT_EQ(c.table.FieldDefs.size(), c.fields.size());
+        for (size_t i = 0; i < c.fields.size(); ++i) {
+            EXPECT_EQ(c.table.FieldDefs[i].FieldName, c.fields[i].first);
+            EXPECT_EQ(c.table.FieldDefs[i].Size, c.fields[i].second);
+            EXPECT_EQ(c.table.FieldDefs[i].DataType, c.fields[i].second ? F::ftString : F::ftInteger);
+        }
+    }
+    EXPECT_EQ(form.tbType.FieldDefs[2].DisplayLabel, u"\u6807\u7B7E\u540D\u79F0");
+    EXPECT_EQ(form.dsType.DataSet, &form.tbType);
+
+    std::u16string names;
+    for (const TMenuItem& item : form.PopupMenu.Items) {
+        names += item.Name + (item.Visible ? u" " : u"(hidden) ");
+        for (const TMenuItem& sub : item.Items) names += sub.Name + u" ";
+    }
+    EXPECT_EQ(names, u"N9 N11 N12 N29 N2 N10 N1 N3 N31 N30 N8 N25(hidden) N26 N27 N17(hidden) N18 N28 ");
+
+    TCloseAction action = TCloseAction::caHide;
+    form.FormClose(action);
+    EXPECT_EQ(action, TCloseAction::caFree);
+    EXPECT_EQ(form.Timer.Interval, 2000u);
+    form.TimerTimer();
+    EXPECT_FALSE(form.Timer.Enabled) << "the timer fires once";
 }
 
 TEST_F(LabelForm, PrintPageOfAnEmptySheetSendsTwoBrackets) {

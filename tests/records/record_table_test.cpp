@@ -29,6 +29,45 @@ TEST(RecordTable, CloseAndOpenEmptyIt) {
     EXPECT_EQ(table.recordCount(), 0u);
 }
 
+// Whatever state Close finds the table in, the next print command starts from nothing: Open,
+// Edit, a write and Post give exactly the one new record.
+TEST(RecordTable, CloseFreesRecordsInAnyState) {
+    struct Case {
+        const char* name;
+        void (*before)(RecordTable&);
+    };
+    const Case cases[] = {
+        {"browsing", [](RecordTable&) {}},
+        {"untouched edit", [](RecordTable& t) { t.Edit(); }},
+        {"changed edit", [](RecordTable& t) { t.Edit(), t.FieldByName(u"FJson").SetAsString(u"edited"); }},
+        {"untouched append", [](RecordTable& t) { t.Append(); }},
+        {"changed append", [](RecordTable& t) { t.Append(), t.FieldByName(u"FJson").SetAsString(u"appended"); }},
+        {"closed", [](RecordTable& t) { t.Close(); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        RecordTable table = makeTempPrintTable();
+        table.Open();
+        for (int i = 0; i < 70000; ++i) {   // more than one chunk of values
+            table.Append();
+            table.FieldByName(u"FJson").SetAsString(u"old");
+            table.Post();
+        }
+        c.before(table);
+        table.Close();
+        table.Open();
+        table.Edit();
+        table.FieldByName(u"FID").SetAsString(u"new");
+        table.Post();
+        ASSERT_EQ(table.recordCount(), 1u);
+        table.First();
+        EXPECT_EQ(table.FieldByName(u"FID").AsString(), u"new");
+        EXPECT_EQ(table.FieldByName(u"FJson").AsString(), u"");
+        table.Next();
+        EXPECT_TRUE(table.Eof());
+    }
+}
+
 TEST(RecordTable, EditOnEmptyTableThenAppendLeavesOneRecord) {
     RecordTable table = makeTempPrintTable();
     table.Open();
