@@ -40,6 +40,8 @@ TEST_F(Fill, ControlDAndControlRCopyTheFirstLineWithFormulasMovedAndUndoAsOneSte
         EXPECT_EQ(dump(), c.cells);
         book.history().undo();
         EXPECT_EQ(dump(), before);
+        book.history().redo();
+        EXPECT_EQ(dump(), c.cells);
     }
 }
 
