@@ -12,14 +12,6 @@ bool filled(SheetTable& sheet, int32_t row, int32_t column) {
     return cell && cell.dataType() != cdtBlank;
 }
 
-char16_t folded(char16_t c) { return (c >= u'A' && c <= u'Z') ? c + 32 : c; }
-
-bool contains(std::u16string_view haystack, std::u16string_view needle, bool matchCase) {
-    if (matchCase) return haystack.find(needle) != std::u16string_view::npos;
-    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
-                       [](char16_t a, char16_t b) { return folded(a) == folded(b); }) != haystack.end();
-}
-
 }  // namespace
 
 CellPosition dataEdge(SheetTable& sheet, CellPosition from, int32_t rowStep, int32_t columnStep) {
@@ -80,23 +72,6 @@ CellPosition lastUsedCell(SheetTable& sheet) {
         }
     }
     return last;
-}
-
-std::optional<CellPosition> findText(SheetTable& sheet, std::u16string_view text, bool matchCase, CellPosition from) {
-    if (text.empty()) return std::nullopt;
-    // Two passes: from the cell after `from` to the end, then from the top back to `from`.
-    for (int pass = 0; pass < 2; ++pass) {
-        for (SheetRow* r = pass == 0 ? sheet.rows().lowerBound(from.row) : sheet.rows().first(); r; r = r->next) {
-            if (pass == 1 && r->index > from.row) break;
-            for (SheetCell* c = r->cells.first(); c; c = c->next) {
-                const bool after = r->index > from.row || c->index > from.column;
-                if (pass == 0 ? !after : after) continue;
-                if (c->type == cdtBlank) continue;
-                if (contains(CellRef(&sheet, r, c).displayText(), text, matchCase)) return CellPosition{r->index, c->index};
-            }
-        }
-    }
-    return std::nullopt;
 }
 
 }  // namespace kes

@@ -1,8 +1,6 @@
 #pragma once
-// Moving over a sheet's data as Excel's keys do, and finding text in it.
+// Moving over a sheet's data as Excel's keys do.
 #include <cstdint>
-#include <optional>
-#include <string_view>
 
 #include "sheet/sheet_table.h"
 
@@ -21,9 +19,5 @@ CellPosition dataEdge(SheetTable& sheet, CellPosition from, int32_t rowStep, int
 
 // The last row and column that hold a cell with a value; (0, 0) on an empty sheet.
 CellPosition lastUsedCell(SheetTable& sheet);
-
-// The next cell after `from`, row by row and wrapping to the top, whose display text contains
-// `text`; none when no cell does.
-std::optional<CellPosition> findText(SheetTable& sheet, std::u16string_view text, bool matchCase, CellPosition from);
 
 }  // namespace kes

@@ -76,6 +76,15 @@ public:
     const std::vector<CellRect>& mergedAreas() const { return mergedAreas_; }
     // The merged area that holds the cell; null when none does.
     const CellRect* mergedAreaAt(int32_t row, int32_t column) const;
+    // For edits that move cells: the areas as they stand after the move. Records nothing.
+    void replaceMergedAreas(std::vector<CellRect> areas);
+
+    // Renumbers the rows (columns) from `at` on by `count`, as inserting (count > 0) or
+    // deleting (count < 0) lines does. Deleted lines lose their cells and their widths; lines
+    // pushed past the sheet's end are dropped. Records nothing: the editing commands record
+    // the cells they take and the move itself.
+    void shiftRows(int32_t at, int32_t count);
+    void shiftColumns(int32_t at, int32_t count);
 
     // Counts every change of the sheet's content, so that views know when to repaint.
     uint64_t version() const { return version_; }

@@ -27,18 +27,23 @@ void UndoHistory::push(std::vector<Action>& stack, Action action) {
 
 void UndoHistory::record(SheetTable& sheet, int32_t row, int32_t column, CellState before) {
     if (!acceptsCommands()) return;
-    redo_.clear();
-    Record r{&sheet, row, column, std::move(before)};
-    if (openDepth_ > 0) {
-        // A cell made and then written by one command is recorded once, with its first state.
-        if (!open_.empty()) {
-            const Record& last = open_.back();
-            if (last.sheet == &sheet && last.row == row && last.column == column) return;
-        }
-        open_.push_back(std::move(r));
-    } else {
-        push(undo_, Action{std::move(r)});
+    // A cell made and then written by one command is recorded once, with its first state.
+    if (openDepth_ > 0 && !open_.empty()) {
+        const Record& last = open_.back();
+        if (last.sheet == &sheet && last.row == row && last.column == column && !last.change) return;
     }
+    add(Record{&sheet, row, column, std::move(before)});
+}
+
+void UndoHistory::recordChange(std::shared_ptr<SheetChange> change) {
+    if (!acceptsCommands()) return;
+    add(Record{nullptr, 0, 0, {}, std::move(change)});
+}
+
+void UndoHistory::add(Record record) {
+    redo_.clear();
+    if (openDepth_ > 0) open_.push_back(std::move(record));
+    else push(undo_, Action{std::move(record)});
 }
 
 void UndoHistory::replay(std::vector<Action>& from, std::vector<Action>& to) {
@@ -48,6 +53,11 @@ void UndoHistory::replay(std::vector<Action>& from, std::vector<Action>& to) {
     Action inverse;
     replaying_ = true;
     for (auto it = action.rbegin(); it != action.rend(); ++it) {
+        if (it->change) {
+            it->change->apply(!it->forward);
+            inverse.push_back({nullptr, 0, 0, {}, it->change, !it->forward});
+            continue;
+        }
         inverse.push_back({it->sheet, it->row, it->column, it->sheet->cellState(it->row, it->column)});
         it->sheet->restoreCellState(it->row, it->column, it->before);
     }

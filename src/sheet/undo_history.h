@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <vector>
 
 #include "sheet/cell_value.h"
@@ -17,6 +18,15 @@ struct CellState {
     bool exists = false;
     CellValue value;
     uint16_t style = 0;
+};
+
+// A change that is not one cell's state: rows or columns inserted or deleted move cells in
+// bulk, a column gets another width. It is made before it is recorded; undo runs it backward,
+// redo forward again.
+class SheetChange {
+public:
+    virtual ~SheetChange() = default;
+    virtual void apply(bool forward) = 0;
 };
 
 class UndoHistory {
@@ -36,6 +46,9 @@ public:
     void endAction();
 
     void record(SheetTable& sheet, int32_t row, int32_t column, CellState before);
+    // Records a change just made; its place among the cell records of the action decides the
+    // order in which undo takes them back.
+    void recordChange(std::shared_ptr<SheetChange> change);
 
     bool canUndo() const { return !undo_.empty(); }
     bool canRedo() const { return !redo_.empty(); }
@@ -48,7 +61,10 @@ private:
         int32_t row;
         int32_t column;
         CellState before;
+        std::shared_ptr<SheetChange> change;   // set for a change, whose direction `forward` says
+        bool forward = true;
     };
+    void add(Record record);
     // A paste of a hundred thousand rows records over a million cells: a deque grows without
     // moving what it holds.
     using Action = std::deque<Record>;

@@ -1,12 +1,13 @@
-// The grid's edit commands on the selection: clear, copy, paste, undo and redo.
+// The grid's edit commands on the selection: clear, copy, paste, undo and redo. The rules
+// themselves are the portable ones of sheet/editing.
 #include "ui/grid_control_win32.h"
 
 #include <algorithm>
 #include <string>
 
 #include "sheet/clipboard_text.h"
-#include "sheet/sheet_bounds.h"
-#include "sheet/sheet_error.h"
+#include "sheet/editing/clear_cells.h"
+#include "sheet/editing/paste_text.h"
 #include "ui/window_support_win32.h"
 
 namespace kes {
@@ -27,7 +28,7 @@ void GridControl::widenForNumbers(const CellRect& area) {
             GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
             widest = std::max<int>(widest, extent.cx);
         });
-        const int needed = MulDiv(widest + scaled(8), 96, dpi_);
+        const int needed = unscaled(widest + scaled(8));
         if (widest > 0 && needed > table.columnWidth(column)) table.setColumnWidth(column, needed);
     }
     SelectObject(dc, oldFont);
@@ -35,25 +36,7 @@ void GridControl::widenForNumbers(const CellRect& area) {
 }
 
 void GridControl::clearSelection() {
-    undoable([&] {
-        SheetTable& table = sheet();
-        // Cells of an array formula change only together; the grid does not know an array's
-        // extent, so a selection that holds any of them is refused before anything changes.
-        for (const CellRect& area : table.selection().areas()) {
-            table.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
-                row->cells.forEach(area.left, area.right, true, [&](SheetCell* cell) {
-                    if (cell->inArray) throw ESheetError("You cannot change part of an array.");
-                });
-            });
-        }
-        for (const CellRect& area : table.selection().areas()) {
-            table.rows().forEach(area.top, area.bottom, true, [&](SheetRow* row) {
-                row->cells.forEach(area.left, area.right, true, [&](SheetCell* cell) {
-                    if (cell->type != cdtBlank) CellRef(&table, row, cell).clear();
-                });
-            });
-        }
-    });
+    guarded([&] { clearContents(sheet(), sheet().selection().areas()); });
     afterChange();
 }
 
@@ -81,22 +64,15 @@ void GridControl::pasteClipboard() {
         }
     }
     CloseClipboard();
+    if (pasteCut()) return;
     const TextBlock block = parseClipboardText(text);
     if (block.empty()) return;
     SheetTable& table = sheet();
     const int32_t top = table.selection().focusedRow(), left = table.selection().focusedColumn();
-    int32_t right = left;
-    undoable([&] {
-        for (size_t r = 0; r < block.size() && top + int64_t(r) <= kMaxRow; ++r) {
-            for (size_t c = 0; c < block[r].size() && left + int64_t(c) <= kMaxColumn; ++c) {
-                writer_(table, top + int32_t(r), left + int32_t(c), block[r][c]);
-                right = std::max(right, left + int32_t(c));
-            }
-        }
-    });
-    const int32_t bottom = std::min<int64_t>(kMaxRow, top + int64_t(block.size()) - 1);
-    table.selection().selectRange({left, top, right, bottom}, top, left);
-    widenForNumbers({left, top, right, bottom});
+    CellRect pasted{left, top, left, top};
+    guarded([&] { pasted = pasteText(table, top, left, block, writer_); });
+    table.selection().selectRange(pasted, top, left);
+    widenForNumbers(pasted);
     pageRowsChanged(top);
     redraw();
 }

@@ -44,6 +44,8 @@ GridControl::~GridControl() {
 SheetTable& GridControl::sheet() { return *book_.activeSheet(); }
 
 void GridControl::setFont(const wchar_t* face, int pixelHeight) {
+    fontFace_ = face;
+    fontPixels_ = pixelHeight;
     if (font_) DeleteObject(font_);
     if (headerFont_) DeleteObject(headerFont_);
     font_ = CreateFontW(-scaled(pixelHeight), 0, 0, 0, FW_NORMAL, 0, 0, 0, GB2312_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, face);
@@ -280,6 +282,7 @@ LRESULT CALLBACK GridControl::gridProc(HWND window, UINT message, WPARAM wParam,
 }
 
 LRESULT GridControl::handleGrid(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (handleEditingMouse(message, wParam, lParam)) return message == WM_SETCURSOR ? TRUE : 0;
     switch (message) {
     case WM_PAINT: {
         PAINTSTRUCT ps;
@@ -373,7 +376,7 @@ LRESULT GridControl::handleGrid(UINT message, WPARAM wParam, LPARAM lParam) {
     }
     case WM_MOUSEMOVE:
         if (drag_ == Drag::ColumnWidth) {
-            const int pixels = resizeStartWidth_ + MulDiv(GET_X_LPARAM(lParam) - resizeStartX_, 96, dpi_);
+            const int pixels = resizeStartWidth_ + unscaled(GET_X_LPARAM(lParam) - resizeStartX_);
             sheet().setColumnWidth(resizeColumn_, std::max(4, pixels));
             refresh();
         } else if (drag_ == Drag::Cells) {

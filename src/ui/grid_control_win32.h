@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "sheet/editing/fill.h"
+#include "sheet/editing/find_replace.h"
 #include "sheet/workbook.h"
 #include "ui/cell_look_painter_win32.h"
 
@@ -55,7 +57,7 @@ public:
 
 private:
     enum class EditState { Idle, Entering, Editing };
-    enum class Drag { None, Cells, ColumnWidth };
+    enum class Drag { None, Cells, ColumnWidth, FillHandle };
 
     static LRESULT CALLBACK gridProc(HWND, UINT, WPARAM, LPARAM);
     static LRESULT CALLBACK editorProc(HWND, UINT, WPARAM, LPARAM);
@@ -64,7 +66,9 @@ private:
     LRESULT handleEditor(UINT message, WPARAM wParam, LPARAM lParam);
 
     SheetTable& sheet();
-    int scaled(int pixels) const { return MulDiv(pixels, dpi_, 96); }
+    // Screen pixels of 96-dpi pixels at the zoom, and back.
+    int scaled(int pixels) const { return MulDiv(pixels, dpi_ * zoom_, 96 * 100); }
+    int unscaled(int pixels) const { return MulDiv(pixels, 96 * 100, dpi_ * zoom_); }
     int columnWidth(int32_t column);
     int clientWidth() const;
     int clientHeight() const;
@@ -115,8 +119,24 @@ private:
     void copySelection();
     void pasteClipboard();
     void undo(bool redo);
-    void openFind();
     void findNext();
+    void findOrReplace(bool replace);
+    void replaceCurrent();
+    void replaceEverywhere();
+    FindOptions findOptions();
+
+    // The editing habits (grid_editing): cut, fill, the fill handle, inserting and deleting
+    // lines, auto-fit and zoom. Each answers whether it took the key or the mouse message.
+    bool handleEditingKey(WPARAM key);
+    bool handleEditingMouse(UINT message, WPARAM wParam, LPARAM lParam);
+    void paintEditingMarks(HDC dc);
+    void cutSelection();
+    bool pasteCut();
+    void fillSelection(FillDirection direction);
+    void editLines(bool insert);
+    void autoFit(int32_t column);
+    void setZoom(int percent);
+    bool fillHandleAt(int x, int y);
     template <class Action>
     void guarded(Action&& action);
     template <class Action>
@@ -127,6 +147,8 @@ private:
     HWND findWindow_ = nullptr;
     HWND findEdit_ = nullptr;
     HWND findCase_ = nullptr;
+    HWND findWhole_ = nullptr;
+    HWND replaceEdit_ = nullptr;
     WNDPROC editorDefault_ = nullptr;
     HFONT font_ = nullptr;
     CellLookPainter looks_;
@@ -156,6 +178,19 @@ private:
     int32_t resizeColumn_ = -1;
     int resizeStartX_ = 0;
     int resizeStartWidth_ = 0;
+    std::wstring fontFace_;
+    int fontPixels_ = 14;
+    int zoom_ = 100;   // percent
+    CellRect fillTarget_{};
+    // Cut cells wait for the paste that moves them; a change of any cell or of the clipboard
+    // in between turns the cut into a copy, as in Excel.
+    struct PendingCut {
+        SheetTable* sheet = nullptr;
+        CellRect area{};
+        DWORD clipboardSequence = 0;
+        uint64_t contentVersion = 0;
+    };
+    PendingCut cut_;
 };
 
 template <class Action>

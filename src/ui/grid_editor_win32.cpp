@@ -7,18 +7,13 @@
 #include <algorithm>
 #include <string>
 
+#include "sheet/editing/edit_action.h"
 #include "sheet/sheet_bounds.h"
 #include "ui/window_support_win32.h"
 
 namespace kes {
 
-std::u16string GridControl::editText(int32_t row, int32_t column) {
-    const CellRef cell = sheet().getCell(row, column);
-    if (!cell) return {};
-    if (cell.dataType() == cdtFormula) return cell.formulaText();
-    if (cell.dataType() == cdtString) return cell.asString();
-    return cell.displayText();
-}
+std::u16string GridControl::editText(int32_t row, int32_t column) { return cellEditText(sheet(), row, column); }
 
 // While idle the editor waits, empty and zero-sized, at the current cell with the keyboard
 // focus, so that the first keystroke, or the first stroke of an IME composition, lands in it.
@@ -90,13 +85,15 @@ LRESULT GridControl::handleEditor(UINT message, WPARAM wParam, LPARAM lParam) {
         break;
     case WM_KEYDOWN:
         if (editState_ == EditState::Idle) {
+            if (handleEditingKey(wParam)) return 0;
             if (control) {
                 switch (wParam) {
                 case 'C': copySelection(); return 0;
                 case 'V': pasteClipboard(); return 0;
                 case 'Z': undo(false); return 0;
                 case 'Y': undo(true); return 0;
-                case 'F': openFind(); return 0;
+                case 'F': findOrReplace(false); return 0;
+                case 'H': findOrReplace(true); return 0;
                 case 'A': sheet().selection().selectRange({0, 0, kMaxColumn, kMaxRow}, sheet().selection().focusedRow(),
                                                           sheet().selection().focusedColumn());
                     InvalidateRect(window_, nullptr, FALSE);
@@ -147,7 +144,8 @@ LRESULT GridControl::handleEditor(UINT message, WPARAM wParam, LPARAM lParam) {
     case WM_CHAR:
         if (wParam == '\r' || wParam == '\t' || wParam == 0x1B || (control && wParam < 0x20)) return 0;
         if (editState_ == EditState::Idle) {
-            if (wParam < 0x20) return 0;
+            // Ctrl+Shift+= and the like are commands, not the first character of an entry.
+            if (wParam < 0x20 || (control && !keyDown(VK_MENU))) return 0;
             startEditing(EditState::Entering, u"");
         }
         break;

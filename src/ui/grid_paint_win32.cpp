@@ -62,6 +62,7 @@ void GridControl::paint(HDC target) {
     SelectObject(dc, oldPen);
     DeleteObject(freeze);
     paintHeaders(dc, lastRow, lastColumn);
+    paintEditingMarks(dc);
     paintTabBar(dc);
 
     BitBlt(target, 0, 0, width, height, dc, 0, 0, SRCCOPY);

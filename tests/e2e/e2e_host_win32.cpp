@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <thread>
@@ -155,19 +156,46 @@ void typeRows(HWND grid, const std::vector<std::vector<std::wstring>>& rows) {
 
 void click(HWND form, const std::wstring& caption) { SendMessageW(childWithText(form, caption), BM_CLICK, 0, 0); }
 
-void controlKey(HWND form, WORD virtualKey) {
+// Presses `virtualKey` with the modifiers held, as the keyboard would.
+void chord(HWND form, std::initializer_list<WORD> modifiers, WORD virtualKey) {
     SetForegroundWindow(form);
-    INPUT inputs[4] = {};
-    for (INPUT& in : inputs) in.type = INPUT_KEYBOARD;
-    inputs[0].ki.wVk = VK_CONTROL;
-    inputs[1].ki.wVk = virtualKey;
-    inputs[2].ki.wVk = virtualKey;
-    inputs[2].ki.dwFlags = KEYEVENTF_KEYUP;
-    inputs[3].ki.wVk = VK_CONTROL;
-    inputs[3].ki.dwFlags = KEYEVENTF_KEYUP;
-    SendInput(4, inputs, sizeof(INPUT));
+    std::vector<INPUT> inputs;
+    const auto press = [&](WORD key, DWORD flags) {
+        INPUT in{};
+        in.type = INPUT_KEYBOARD;
+        in.ki.wVk = key;
+        in.ki.dwFlags = flags;
+        inputs.push_back(in);
+    };
+    for (WORD modifier : modifiers) press(modifier, 0);
+    press(virtualKey, 0);
+    press(virtualKey, KEYEVENTF_KEYUP);
+    for (auto it = std::rbegin(modifiers); it != std::rend(modifiers); ++it) press(*it, KEYEVENTF_KEYUP);
+    SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT));
     Sleep(300);
     settle(form);
+}
+
+void controlKey(HWND form, WORD virtualKey) { chord(form, {VK_CONTROL}, virtualKey); }
+
+// The grid at the default zoom: row numbers 52 pixels wide, the column letters and every row
+// 20 pixels high, columns 96 pixels wide.
+POINT cellPoint(int row, int column) { return {52 + 96 * column + 48, 20 + 20 * row + 10}; }
+// The fill handle of a selection whose bottom right cell is (row, column).
+POINT fillHandleOf(int row, int column) { return {52 + 96 * (column + 1) - 1, 20 + 20 * (row + 1) - 1}; }
+
+void mouse(HWND grid, UINT message, POINT p, WPARAM flags = 0) { PostMessageW(grid, message, flags, MAKELPARAM(p.x, p.y)); }
+
+void clickAt(HWND grid, POINT p, WPARAM flags = 0) {
+    mouse(grid, WM_LBUTTONDOWN, p, MK_LBUTTON | flags);
+    mouse(grid, WM_LBUTTONUP, p, flags);
+}
+
+void drag(HWND grid, POINT from, POINT to, WPARAM flags = 0) {
+    mouse(grid, WM_LBUTTONDOWN, from, MK_LBUTTON | flags);
+    mouse(grid, WM_MOUSEMOVE, {(from.x + to.x) / 2, (from.y + to.y) / 2}, MK_LBUTTON | flags);
+    mouse(grid, WM_MOUSEMOVE, to, MK_LBUTTON | flags);
+    mouse(grid, WM_LBUTTONUP, to, flags);
 }
 
 void setClipboard(const std::wstring& text) {
@@ -283,6 +311,16 @@ void screenshot(const std::wstring& name) {
 // --- cases -----------------------------------------------------------------------------------
 
 const std::wstring kFields = L"[\"\u54C1\u540D\",\"\u6570\u91CF\",\"\u6761\u7801\"]";   // 品名 数量 条码
+
+// The payload of rows of the three fields 品名, 数量, 条码.
+std::string labels(const std::vector<std::vector<std::wstring>>& rows) {
+    std::wstring json = L"[";
+    for (const auto& row : rows) {
+        if (json.size() > 1) json += L",";
+        json += L"{\"\u54C1\u540D\":\"" + row[0] + L"\",\"\u6570\u91CF\":\"" + row[1] + L"\",\"\u6761\u7801\":\"" + row[2] + L"\"}";
+    }
+    return utf8(json + L"]");
+}
 
 // Opens the window with `fields` through the entry on this thread while `drive` works it from
 // another; returns the entry's result.
@@ -474,6 +512,127 @@ void cases() {
         check(findOpen, "the find window is open");
         check(received.size() == 1 && received[0].bytes.find("\"a\"") != std::string::npos,
               "payload after undo: " + (received.empty() ? std::string("(none)") : received[0].bytes));
+    });
+
+    run("Ctrl+D and Ctrl+R copy the first row and column over the selection; Ctrl+Z takes a fill back", [] {
+        session(kFields, [](HWND form, HWND editor) {
+            const HWND grid = GetParent(editor);
+            key(editor, VK_DOWN);
+            typeRows(editor, {{L"SN0001", L"5", L""}});
+            clickAt(grid, cellPoint(1, 0));
+            clickAt(grid, cellPoint(3, 1), MK_SHIFT);   // A2:B4
+            controlKey(form, 'D');
+            clickAt(grid, cellPoint(1, 1));
+            clickAt(grid, cellPoint(3, 2), MK_SHIFT);   // B2:C4
+            controlKey(form, 'R');
+            screenshot(L"fill-down-right");
+            click(form, L"\u6253\u5370\u672C\u9875");
+            controlKey(form, 'Z');
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(received.size() == 2, "two pages printed");
+        if (received.size() != 2) return;
+        check(received[0].bytes == labels({{L"SN0001", L"5", L"5"}, {L"SN0001", L"5", L"5"}, {L"SN0001", L"5", L"5"}}),
+              "filled: " + received[0].bytes);
+        check(received[1].bytes == labels({{L"SN0001", L"5", L""}, {L"SN0001", L"5", L""}, {L"SN0001", L"5", L""}}),
+              "after undo: " + received[1].bytes);
+    });
+
+    run("the fill handle continues SN0001 as a series, counts a number up with Ctrl and repeats a text", [] {
+        session(kFields, [](HWND form, HWND editor) {
+            const HWND grid = GetParent(editor);
+            key(editor, VK_DOWN);
+            typeRows(editor, {{L"SN0001", L"5", L"x"}});
+            clickAt(grid, cellPoint(1, 0));
+            drag(grid, fillHandleOf(1, 0), cellPoint(3, 0));
+            clickAt(grid, cellPoint(1, 1));
+            drag(grid, fillHandleOf(1, 1), cellPoint(3, 1), MK_CONTROL);
+            clickAt(grid, cellPoint(1, 2));
+            drag(grid, fillHandleOf(1, 2), cellPoint(3, 2));
+            settle(form);
+            screenshot(L"fill-handle");
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(received.size() == 1 &&
+                  received[0].bytes == labels({{L"SN0001", L"5", L"x"}, {L"SN0002", L"6", L"x"}, {L"SN0003", L"7", L"x"}}),
+              "payload: " + (received.empty() ? std::string("(none)") : received[0].bytes));
+    });
+
+    run("Ctrl+X and Ctrl+V move a cell; Ctrl+Shift+= and Ctrl+- insert and delete the selected row", [] {
+        session(kFields, [](HWND form, HWND editor) {
+            const HWND grid = GetParent(editor);
+            key(editor, VK_DOWN);
+            typeRows(editor, {{L"a", L"1", L"2"}, {L"b", L"3", L"4"}});
+            clickAt(grid, cellPoint(2, 0));
+            controlKey(form, 'X');
+            screenshot(L"cut-pending");
+            clickAt(grid, cellPoint(3, 0));
+            controlKey(form, 'V');
+            click(form, L"\u6253\u5370\u672C\u9875");
+            clickAt(grid, {10, cellPoint(1, 0).y});   // the number of row 2: the whole row
+            chord(form, {VK_CONTROL, VK_SHIFT}, VK_OEM_PLUS);
+            screenshot(L"row-inserted");
+            click(form, L"\u6253\u5370\u672C\u9875");   // row 2 is empty now: nothing to send
+            controlKey(form, VK_OEM_MINUS);
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(received.size() == 3, "three pages printed");
+        if (received.size() != 3) return;
+        const std::string moved = labels({{L"a", L"1", L"2"}, {L"", L"3", L"4"}, {L"b", L"", L""}});
+        check(received[0].bytes == moved, "after the move: " + received[0].bytes);
+        check(received[1].bytes == "[]", "after the insert: " + received[1].bytes);
+        check(received[2].bytes == moved, "after the delete: " + received[2].bytes);
+    });
+
+    run("Ctrl+H replaces everywhere, a header border double-click fits the column, Ctrl+wheel zooms, no right-click menu", [] {
+        std::wstring replaced;
+        bool menuShown = false;
+        session(kFields, [&](HWND form, HWND editor) {
+            const HWND grid = GetParent(editor);
+            key(editor, VK_DOWN);
+            typeRows(editor, {{L"M6 screw", L"1", L"2"}, {L"M6 nut", L"3", L"4"}});
+            type(editor, L"a long product name that needs a wide column");
+            key(editor, VK_RETURN);
+            settle(form);
+            controlKey(form, 'H');
+            if (HWND find = FindWindowW(L"KesGridFind", nullptr)) {
+                SetDlgItemTextW(find, 101, L"M6");
+                SetDlgItemTextW(find, 105, L"M8");
+                PostMessageW(GetDlgItem(find, 108), BM_CLICK, 0, 0);   // 全部替换
+                replaced = dismissMessageBox(form);
+                PostMessageW(find, WM_CLOSE, 0, 0);
+            }
+            settle(form);
+            const POINT border{52 + 96 - 1, 10};   // between the letters A and B
+            mouse(grid, WM_LBUTTONDOWN, border, MK_LBUTTON);
+            mouse(grid, WM_LBUTTONUP, border);
+            mouse(grid, WM_LBUTTONDBLCLK, border, MK_LBUTTON);
+            mouse(grid, WM_LBUTTONUP, border);
+            clickAt(grid, cellPoint(4, 1));   // where B5 was: column A is wider now
+            type(editor, L"fitted");
+            key(editor, VK_RETURN);
+            for (int notch = 0; notch < 10; ++notch)   // to 200%: rows and headers 40 pixels high
+                PostMessageW(grid, WM_MOUSEWHEEL, MAKEWPARAM(MK_CONTROL, WHEEL_DELTA), MAKELPARAM(300, 300));
+            clickAt(grid, {110, 40 + 40 * 5 + 20});   // row 6 at 200%
+            type(editor, L"zoomed");
+            key(editor, VK_RETURN);
+            mouse(grid, WM_RBUTTONDOWN, {200, 100}, MK_RBUTTON);
+            mouse(grid, WM_RBUTTONUP, {200, 100});
+            settle(form);
+            menuShown = FindWindowW(L"#32768", nullptr) != nullptr && IsWindowVisible(FindWindowW(L"#32768", nullptr));
+            screenshot(L"fitted-and-zoomed");
+            PostMessageW(editor, WM_KEYDOWN, VK_ESCAPE, 0);
+            click(form, L"\u6253\u5370\u672C\u9875");
+        });
+        check(replaced == L"\u5168\u90E8\u5B8C\u6210\u3002\u5B8C\u6210 2 \u5904\u66FF\u6362\u3002", "replace all reports: " + utf8(replaced));
+        check(!menuShown, "a right click shows no menu");
+        check(received.size() == 1 &&
+                  received[0].bytes == labels({{L"M8 screw", L"1", L"2"},
+                                               {L"M8 nut", L"3", L"4"},
+                                               {L"a long product name that needs a wide column", L"", L""},
+                                               {L"fitted", L"", L""},
+                                               {L"zoomed", L"", L""}}),
+              "payload: " + (received.empty() ? std::string("(none)") : received[0].bytes));
     });
 
     run("an imported workbook fills the grid and prints; a damaged one is refused and changes nothing", [] {

@@ -40,16 +40,6 @@ TEST_F(Navigation, ControlArrowsStopAtTheEdgesOfTheData) {
     EXPECT_EQ(lastUsedCell(sheet), (CellPosition{9, 1}));
 }
 
-TEST_F(Navigation, FindGoesOnFromTheCurrentCellAndWraps) {
-    fill(1, 0, u"Screw M6");
-    fill(3, 2, u"screw m8");
-    fill(5, 1, u"nut");
-    EXPECT_EQ(findText(sheet, u"screw", false, {1, 0}), (CellPosition{3, 2}));
-    EXPECT_EQ(findText(sheet, u"screw", false, {3, 2}), (CellPosition{1, 0}));
-    EXPECT_EQ(findText(sheet, u"Screw", true, {1, 0}), (CellPosition{1, 0}));
-    EXPECT_FALSE(findText(sheet, u"bolt", false, {0, 0}));
-}
-
 TEST(ClipboardText, ReadsExcelsFormOfABlock) {
     struct Case { std::u16string text; TextBlock block; };
     const Case cases[] = {

@@ -106,8 +106,10 @@ struct Node {
 
 class Parser;
 struct ParseError;
+struct ReferenceRewrite;
 
-// A parsed formula. Made by parseFormula; changed only by offsetReferences.
+// A parsed formula. Made by parseFormula; changed only by offsetReferences and by the rewrites
+// of references when cells move (reference_shift.h).
 class Expression {
 public:
     const std::vector<Node>& nodes() const { return nodes_; }
@@ -134,6 +136,7 @@ public:
 private:
     friend class Parser;
     friend void offsetReferences(Expression& expression, int32_t rows, int32_t columns);
+    friend struct ReferenceRewrite;
     friend std::unique_ptr<Expression> parseFormula(std::u16string_view text, ParseError* error);
 
     std::vector<Node> nodes_;
