@@ -125,7 +125,8 @@ void appendSheetPrefix(std::u16string& out, const Expression& expression, const 
         return;
     }
     const std::u16string_view first = expression.text(node.sheet);
-    const std::u16string_view last = expression.text(node.lastSheet);
+    // A name's lastSheet holds its workbook: a name is never taken from a range of sheets.
+    const std::u16string_view last = node.kind == NodeKind::Name ? std::u16string_view() : expression.text(node.lastSheet);
     const bool bookNeedsQuotes = book.find_first_of(u" \\/:'") != std::u16string_view::npos ||
                                  (!book.empty() && book.front() != u'[');
     if (bookNeedsQuotes || sheetNameNeedsQuotes(first) || (!last.empty() && sheetNameNeedsQuotes(last))) {

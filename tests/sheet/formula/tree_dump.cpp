@@ -27,7 +27,8 @@ std::u16string addressText(const CellAddress& address, bool column, bool row) {
 std::u16string sheetText(const Expression& expression, const Node& node) {
     if (node.sheet.empty()) return {};
     std::u16string text = u"<" + std::u16string(expression.text(node.sheet));
-    if (!node.lastSheet.empty()) text += u":" + std::u16string(expression.text(node.lastSheet));
+    // A name's lastSheet holds its workbook, shown after it.
+    if (!node.lastSheet.empty() && node.kind != NodeKind::Name) text += u":" + std::u16string(expression.text(node.lastSheet));
     return text + u">";
 }
 
