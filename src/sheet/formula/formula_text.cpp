@@ -218,11 +218,12 @@ void appendReference(std::u16string& out, const Expression& expression, const No
 }
 
 // A column name inside the brackets of a structured reference, its special characters
-// escaped with '.
+// escaped with ': also a leading @, which would read as "this row".
 void appendTableColumn(std::u16string& out, std::u16string_view column) {
     out += u'[';
-    for (char16_t c : column) {
-        if (c == u'[' || c == u']' || c == u'#' || c == u'\'') out += u'\'';
+    for (size_t i = 0; i < column.size(); ++i) {
+        const char16_t c = column[i];
+        if (c == u'[' || c == u']' || c == u'#' || c == u'\'' || (c == u'@' && i == 0)) out += u'\'';
         out += c;
     }
     out += u']';
@@ -239,7 +240,7 @@ void appendTable(std::u16string& out, const Expression& expression, const Node& 
     if (style == TextStyle::Display && node.count == kTableThisRow) {
         out += u"[@";
         if (!first.empty() && last.empty() &&
-            first.find_first_of(u" []#'") == std::u16string_view::npos) {
+            first.find_first_of(u" []#'@") == std::u16string_view::npos) {
             out += first;
         } else if (!first.empty()) {
             appendTableColumn(out, first);

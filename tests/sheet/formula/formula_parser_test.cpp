@@ -171,6 +171,7 @@ TEST(FormulaParser, AcceptsWhatWorkbookFilesWrite) {
          u"=SUM(T[[#Data],[#Headers],[Jan]:[Dec]])", u"(SUM table:T/6/Jan:Dec)"},
         {u"=T[[Jan]:[Dec]]", u"=T[[Jan]:[Dec]]", u"=T[[Jan]:[Dec]]", u"table:T/0/Jan:Dec"},
         {u"=T['#Items]", u"=T['#Items]", u"=T['#Items]", u"table:T/0/#Items"},
+        {u"=T['@y]", u"=T['@y]", u"=T['@y]", u"table:T/0/@y"},
         {u"=[1]Sheet1!$A$1", u"=[1]Sheet1!$A$1", u"=[1]Sheet1!$A$1", u"ext[1]<Sheet1>$A$1"},
         {u"='[1]Price List'!B2:C9", u"='[1]Price List'!B2:C9", u"='[1]Price List'!B2:C9", u"ext[1]<Price List>B2:C9"},
         {u"='C:\\Data\\[Book1.xlsx]Sheet1'!A1", u"='C:\\Data\\[Book1.xlsx]Sheet1'!A1",
