@@ -318,9 +318,13 @@ bool Parser::foldRange(uint32_t leftStart, uint32_t rightStart) {
         const auto firstColumn = columnIndex(std::u16string_view(strings_).substr(left.text.offset, left.text.length));
         const auto lastColumn = columnIndex(std::u16string_view(strings_).substr(right.text.offset, right.text.length));
         if (!firstColumn || !lastColumn) return false;
+        // Another workbook's name keeps its workbook in lastSheet; a reference keeps it in text.
+        const bool external = left.flags & kFlagExternal;
         left.kind = NodeKind::Reference;
         left.shape = ReferenceShape::Columns;
-        left.text = {};
+        left.flags &= kFlagExternal;
+        left.text = external ? left.lastSheet : TextSpan{};
+        left.lastSheet = {};
         left.first = CellAddress{0, *firstColumn, false, false};
         left.last = CellAddress{0, *lastColumn, false, false};
     } else {
