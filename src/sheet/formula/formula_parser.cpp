@@ -242,8 +242,16 @@ bool Parser::parseUnary() {
     skipSpaces();
     const size_t signsBegin = pos_;
     size_t signsEnd = pos_;
-    for (char16_t c = peek(); !atEnd() && (c == u'-' || c == u'+' || c == u'@'); c = peek()) signsEnd = ++pos_;
+    int singles = 0;
+    for (char16_t c = peek(); !atEnd() && (c == u'-' || c == u'+' || c == u'@'); c = peek()) {
+        singles += c == u'@';
+        signsEnd = ++pos_;
+    }
+    // Files write each @ as a function, _xlfn.SINGLE(...): it nests as deep as one.
+    nesting_ += singles;
+    if (nesting_ > kMaxNesting) return fail(signsBegin, "more than 64 levels of nested parentheses and functions");
     if (!parseUnion()) return false;
+    nesting_ -= singles;
     for (size_t i = signsEnd; i > signsBegin; --i) {
         const char16_t c = text_[i - 1];
         if (c == u'-' || c == u'+') pushNode(NodeKind::Unary, start).op = c == u'-' ? Operator::Negate : Operator::Plus;

@@ -397,6 +397,7 @@ TEST(FormulaParser, RefusesBeyondExcelLimits) {
         {tooManyArguments, tooManyArguments.size() - 1},
         {deep, 65},
         {long8193, 8192},
+        {u"=" + std::u16string(65, u'@') + u"A1", 1},   // each @ is a function in files
     };
     for (const auto& c : cases) {
         ParseError error;
@@ -407,6 +408,7 @@ TEST(FormulaParser, RefusesBeyondExcelLimits) {
     EXPECT_NE(parseFormula(u"=\"" + std::u16string(255, u'x') + u"\""), nullptr);
     EXPECT_NE(parseFormula(arguments + u")"), nullptr);
     EXPECT_NE(parseFormula(u"=" + std::u16string(64, u'(') + u"1" + std::u16string(64, u')')), nullptr);
+    EXPECT_NE(parseFormula(u"=" + std::u16string(64, u'@') + u"A1"), nullptr);
     EXPECT_NE(parseFormula(u"='" + std::u16string(31, u's') + u"'!A1"), nullptr);
     EXPECT_NE(parseFormula(long8192), nullptr);
 }
