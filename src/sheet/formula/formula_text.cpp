@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <charconv>
 #include <vector>
 
@@ -127,8 +128,13 @@ void appendSheetPrefix(std::u16string& out, const Expression& expression, const 
     const std::u16string_view first = expression.text(node.sheet);
     // A name's lastSheet holds its workbook: a name is never taken from a range of sheets.
     const std::u16string_view last = node.kind == NodeKind::Name ? std::u16string_view() : expression.text(node.lastSheet);
+    // [1] and [Book1.xlsx] stand bare; a workbook of other characters, or with a path, is quoted.
+    const std::u16string_view inner =
+        book.size() >= 2 && book.front() == u'[' && book.back() == u']' ? book.substr(1, book.size() - 2) : book;
+    const bool plainBook = std::all_of(inner.begin(), inner.end(), [](char16_t c) { return c >= u'0' && c <= u'9'; }) ||
+                           scanNameChars(inner, 0) == inner.size();
     const bool bookNeedsQuotes = book.find_first_of(u" \\/:'") != std::u16string_view::npos ||
-                                 (!book.empty() && book.front() != u'[');
+                                 (!book.empty() && (book.front() != u'[' || !plainBook));
     if (bookNeedsQuotes || sheetNameNeedsQuotes(first) || (!last.empty() && sheetNameNeedsQuotes(last))) {
         std::u16string names(book);
         names.append(first);

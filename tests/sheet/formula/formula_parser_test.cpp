@@ -178,6 +178,7 @@ TEST(FormulaParser, AcceptsWhatWorkbookFilesWrite) {
          u"='C:\\Data\\[Book1.xlsx]Sheet1'!A1", u"extC:\\Data\\[Book1.xlsx]<Sheet1>A1"},
         {u"=[1]!Rate*2", u"=[1]!Rate*2", u"=[1]!Rate*2", u"(* name:Rate@[1] 2)"},
         {u"=-[1]Sheet1!Rate", u"=-[1]Sheet1!Rate", u"=-[1]Sheet1!Rate", u"(u- name:<Sheet1>Rate@[1])"},
+        {u"='[a#b]S'!B3", u"='[a#b]S'!B3", u"='[a#b]S'!B3", u"ext[a#b]<S>B3"},
         {u"='C:\\x[1]S 2'!eh : he", u"='C:\\x[1]S 2'!EH:HE", u"='C:\\x[1]S 2'!EH:HE", u"extC:\\x[1]<S 2>EH:HE"},
         {u"=SUM(A1#)", u"=SUM(A1#)", u"=SUM(_xlfn.ANCHORARRAY(A1))", u"(SUM A1#)"},
         {u"=SUM(_xlfn.ANCHORARRAY(C2))", u"=SUM(C2#)", u"=SUM(_xlfn.ANCHORARRAY(C2))", u"(SUM C2#)"},
