@@ -322,7 +322,7 @@ bool Parser::foldRange(uint32_t leftStart, uint32_t rightStart) {
         right.shape == ReferenceShape::Cell) {
         left.shape = ReferenceShape::Area;
         left.last = right.first;
-    } else if (left.kind == NodeKind::Name && right.kind == NodeKind::Name) {
+    } else if (left.kind == NodeKind::Name && right.kind == NodeKind::Name && !(right.flags & kFlagExternal)) {
         const auto firstColumn = columnIndex(std::u16string_view(strings_).substr(left.text.offset, left.text.length));
         const auto lastColumn = columnIndex(std::u16string_view(strings_).substr(right.text.offset, right.text.length));
         if (!firstColumn || !lastColumn) return false;

@@ -225,6 +225,7 @@ TEST(FormulaParser, NamesBeforeARangeColonReadBackAsTheSameTree) {
         {u"=A :Uw!A1", u"=A :Uw!A1", u"(: name:A <Uw>A1)"},
         {u"=Rate:B2", u"=Rate :B2", u"(: name:Rate B2)"},
         {u"=-Rate:$B$2", u"=-Rate :$B$2", u""},
+        {u"=[x]!eh:[x]!eh", u"=[x]!eh:[x]!eh", u""},   // names of another workbook are no columns
         {u"=Rate:INDEX(B:B,2)", u"=Rate :INDEX(B:B,2)", u""},
         {u"=Rate:B2%", u"=Rate :B2%", u""},
         {u"=(Rate):B2", u"=(Rate):B2", u""},
