@@ -105,10 +105,12 @@ public:
 
     // The children of a node, first to last.
     void children(uint32_t node, std::vector<uint32_t>& out) const;
+    // The area the array formula anchored at the cell fills (A1#, ANCHORARRAY); #REF! when the
+    // cell anchors none.
+    Value spill(SheetTable& sheet, int32_t row, int32_t column);
 
 private:
     Value reference(const formula::Node& node);
-    Value spill(SheetTable& sheet, int32_t row, int32_t column);
     Value name(const formula::Node& node, Mode mode);
     Value table(const formula::Node& node);
     Value arrayConstant(uint32_t index);

@@ -236,18 +236,7 @@ Value getPivotData(Call&) { return Value::error(ecRefErr); }
 // The area a dynamic array or array formula fills, from its top left cell.
 Value anchorArray(Call& call) {
     const Area& area = singleArea(call, 0);
-    CellRef cell = area.sheet->getCell(area.rect.top, area.rect.left);
-    if (!cell || cell.dataType() != cdtFormula) return Value::error(ecRefErr);
-    const CellFormula& formula = *cell.cell()->formula;
-    if (formula.role != FormulaRole::ArrayAnchor) return Value::error(ecRefErr);
-    cell.formulaResult();
-    int32_t rows = formula.array.bottom - formula.array.top + 1, columns = formula.array.right - formula.array.left + 1;
-    if (formula.dynamic && formula.arrayResult) {
-        rows = formula.arrayResult->rows();
-        columns = formula.arrayResult->columns();
-    }
-    const int32_t top = area.rect.top, left = area.rect.left;
-    return Value::reference({area.sheet, {left, top, std::min(kMaxColumn, left + columns - 1), std::min(kMaxRow, top + rows - 1)}});
+    return call.evaluator().spill(*area.sheet, area.rect.top, area.rect.left);
 }
 
 // TRIMRANGE's choice: 0 keeps all, 1 trims the leading blank rows (or columns), 2 the
