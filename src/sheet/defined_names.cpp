@@ -6,7 +6,7 @@ namespace kes {
 
 bool DefinedNames::define(DefinedName name) {
     for (DefinedName& existing : names_) {
-        if (existing.sheet == name.sheet && calc::equalsIgnoringCase(existing.name, name.name)) {
+        if (existing.sheet == name.sheet && equalsIgnoringAsciiCase(existing.name, name.name)) {
             existing = std::move(name);
             return true;
         }
@@ -18,7 +18,7 @@ bool DefinedNames::define(DefinedName name) {
 
 const DefinedName* DefinedNames::findExact(std::u16string_view name, int32_t sheet) const {
     for (const DefinedName& existing : names_) {
-        if (existing.sheet == sheet && calc::equalsIgnoringCase(existing.name, name)) return &existing;
+        if (existing.sheet == sheet && equalsIgnoringAsciiCase(existing.name, name)) return &existing;
     }
     return nullptr;
 }
@@ -41,7 +41,7 @@ bool TableDefinitions::add(TableDefinition table) {
 
 const TableDefinition* TableDefinitions::find(std::u16string_view name) const {
     for (const TableDefinition& table : tables_) {
-        if (calc::equalsIgnoringCase(table.name, name)) return &table;
+        if (equalsIgnoringAsciiCase(table.name, name)) return &table;
     }
     return nullptr;
 }

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include "text/ascii_case.h"
+
 namespace kes {
 namespace {
 
@@ -19,17 +21,6 @@ std::u16string_view trimSpaces(std::u16string_view s) {
     while (!s.empty() && s.front() == u' ') s.remove_prefix(1);
     while (!s.empty() && s.back() == u' ') s.remove_suffix(1);
     return s;
-}
-
-bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char16_t x = a[i], y = b[i];
-        if (x >= u'a' && x <= u'z') x -= 32;
-        if (y >= u'a' && y <= u'z') y -= 32;
-        if (x != y) return false;
-    }
-    return true;
 }
 
 // [sign] digits [separator digits] [E [sign] digits], spaces around; at least one digit.
@@ -109,7 +100,7 @@ struct Scanner {
         return false;
     }
     bool skipWord(std::u16string_view word) {
-        if (word.empty() || !equalsIgnoringCase(s.substr(pos, word.size()), word)) return false;
+        if (word.empty() || !equalsIgnoringAsciiCase(s.substr(pos, word.size()), word)) return false;
         pos += word.size();
         return true;
     }
@@ -242,8 +233,8 @@ std::optional<CellValue> textToValue(std::u16string_view text, const FormatSetti
     if (settings.decimalSeparator != kSystemDecimalSeparator) {
         if (auto number = parseDecimal(text, kSystemDecimalSeparator)) return CellValue::makeFloat(*number);
     }
-    if (equalsIgnoringCase(text, u"True")) return CellValue::makeBoolean(true);
-    if (equalsIgnoringCase(text, u"False")) return CellValue::makeBoolean(false);
+    if (equalsIgnoringAsciiCase(text, u"True")) return CellValue::makeBoolean(true);
+    if (equalsIgnoringAsciiCase(text, u"False")) return CellValue::makeBoolean(false);
     if (auto serial = readDateTime(text, settings, currentYear)) {
         // Every date-time value counts from 1904 in such workbooks, a time typed alone too.
         return CellValue::makeDateTime(settings.date1904 ? *serial - 1462 : *serial);

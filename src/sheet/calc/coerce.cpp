@@ -393,11 +393,11 @@ Criterion::Criterion(const Value& criterion, const FormatSettings& settings) : s
     }
     if (const auto number = textToNumber(c, settings)) {
         target_ = Value::number(*number);
-    } else if (equalsIgnoringCase(c, u"TRUE") || equalsIgnoringCase(c, u"FALSE")) {
-        target_ = Value::boolean(equalsIgnoringCase(c, u"TRUE"));
+    } else if (equalsIgnoringAsciiCase(c, u"TRUE") || equalsIgnoringAsciiCase(c, u"FALSE")) {
+        target_ = Value::boolean(equalsIgnoringAsciiCase(c, u"TRUE"));
     } else {
         for (uint8_t code = ecNull; code <= ecCalc; ++code) {
-            if (equalsIgnoringCase(c, errorText(FormulaErrorCode(code)))) {
+            if (equalsIgnoringAsciiCase(c, errorText(FormulaErrorCode(code)))) {
                 target_ = Value::error(FormulaErrorCode(code));
                 return;
             }
@@ -419,7 +419,7 @@ bool Criterion::equals(const Value& value) const {
     case ValueKind::Text:
         if (target_.text().empty()) return blankOnly_ ? value.isBlank() : value.isBlank() || (value.isText() && value.text().empty());
         if (!value.isText()) return false;
-        return wildcard_ ? wildcardMatch(value.text(), target_.text()) : equalsIgnoringCase(value.text(), target_.text()) ||
+        return wildcard_ ? wildcardMatch(value.text(), target_.text()) : equalsIgnoringAsciiCase(value.text(), target_.text()) ||
                                                                             compareValues(value, target_) == 0;
     case ValueKind::Boolean: return value.isBoolean() && value.boolean() == target_.boolean();
     case ValueKind::Error: return value.isError() && value.error() == target_.error();

@@ -37,7 +37,7 @@ void markParameters(Expression& expression, uint32_t call, bool isLet) {
         const bool called = n.kind == NodeKind::Function && n.function == 0 && !(n.flags & formula::kFlagFilePrefix);
         if (!called && (n.kind != NodeKind::Name || !n.sheet.empty() || (n.flags & formula::kFlagExternal))) continue;
         for (std::u16string_view parameter : parameters) {
-            if (equalsIgnoringCase(expression.text(n.text), parameter)) expression.markLambdaParameter(i);
+            if (equalsIgnoringAsciiCase(expression.text(n.text), parameter)) expression.markLambdaParameter(i);
         }
     }
 }

@@ -173,8 +173,8 @@ bool toBoolean(const Value& value, const FormatSettings& settings) {
     case ValueKind::Number:
     case ValueKind::Boolean: return value.number() != 0;
     case ValueKind::Text:
-        if (equalsIgnoringCase(value.text(), u"TRUE")) return true;
-        if (equalsIgnoringCase(value.text(), u"FALSE")) return false;
+        if (equalsIgnoringAsciiCase(value.text(), u"TRUE")) return true;
+        if (equalsIgnoringAsciiCase(value.text(), u"FALSE")) return false;
         fail(ecValue);
     case ValueKind::Error: fail(value.error());
     default: fail(ecValue);
@@ -325,7 +325,7 @@ Value Evaluator::table(const Node& node) {
     if (!node.sheet.empty()) {
         const auto columnOf = [&](std::u16string_view column) -> int32_t {
             for (size_t i = 0; i < table->columns.size(); ++i) {
-                if (equalsIgnoringCase(table->columns[i], column)) return table->area.left + int32_t(i);
+                if (equalsIgnoringAsciiCase(table->columns[i], column)) return table->area.left + int32_t(i);
             }
             return -1;
         };

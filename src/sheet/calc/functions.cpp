@@ -38,7 +38,7 @@ const Table& table() {
 }
 
 bool startsWithIgnoringCase(std::u16string_view text, std::u16string_view prefix) {
-    return text.size() > prefix.size() && equalsIgnoringCase(text.substr(0, prefix.size()), prefix);
+    return text.size() > prefix.size() && equalsIgnoringAsciiCase(text.substr(0, prefix.size()), prefix);
 }
 
 }  // namespace

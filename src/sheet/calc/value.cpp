@@ -150,7 +150,7 @@ void Matrix::set(size_t index, const Value& value) {
 const Value* Bindings::find(std::u16string_view name) const {
     for (const Bindings* frame = this; frame; frame = frame->parent.get()) {
         for (auto it = frame->values.rbegin(); it != frame->values.rend(); ++it) {
-            if (equalsIgnoringCase(it->first, name)) return &it->second;
+            if (equalsIgnoringAsciiCase(it->first, name)) return &it->second;
         }
     }
     return nullptr;
@@ -186,17 +186,6 @@ CellValue toCellValue(const Value& value) {
 bool Lambda::takes(size_t count) const {
     if (function) return count >= function->minArgs && count <= function->maxArgs;
     return count == parameters.size();
-}
-
-bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char16_t x = a[i], y = b[i];
-        if (x >= u'a' && x <= u'z') x -= 32;
-        if (y >= u'a' && y <= u'z') y -= 32;
-        if (x != y) return false;
-    }
-    return true;
 }
 
 std::u16string upperCase(std::u16string_view text) {

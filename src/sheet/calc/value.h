@@ -12,6 +12,7 @@
 
 #include "sheet/cell_value.h"
 #include "sheet/selection.h"
+#include "text/ascii_case.h"
 
 namespace kes {
 class SheetTable;
@@ -175,8 +176,6 @@ struct Lambda {
 Value fromCellValue(const CellValue& value);
 CellValue toCellValue(const Value& value);
 
-// True for ASCII-case-insensitive equality, as Excel compares names.
-bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b);
 std::u16string upperCase(std::u16string_view text);
 std::u16string lowerCase(std::u16string_view text);
 

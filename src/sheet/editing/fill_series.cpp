@@ -7,6 +7,7 @@
 
 #include "sheet/format/format_code.h"
 #include "sheet/text_to_value.h"
+#include "text/ascii_case.h"
 
 namespace kes {
 namespace {
@@ -29,16 +30,6 @@ const std::array<NameList, 9>& nameLists() {
     return lists;
 }
 
-char16_t upper(char16_t c) { return c >= u'a' && c <= u'z' ? char16_t(c - 32) : c; }
-char16_t lower(char16_t c) { return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c; }
-
-bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (upper(a[i]) != upper(b[i])) return false;
-    }
-    return true;
-}
 
 int letterCaseOf(std::u16string_view text) {
     bool hasUpper = false, hasLower = false;
@@ -100,7 +91,7 @@ FillSeries::Cell FillSeries::classify(const SeriesSource& source) {
     const auto& lists = nameLists();
     for (size_t list = 0; list < lists.size(); ++list) {
         for (size_t i = 0; i < lists[list].size(); ++i) {
-            if (equalsIgnoringCase(v.text, lists[list][i])) {
+            if (equalsIgnoringAsciiCase(v.text, lists[list][i])) {
                 cell.kind = Kind::ListItem;
                 cell.list = int(list);
                 cell.number = double(i);
@@ -210,7 +201,7 @@ CellValue FillSeries::valueOf(const Cell& cell, const Run& run, int64_t position
     case Kind::ListItem: {
         const NameList& list = nameLists()[size_t(cell.list)];
         std::u16string name(list[size_t(floorMod(std::llround(trend), int64_t(list.size())))]);
-        for (char16_t& c : name) c = cell.letterCase > 0 ? upper(c) : cell.letterCase < 0 ? lower(c) : c;
+        for (char16_t& c : name) c = cell.letterCase > 0 ? asciiUpper(c) : cell.letterCase < 0 ? asciiLower(c) : c;
         return CellValue::makeString(name);
     }
     case Kind::Other: break;

@@ -1,13 +1,14 @@
 #include "sheet/format/number_format.h"
 
-#include "sheet/format/format_code.h"
-
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
 #include <string>
+
+#include "sheet/format/format_code.h"
+#include "text/ascii_case.h"
 
 namespace kes {
 namespace {
@@ -16,19 +17,8 @@ constexpr double kLastSerial = 2958466.0;   // 10000-01-01 in the 1900 system
 
 std::u16string ascii(std::string_view s) { return std::u16string(s.begin(), s.end()); }
 
-bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        char16_t x = a[i], y = b[i];
-        if (x >= u'A' && x <= u'Z') x += 32;
-        if (y >= u'A' && y <= u'Z') y += 32;
-        if (x != y) return false;
-    }
-    return true;
-}
-
 bool isGeneral(std::u16string_view code) {
-    return code.empty() || equalsIgnoringCase(code, u"General") || code == u"G/\u901A\u7528\u683C\u5F0F";   // G/通用格式
+    return code.empty() || equalsIgnoringAsciiCase(code, u"General") || code == u"G/\u901A\u7528\u683C\u5F0F";   // G/通用格式
 }
 
 // The value rounded to 15 significant digits: its digits without trailing zeros and the

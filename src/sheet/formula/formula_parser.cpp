@@ -23,14 +23,6 @@ constexpr size_t kMaxSheetNameLength = 31;
 // Binary operators from the loosest to the tightest; all of them group from the left, ^ too.
 enum BinaryLevel { kComparison, kConcatenation, kAdditive, kMultiplicative, kPower, kBinaryLevels };
 
-bool equalsIgnoringAsciiCase(std::u16string_view a, std::u16string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (asciiUpper(a[i]) != asciiUpper(b[i])) return false;
-    }
-    return true;
-}
-
 bool isForbiddenInSheetName(char16_t c) {
     return c == u'\\' || c == u'/' || c == u'?' || c == u'*' || c == u'[' || c == u']';
 }

@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <string_view>
 
+#include "text/ascii_case.h"
+
 namespace kes::formula {
 
 inline bool isAsciiLetter(char16_t c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
 inline bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 inline bool isFormulaSpace(char16_t c) { return c == u' ' || c == u'\n' || c == u'\r' || c == u'\t'; }
-inline char16_t asciiUpper(char16_t c) { return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - 32) : c; }
 
 // A letter beyond ASCII (Chinese, accented Latin...), or the first half of a surrogate pair.
 bool isWideLetter(char16_t c);

@@ -40,7 +40,7 @@ Table tableArgument(Call& call, size_t index) {
 
 bool sameName(const Value& a, const Value& b) {
     if (a.isBlank() || b.isBlank() || a.isError() || b.isError()) return false;
-    return equalsIgnoringCase(scalarToText(a), scalarToText(b));
+    return equalsIgnoringAsciiCase(scalarToText(a), scalarToText(b));
 }
 
 // The column of the field: a header's name (case ignored) or its number from 1.

@@ -29,7 +29,7 @@ public:
     Aggregator(Call& call, size_t index) : evaluator_(call.evaluator()) {
         const formula::Node& node = call.evaluator().expression().nodes()[call.node(index)];
         if (node.kind == formula::NodeKind::Name && node.sheet.empty()) {
-            if (equalsIgnoringCase(call.evaluator().expression().text(node.text), u"PERCENTOF")) {
+            if (equalsIgnoringAsciiCase(call.evaluator().expression().text(node.text), u"PERCENTOF")) {
                 percentOf_ = true;
                 return;
             }

@@ -64,8 +64,8 @@ Value logicalFold(Call& call, bool start, Fold&& fold) {
                 break;
             case ValueKind::Text: {
                 if (!direct) break;
-                const bool isTrue = equalsIgnoringCase(v.text(), u"TRUE");
-                if (!isTrue && !equalsIgnoringCase(v.text(), u"FALSE")) break;
+                const bool isTrue = equalsIgnoringAsciiCase(v.text(), u"TRUE");
+                if (!isTrue && !equalsIgnoringAsciiCase(v.text(), u"FALSE")) break;
                 result = fold(result, isTrue);
                 any = true;
                 break;

@@ -46,7 +46,7 @@ bool readCoordinate(std::u16string_view text, size_t& pos, int32_t origin, int32
 // R1C1, R (a whole row) or C (a whole column); `kind` is 'X' for a cell.
 bool readPart(std::u16string_view text, size_t& pos, int32_t row, int32_t column, char& kind, int32_t& r, int32_t& c) {
     const auto letter = [&](char16_t want) {
-        if (pos < text.size() && formula::asciiUpper(text[pos]) == want) {
+        if (pos < text.size() && asciiUpper(text[pos]) == want) {
             ++pos;
             return true;
         }
