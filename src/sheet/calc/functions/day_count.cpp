@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+#include "sheet/calc/functions/date_support.h"
+
 namespace kes::calc {
 namespace {
 
@@ -116,7 +118,7 @@ Day addMonths(const Call& call, const Day& from, int months, bool endOfMonth) {
     if (year < 1 || year > 9999) fail(ecNUM);
     const int last = daysInMonth(year, month);
     const int day = endOfMonth ? last : std::min(from.date.day, last);
-    return {serialOf(call, year, month, day), {year, month, day}};
+    return {calendarSerial(call, year, month, day), {year, month, day}};
 }
 
 double daysBetween(const Day& from, const Day& to, Basis basis) {

@@ -10,15 +10,6 @@ namespace {
 constexpr double k1904Offset = 1462;
 constexpr double kLastSerial = 2958465;   // 9999-12-31
 
-int64_t daysFromCivil(int64_t y, int64_t m, int64_t d) {
-    y -= m <= 2;
-    const int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const int64_t yoe = y - era * 400;
-    const int64_t doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
-    const int64_t doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + doe - 719468;
-}
-
 void addNumber(const Value& value, bool direct, std::vector<double>& out, const NumberRules& rules,
                const FormatSettings& settings) {
     switch (value.kind()) {
@@ -82,23 +73,6 @@ YearMonthDay dateOf(const Call& call, double serial) {
     if (!(serial >= 0 && serial < kLastSerial + 1)) fail(ecNUM);
     const Date date = dateOfSerial(int64_t(std::floor(serial)));
     return {date.year, date.month, date.day};
-}
-
-double serialOf(const Call& call, int year, int month, int day) {
-    const int64_t monthIndex = int64_t(year) * 12 + (month - 1);
-    const int64_t y = monthIndex >= 0 ? monthIndex / 12 : (monthIndex - 11) / 12;
-    const int64_t m = monthIndex - y * 12 + 1;
-    // The first of the month in Excel's calendar, where February 1900 has a 29th (serial 60):
-    // months from March 1900 on count one day more than the real calendar gives.
-    const int64_t real = daysFromCivil(y, m, 1) - daysFromCivil(1899, 12, 31);
-    const int64_t first = y == 1900 && m <= 2 ? (m == 1 ? 1 : 32) : real + (y >= 1900 ? 1 : 0);
-    double serial = double(first + (day - 1));
-    if (serial < 0 || serial > kLastSerial) fail(ecNUM);
-    if (call.date1904()) {
-        serial -= k1904Offset;
-        if (serial < 0) fail(ecNUM);
-    }
-    return serial;
 }
 
 int weekdayOf(const Call& call, double serial) {

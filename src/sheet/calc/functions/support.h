@@ -41,10 +41,6 @@ struct YearMonthDay {
 };
 // The calendar date of a serial of the workbook's date system; #NUM! outside 0..9999-12-31.
 YearMonthDay dateOf(const Call& call, double serial);
-// The serial of a calendar date in the workbook's date system; month and day may run over
-// (month 13 is January of the next year, day 0 the last day of the month before), as DATE
-// takes them. #NUM! before 1900 (1904) or after 9999.
-double serialOf(const Call& call, int year, int month, int day);
 // The weekday of a serial, 0 for Sunday; the serial counts in the workbook's date system.
 int weekdayOf(const Call& call, double serial);
 bool isLeapYear(int year);
