@@ -106,14 +106,18 @@ double billDays(Call& call, const Term& term) {
     return term.maturity.serial - term.settlement.serial;
 }
 
+// The price of 100 of a bill bought at a discount rate, which must leave a price above 0.
+double billPrice(double discount, double days) {
+    if (discount <= 0) fail(ecNUM);
+    const double price = 100 * (1 - discount * days / 360);
+    if (price <= 0) fail(ecNUM);
+    return price;
+}
+
 Value tbillPrice(Call& call) {
     const Term term = termArguments(call);
     const double discount = addInNumber(call, 2);
-    const double days = billDays(call, term);
-    if (discount <= 0) return Value::error(ecNUM);
-    const double price = 100 * (1 - discount * days / 360);
-    if (price <= 0) return Value::error(ecNUM);
-    return Value::number(price);
+    return Value::number(billPrice(discount, billDays(call, term)));
 }
 
 Value tbillYield(Call& call) {
@@ -130,9 +134,7 @@ Value tbillEq(Call& call) {
     const Term term = termArguments(call);
     const double discount = addInNumber(call, 2);
     const double days = billDays(call, term);
-    if (discount <= 0) return Value::error(ecNUM);
-    const double price = 100 * (1 - discount * days / 360);
-    if (price <= 0) return Value::error(ecNUM);
+    const double price = billPrice(discount, days);
     if (days <= 182) return Value::number(365 * discount / (360 - discount * days));
     const double years = days / 365;
     const double root = years * years - (2 * years - 1) * (1 - 100 / price);
