@@ -41,7 +41,7 @@ public:
     // False when the line holds a formula.
     bool build(const SheetLine& line) {
         bool plain = true;
-        walk(line, [&](int32_t position, const SheetCell& cell) {
+        forEachCellOf(line, [&](int32_t position, int32_t, const SheetCell& cell) {
             switch (cell.type) {
             case cdtFloat:
             case cdtDateTime: note(numbers_[numberKey(cell.number)], position); break;
@@ -80,23 +80,6 @@ public:
             above = std::nextafter(above, HUGE_VAL);
         }
         return hits;
-    }
-
-    template <class Visit>
-    static void walk(const SheetLine& line, Visit&& visit) {
-        SheetTable& sheet = *line.sheet;
-        if (line.vertical) {
-            for (SheetRow* row = sheet.rows().lowerBound(line.start); row && row->index <= line.end; row = row->next) {
-                const SheetCell* cell = row->cells.getItem(line.line);
-                if (cell && !visit(row->index - line.start, *cell)) return;
-            }
-            return;
-        }
-        SheetRow* row = sheet.getRow(line.line);
-        if (!row) return;
-        for (SheetCell* cell = row->cells.lowerBound(line.start); cell && cell->index <= line.end; cell = cell->next) {
-            if (!visit(cell->index - line.start, *cell)) return;
-        }
     }
 
 private:

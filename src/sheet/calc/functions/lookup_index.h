@@ -25,6 +25,25 @@ struct SheetLine {
     int32_t end;
 };
 
+// Each cell the line holds, first to last, until `visit(position, row, cell)` returns false;
+// the position counts from the line's start, the row is the cell's own.
+template <class Visit>
+void forEachCellOf(const SheetLine& line, Visit&& visit) {
+    SheetTable& sheet = *line.sheet;
+    if (line.vertical) {
+        for (SheetRow* row = sheet.rows().lowerBound(line.start); row && row->index <= line.end; row = row->next) {
+            const SheetCell* cell = row->cells.getItem(line.line);
+            if (cell && !visit(row->index - line.start, row->index, *cell)) return;
+        }
+        return;
+    }
+    SheetRow* row = sheet.getRow(line.line);
+    if (!row) return;
+    for (SheetCell* cell = row->cells.lowerBound(line.start); cell && cell->index <= line.end; cell = cell->next) {
+        if (!visit(cell->index - line.start, row->index, *cell)) return;
+    }
+}
+
 // Where the key stands in the line as lookups compare values (numbers nearly equal, texts
 // ignoring case, booleans), from an index kept while the sheet is unchanged; nullopt when the
 // line has no index: searched only a few times since the sheet changed, holding formulas (whose

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sheet/calc/functions/lookup_index.h"
 #include "sheet/calc/functions/regex.h"
 #include "sheet/calc/unicode_case.h"
 #include "sheet/shared_strings.h"
@@ -167,8 +166,7 @@ int32_t LookupLine::findEqual(const Value& key, bool last) const {
     }
     const CellMatcher matcher(key);
     SheetTable& sheet = *area_.sheet;
-    const SheetLine line = vertical_ ? SheetLine{&sheet, true, area_.rect.left + fixed_, area_.rect.top, area_.rect.top + searched_ - 1}
-                                     : SheetLine{&sheet, false, area_.rect.top + fixed_, area_.rect.left, area_.rect.left + searched_ - 1};
+    const SheetLine line = sheetLine();
     if (const std::optional<LineHits> hits = indexedHits(line, key)) {
         const int32_t candidate = last ? hits->last : hits->first;
         if (candidate < 0) return -1;
@@ -178,27 +176,17 @@ int32_t LookupLine::findEqual(const Value& key, bool last) const {
         if (cell && matcher.matches(*evaluator_, sheet, row, *cell)) return candidate;
         // Two texts of one hash: the line is read as below.
     }
-    if (vertical_) {
-        const int32_t column = area_.rect.left + fixed_, bottom = area_.rect.top + searched_ - 1;
-        for (SheetRow* row = sheet.rows().lowerBound(area_.rect.top); row && row->index <= bottom; row = row->next) {
-            const SheetCell* cell = row->cells.getItem(column);
-            if (cell && matcher.matches(*evaluator_, sheet, row->index, *cell)) {
-                found = row->index - area_.rect.top;
-                if (!last) break;
-            }
-        }
-        return found;
-    }
-    SheetRow* row = sheet.getRow(area_.rect.top + fixed_);
-    if (!row) return -1;
-    const int32_t right = area_.rect.left + searched_ - 1;
-    for (SheetCell* cell = row->cells.lowerBound(area_.rect.left); cell && cell->index <= right; cell = cell->next) {
-        if (matcher.matches(*evaluator_, sheet, row->index, *cell)) {
-            found = cell->index - area_.rect.left;
-            if (!last) break;
-        }
-    }
+    forEachCellOf(line, [&](int32_t position, int32_t row, const SheetCell& cell) {
+        if (matcher.matches(*evaluator_, sheet, row, cell)) found = position;
+        return last || found < 0;
+    });
     return found;
+}
+
+SheetLine LookupLine::sheetLine() const {
+    const CellRect& r = area_.rect;
+    return vertical_ ? SheetLine{area_.sheet, true, r.left + fixed_, r.top, r.top + searched_ - 1}
+                     : SheetLine{area_.sheet, false, r.top + fixed_, r.left, r.left + searched_ - 1};
 }
 
 LookupLine lookupLine(Call& call, const Value& source, bool vertical, int32_t fixed) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 
+#include "sheet/calc/functions/lookup_index.h"
 #include "sheet/calc/functions/support.h"
 #include "sheet/sheet_table.h"
 
@@ -37,6 +38,9 @@ public:
     int32_t fixed() const { return fixed_; }
 
 private:
+    // The reference's row or column as the sheet holds it.
+    SheetLine sheetLine() const;
+
     std::shared_ptr<const Matrix> matrix_;
     Evaluator* evaluator_ = nullptr;
     Area area_;
@@ -55,25 +59,11 @@ void LookupLine::scan(Visit&& visit) const {
         }
         return;
     }
-    SheetTable& sheet = *area_.sheet;
-    if (vertical_) {
-        const int32_t column = area_.rect.left + fixed_, bottom = area_.rect.top + searched_ - 1;
-        for (SheetRow* row = sheet.rows().lowerBound(area_.rect.top); row && row->index <= bottom; row = row->next) {
-            const SheetCell* cell = row->cells.getItem(column);
-            if (!cell || cell->type == cdtBlank) continue;
-            const Value v = evaluator_->readCell(sheet, row->index, column);
-            if (!v.isBlank() && !visit(row->index - area_.rect.top, v)) return;
-        }
-        return;
-    }
-    SheetRow* row = sheet.getRow(area_.rect.top + fixed_);
-    if (!row) return;
-    const int32_t right = area_.rect.left + searched_ - 1;
-    for (SheetCell* cell = row->cells.lowerBound(area_.rect.left); cell && cell->index <= right; cell = cell->next) {
-        if (cell->type == cdtBlank) continue;
-        const Value v = evaluator_->readCell(sheet, row->index, cell->index);
-        if (!v.isBlank() && !visit(cell->index - area_.rect.left, v)) return;
-    }
+    forEachCellOf(sheetLine(), [&](int32_t position, int32_t row, const SheetCell& cell) {
+        if (cell.type == cdtBlank) return true;
+        const Value v = evaluator_->readCell(*area_.sheet, row, cell.index);
+        return v.isBlank() || visit(position, v);
+    });
 }
 
 // The row or column `fixed` (0-based) of an argument: a reference (one area) or an array.
