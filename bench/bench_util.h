@@ -35,6 +35,14 @@ double seconds(Work&& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// An ASCII text as the cell store takes text.
+inline std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+
+// Milliseconds since `start`.
+inline double msSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
 inline long residentKiB() { return statusKiB("VmRSS:"); }
 inline long peakResidentKiB() { return statusKiB("VmHWM:"); }
 

@@ -22,22 +22,20 @@ constexpr int32_t kColumns = 10;
 const char16_t* const kNames[] = {u"\u87BA\u4E1D", u"\u87BA\u6BCD", u"\u5783\u5708", u"\u8F74\u627F", u"\u6CD5\u5170"};
 const char16_t* const kUnits[] = {u"\u4E2A", u"\u7BB1", u"\u5305"};
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
 // The ten texts of one label row: id, code, name, size, barcode, quantity, price, date, unit, batch.
 void rowTexts(int32_t i, std::u16string (&texts)[kColumns]) {
     char code[16];
     std::snprintf(code, sizeof code, "SKU-%06d", i);
-    texts[0] = ascii(std::to_string(i));
-    texts[1] = ascii(code);
-    texts[2] = std::u16string(kNames[i % 5]) + u"\u4EA7\u54C1" + ascii(std::to_string(i % 40));
-    texts[3] = u"M" + ascii(std::to_string(4 + i % 8)) + u"\u00D7" + ascii(std::to_string(10 + i % 30));
-    texts[4] = ascii(std::to_string(6901234500000LL + i));
-    texts[5] = ascii(std::to_string(1 + i % 500));
-    texts[6] = ascii(std::to_string(i % 1000)) + u"." + ascii(std::to_string(10 + i % 90));
-    texts[7] = u"2026-" + ascii(std::to_string(1 + i % 12)) + u"-" + ascii(std::to_string(1 + i % 28));
+    texts[0] = bench::ascii(std::to_string(i));
+    texts[1] = bench::ascii(code);
+    texts[2] = std::u16string(kNames[i % 5]) + u"\u4EA7\u54C1" + bench::ascii(std::to_string(i % 40));
+    texts[3] = u"M" + bench::ascii(std::to_string(4 + i % 8)) + u"\u00D7" + bench::ascii(std::to_string(10 + i % 30));
+    texts[4] = bench::ascii(std::to_string(6901234500000LL + i));
+    texts[5] = bench::ascii(std::to_string(1 + i % 500));
+    texts[6] = bench::ascii(std::to_string(i % 1000)) + u"." + bench::ascii(std::to_string(10 + i % 90));
+    texts[7] = u"2026-" + bench::ascii(std::to_string(1 + i % 12)) + u"-" + bench::ascii(std::to_string(1 + i % 28));
     texts[8] = kUnits[i % 3];
-    texts[9] = u"B2611-" + ascii(std::to_string(i / 1000));
+    texts[9] = u"B2611-" + bench::ascii(std::to_string(i / 1000));
 }
 
 }  // namespace

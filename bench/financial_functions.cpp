@@ -10,12 +10,6 @@
 
 using namespace kes;
 
-namespace {
-
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
-}  // namespace
-
 int main() {
     constexpr int32_t kRows = 100000;
     Workbook book;
@@ -23,8 +17,8 @@ int main() {
     SheetTable& sheet = *book.activeSheet();
     // A: flows, one outflow then small inflows; B: their dates, a day apart.
     for (int32_t r = 0; r < kRows; ++r) {
-        sheet.createCell(r, 0).setText(ascii(r == 0 ? "-100000" : std::to_string(1 + r % 7)), 1);
-        sheet.createCell(r, 1).setText(ascii(std::to_string(40000 + r)), 1);
+        sheet.createCell(r, 0).setText(bench::ascii(r == 0 ? "-100000" : std::to_string(1 + r % 7)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(std::to_string(40000 + r)), 1);
     }
     const std::string rows = std::to_string(kRows);
     const struct {
@@ -47,7 +41,7 @@ int main() {
     for (const auto& c : cases) {
         std::u16string shown;
         const double seconds = bench::seconds([&] {
-            cell.setText(ascii(c.formula), 1);
+            cell.setText(bench::ascii(c.formula), 1);
             cell.formulaResult();
         });
         shown = cell.displayText();
@@ -57,7 +51,7 @@ int main() {
     }
     // CONVERT looks its units up by name in every cell of a column.
     for (int32_t r = 0; r < kRows; ++r) {
-        sheet.createCell(r, 2).setText(ascii("=CONVERT(A" + std::to_string(r + 1) + ",\"Nmi\",\"km\")"), 1);
+        sheet.createCell(r, 2).setText(bench::ascii("=CONVERT(A" + std::to_string(r + 1) + ",\"Nmi\",\"km\")"), 1);
     }
     double total = 0;
     const double seconds = bench::seconds([&] {

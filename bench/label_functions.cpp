@@ -14,12 +14,6 @@ using namespace kes;
 
 namespace {
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
-double msSince(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
 std::string code(int n) {
     char text[16];
     std::snprintf(text, sizeof text, "SKU-%05d", n);
@@ -37,9 +31,9 @@ int main(int argc, char** argv) {
     const char* const categories[] = {"bolt", "nut", "washer", "screw", "pin"};
     // The price list at P1:R1000: code, price, category.
     for (int32_t r = 0; r < kPrices; ++r) {
-        sheet.createCell(r, 15).setText(ascii(code(r * 3)), 1);
-        sheet.createCell(r, 16).setText(ascii(std::to_string(1 + r % 97)), 1);
-        sheet.createCell(r, 17).setText(ascii(categories[r % 5]), 1);
+        sheet.createCell(r, 15).setText(bench::ascii(code(r * 3)), 1);
+        sheet.createCell(r, 16).setText(bench::ascii(std::to_string(1 + r % 97)), 1);
+        sheet.createCell(r, 17).setText(bench::ascii(categories[r % 5]), 1);
     }
     const std::string list = "$P$1:$P$1000", prices = "$Q$1:$Q$1000", kinds = "$R$1:$R$1000";
     const std::string formulas[] = {
@@ -54,15 +48,15 @@ int main(int argc, char** argv) {
     };
     for (int32_t r = 0; r < kRows; ++r) {
         const std::string n = std::to_string(r + 1);
-        sheet.createCell(r, 0).setText(ascii(code(r % 3500)), 1);
-        sheet.createCell(r, 1).setText(ascii(std::to_string(1 + r % 12)), 1);
-        sheet.createCell(r, 2).setText(ascii(std::to_string((r % 400) * 0.25)), 1);
-        sheet.createCell(r, 3).setText(ascii(std::to_string(45000 + r % 700)), 1);
-        sheet.createCell(r, 4).setText(ascii(categories[r % 5]), 1);
+        sheet.createCell(r, 0).setText(bench::ascii(code(r % 3500)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(std::to_string(1 + r % 12)), 1);
+        sheet.createCell(r, 2).setText(bench::ascii(std::to_string((r % 400) * 0.25)), 1);
+        sheet.createCell(r, 3).setText(bench::ascii(std::to_string(45000 + r % 700)), 1);
+        sheet.createCell(r, 4).setText(bench::ascii(categories[r % 5]), 1);
         for (int32_t f = 0; f < 8; ++f) {
             std::string text = formulas[f];
             for (size_t at; (at = text.find('#')) != std::string::npos;) text.replace(at, 1, n);
-            sheet.createCell(r, 5 + f).setText(ascii(text), 1);
+            sheet.createCell(r, 5 + f).setText(bench::ascii(text), 1);
         }
     }
     const auto readAll = [&] {
@@ -75,13 +69,13 @@ int main(int argc, char** argv) {
 
     auto start = std::chrono::steady_clock::now();
     const double first = readAll();
-    const double full = msSince(start);
+    const double full = bench::msSince(start);
 
     start = std::chrono::steady_clock::now();
     sheet.getCell(5000, 0).setText(u"SKU-00003", 1);
     double after = 0;
     for (int32_t c = 5; c < 13; ++c) after += int(sheet.getCell(5000, c).formulaResult().type);
-    const double change = msSince(start);
+    const double change = bench::msSince(start);
 
     std::printf("label functions, %d rows x 8 formulas of 24 functions, a 1,000-row price list (checks %.0f %.0f)\n",
                 kRows, first, after);

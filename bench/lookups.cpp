@@ -10,8 +10,6 @@ using namespace kes;
 
 namespace {
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
 // Every formula of a column computed once, its results read.
 double computeColumn(SheetTable& sheet, int32_t rows, int32_t column) {
     double check = 0;
@@ -29,13 +27,13 @@ int main() {
     for (int32_t r = 0; r < kRows; ++r) {
         const std::string n = std::to_string(r + 1);
         // Keys in a shuffled order, sorted numbers, and the values looked up.
-        sheet.createCell(r, 0).setText(ascii("K" + std::to_string((r * 7919) % kRows)), 1);
-        sheet.createCell(r, 1).setText(ascii(std::to_string(r * 3)), 1);
-        sheet.createCell(r, 2).setText(ascii(std::to_string(r % 101)), 1);
-        sheet.createCell(r, 4).setText(ascii("=VLOOKUP(\"K" + n + "\",$A$1:$C$20000,3,FALSE)"), 1);
-        sheet.createCell(r, 5).setText(ascii("=VLOOKUP(" + std::to_string(r * 3 + 1) + ",$B:$C,2)"), 1);
-        sheet.createCell(r, 6).setText(ascii("=INDEX($C:$C,MATCH(\"K" + n + "\",$A:$A,0))"), 1);
-        sheet.createCell(r, 7).setText(ascii("=XLOOKUP(\"K" + n + "\",$A$1:$A$20000,$C$1:$C$20000,0)"), 1);
+        sheet.createCell(r, 0).setText(bench::ascii("K" + std::to_string((r * 7919) % kRows)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(std::to_string(r * 3)), 1);
+        sheet.createCell(r, 2).setText(bench::ascii(std::to_string(r % 101)), 1);
+        sheet.createCell(r, 4).setText(bench::ascii("=VLOOKUP(\"K" + n + "\",$A$1:$C$20000,3,FALSE)"), 1);
+        sheet.createCell(r, 5).setText(bench::ascii("=VLOOKUP(" + std::to_string(r * 3 + 1) + ",$B:$C,2)"), 1);
+        sheet.createCell(r, 6).setText(bench::ascii("=INDEX($C:$C,MATCH(\"K" + n + "\",$A:$A,0))"), 1);
+        sheet.createCell(r, 7).setText(bench::ascii("=XLOOKUP(\"K" + n + "\",$A$1:$A$20000,$C$1:$C$20000,0)"), 1);
     }
     std::printf("lookups, %d rows of data and a formula of each kind on each row\n", kRows);
     const char* names[] = {"VLOOKUP exact, text keys", "VLOOKUP sorted, whole columns", "INDEX/MATCH exact, whole columns",
@@ -49,7 +47,7 @@ int main() {
                             "=ROWS(GROUPBY(C1:C20000,B1:B20000,SUM))"};
     for (const char* formula : arrays) {
         CellRef cell = sheet.createCell(kRows + 1, 0);
-        cell.setText(ascii(formula), 1);
+        cell.setText(bench::ascii(formula), 1);
         const double s = bench::seconds([&] { check += cell.formulaResult().asFloat(); });
         bench::report(formula, s * 1000, "ms", 0);
     }

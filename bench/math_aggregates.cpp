@@ -11,8 +11,6 @@ using namespace kes;
 
 namespace {
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
 constexpr int32_t kRows = 100000;
 constexpr int32_t kSummaryRows = 100;
 
@@ -23,7 +21,7 @@ double summary(SheetTable& sheet, int32_t column, Formula&& formula) {
     const double time = bench::seconds([&] {
         for (int32_t i = 0; i < kSummaryRows; ++i) {
             CellRef cell = sheet.createCell(i, column);
-            cell.setText(ascii(formula(i)), 1);
+            cell.setText(bench::ascii(formula(i)), 1);
             check += cell.formulaResult().number;
         }
     });
@@ -38,9 +36,9 @@ int main() {
     book.history().lock();
     SheetTable& sheet = *book.activeSheet();
     for (int32_t r = 0; r < kRows; ++r) {
-        sheet.createCell(r, 0).setText(ascii("cat" + std::to_string(r % kSummaryRows)), 1);
-        sheet.createCell(r, 1).setText(ascii(std::to_string((r % 977) * 0.25)), 1);
-        sheet.createCell(r, 2).setText(ascii(std::to_string(r % 7)), 1);
+        sheet.createCell(r, 0).setText(bench::ascii("cat" + std::to_string(r % kSummaryRows)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(std::to_string((r % 977) * 0.25)), 1);
+        sheet.createCell(r, 2).setText(bench::ascii(std::to_string(r % 7)), 1);
     }
     const std::string all = std::to_string(kRows);
     std::printf("math aggregates over %d rows\n", kRows);
@@ -61,7 +59,7 @@ int main() {
     // A 200 x 200 matrix that is far from singular: a dominant diagonal.
     for (int32_t r = 0; r < 200; ++r) {
         for (int32_t c = 0; c < 200; ++c) {
-            sheet.createCell(r, 10 + c).setText(ascii(r == c ? "4" : std::to_string((r * c) % 5 * 0.01)), 1);
+            sheet.createCell(r, 10 + c).setText(bench::ascii(r == c ? "4" : std::to_string((r * c) % 5 * 0.01)), 1);
         }
     }
     CellRef inverse = sheet.createCell(0, 9);

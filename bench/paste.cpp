@@ -12,14 +12,12 @@ using namespace kes;
 
 namespace {
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
 double pasteMs(int32_t rows) {
     std::u16string text;
     for (int32_t r = 1; r <= rows; ++r) {
-        const std::u16string n = ascii(std::to_string(r));
+        const std::u16string n = bench::ascii(std::to_string(r));
         text += u"\u5185\u516D\u89D2\u87BA\u6813\tM6\u00D7" + n + u"\tGB/T 70.1\t" + n + u"\t" +
-                ascii(std::to_string(6901234500000LL + r)) + u"\t2026-11-22\tB" + n + u"\t\u4E2A\t12.5\tSKU-" + n +
+                bench::ascii(std::to_string(6901234500000LL + r)) + u"\t2026-11-22\tB" + n + u"\t\u4E2A\t12.5\tSKU-" + n +
                 u"\t\"\u4E0A\u6D77\tA\u5382\"\t\u5907\u6CE8" + n + u"\r\n";
     }
     Workbook book;

@@ -28,8 +28,6 @@ public:
     uint32_t counter = 0;
 };
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
 struct PrintRun {
     double ms;
     long faults;
@@ -45,9 +43,9 @@ PrintRun printPage(int32_t rows, size_t& payloadBytes) {
     form.SpreadBook.history().lock();
     SheetTable& sheet = *form.SpreadBook.activeSheet();
     for (int32_t r = 1; r <= rows; ++r) {
-        const std::u16string n = ascii(std::to_string(r));
+        const std::u16string n = bench::ascii(std::to_string(r));
         const std::u16string texts[12] = {u"\u5185\u516D\u89D2\u87BA\u6813", u"M6\u00D7" + n, u"GB/T 70.1", n,
-                                          ascii(std::to_string(6901234500000LL + r)), u"2026-11-22", u"B" + n, u"\u4E2A",
+                                          bench::ascii(std::to_string(6901234500000LL + r)), u"2026-11-22", u"B" + n, u"\u4E2A",
                                           u"12.5", u"SKU-" + n, u"\u4E0A\u6D77\u5DE5\u5382", u"\u5907\u6CE8" + n};
         for (int32_t c = 0; c < 12; ++c) sheet.createCell(r, c).setText(texts[c], 1);
     }

@@ -10,16 +10,6 @@
 
 using namespace kes;
 
-namespace {
-
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
-double msSince(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
-}  // namespace
-
 int main() {
     constexpr int32_t kRows = 100000;
     Workbook book;
@@ -27,14 +17,14 @@ int main() {
     SheetTable& sheet = *book.activeSheet();
     for (int32_t r = 0; r < kRows; ++r) {
         const std::string n = std::to_string(r + 1);
-        sheet.createCell(r, 0).setText(ascii(std::to_string(r % 97)), 1);
-        sheet.createCell(r, 1).setText(ascii(std::to_string((r % 13) * 0.25)), 1);
-        sheet.createCell(r, 2).setText(ascii("=A" + n + "*B" + n), 1);
-        sheet.createCell(r, 3).setText(ascii("=ROUND(C" + n + "*1.13,2)"), 1);
-        sheet.createCell(r, 4).setText(ascii("=IF(D" + n + ">100,\"bulk\",\"unit\")&\"-\"&A" + n), 1);
+        sheet.createCell(r, 0).setText(bench::ascii(std::to_string(r % 97)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(std::to_string((r % 13) * 0.25)), 1);
+        sheet.createCell(r, 2).setText(bench::ascii("=A" + n + "*B" + n), 1);
+        sheet.createCell(r, 3).setText(bench::ascii("=ROUND(C" + n + "*1.13,2)"), 1);
+        sheet.createCell(r, 4).setText(bench::ascii("=IF(D" + n + ">100,\"bulk\",\"unit\")&\"-\"&A" + n), 1);
     }
     CellRef total = sheet.createCell(kRows, 3);
-    total.setText(ascii("=SUM(D1:D" + std::to_string(kRows) + ")"), 1);
+    total.setText(bench::ascii("=SUM(D1:D" + std::to_string(kRows) + ")"), 1);
 
     const auto readAll = [&] {
         double sum = 0;
@@ -46,17 +36,17 @@ int main() {
 
     auto start = std::chrono::steady_clock::now();
     const double first = readAll();
-    const double full = msSince(start);
+    const double full = bench::msSince(start);
 
     // One input changes; the sum and the changed row's formulas are all that is computed again.
     start = std::chrono::steady_clock::now();
     sheet.getCell(5000, 0).setText(u"1000", 1);
     const double after = total.formulaResult().number + int(sheet.getCell(5000, 4).formulaResult().type);
-    const double change = msSince(start);
+    const double change = bench::msSince(start);
 
     start = std::chrono::steady_clock::now();
     const double again = readAll();
-    const double reread = msSince(start);
+    const double reread = bench::msSince(start);
 
     std::printf("recalculation, %d rows x 3 formulas and a SUM (checks %.0f %.0f %.0f)\n", kRows, first, after, again);
     bench::report("full calculation", full, "ms", 0);

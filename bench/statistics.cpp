@@ -12,13 +12,11 @@ using namespace kes;
 
 namespace {
 
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
 // The time to compute one formula entered in a free cell.
 double msOf(SheetTable& sheet, const std::string& formula, double& check) {
     CellRef cell = sheet.createCell(0, 10);
     const auto start = std::chrono::steady_clock::now();
-    cell.setText(ascii(formula), 1);
+    cell.setText(bench::ascii(formula), 1);
     check += cell.formulaResult().number;
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
@@ -31,9 +29,9 @@ int main() {
     book.history().lock();
     SheetTable& sheet = *book.activeSheet();
     for (int32_t r = 0; r < kRows; ++r) {
-        sheet.createCell(r, 0).setText(ascii(std::to_string((r * 7919) % 1000)), 1);
-        sheet.createCell(r, 1).setText(ascii(r % 3 ? "north" : "south"), 1);
-        sheet.createCell(r, 2).setText(ascii(std::to_string(r % 17 + 0.5 * (r % 5))), 1);
+        sheet.createCell(r, 0).setText(bench::ascii(std::to_string((r * 7919) % 1000)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(r % 3 ? "north" : "south"), 1);
+        sheet.createCell(r, 2).setText(bench::ascii(std::to_string(r % 17 + 0.5 * (r % 5))), 1);
     }
     double check = 0;
     std::printf("statistical functions over %d rows\n", kRows);
@@ -48,10 +46,10 @@ int main() {
     const auto start = std::chrono::steady_clock::now();
     for (int32_t r = 0; r < 1000; ++r) {
         const std::string p = std::to_string((r + 0.5) / 1000);
-        sheet.createCell(r, 4).setText(ascii("=NORM.S.INV(" + p + ")"), 1);
-        sheet.createCell(r, 5).setText(ascii("=T.INV(" + p + "," + std::to_string(r % 50 + 1) + ")"), 1);
-        sheet.createCell(r, 6).setText(ascii("=CHISQ.INV(" + p + "," + std::to_string(r % 200 + 1) + ")"), 1);
-        sheet.createCell(r, 7).setText(ascii("=BETA.INV(" + p + ",2.5," + std::to_string(r % 30 + 1) + ")"), 1);
+        sheet.createCell(r, 4).setText(bench::ascii("=NORM.S.INV(" + p + ")"), 1);
+        sheet.createCell(r, 5).setText(bench::ascii("=T.INV(" + p + "," + std::to_string(r % 50 + 1) + ")"), 1);
+        sheet.createCell(r, 6).setText(bench::ascii("=CHISQ.INV(" + p + "," + std::to_string(r % 200 + 1) + ")"), 1);
+        sheet.createCell(r, 7).setText(bench::ascii("=BETA.INV(" + p + ",2.5," + std::to_string(r % 30 + 1) + ")"), 1);
         for (int32_t c = 4; c <= 7; ++c) check += sheet.getCell(r, c).formulaResult().number;
     }
     const double inverses = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();

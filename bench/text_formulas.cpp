@@ -10,12 +10,6 @@
 
 using namespace kes;
 
-namespace {
-
-std::u16string ascii(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-
-}  // namespace
-
 int main() {
     constexpr int32_t kRows = 50000;
     Workbook book;
@@ -29,10 +23,10 @@ int main() {
         u"=WORKDAY(A#,B#,$A$1:$A$20)&\" \"&NUMBERSTRING(B#,2)",
     };
     for (int32_t r = 0; r < kRows; ++r) {
-        const std::u16string row = ascii(std::to_string(r + 1));
-        sheet.createCell(r, 0).setText(ascii(std::to_string(45000 + r % 3000)), 1);
-        sheet.createCell(r, 1).setText(ascii(std::to_string(r % 997) + ".25"), 1);
-        sheet.createCell(r, 2).setText(ascii((r % 10 ? "AB-" : "A-") + std::to_string(1000 + r % 9000)), 1);
+        const std::u16string row = bench::ascii(std::to_string(r + 1));
+        sheet.createCell(r, 0).setText(bench::ascii(std::to_string(45000 + r % 3000)), 1);
+        sheet.createCell(r, 1).setText(bench::ascii(std::to_string(r % 997) + ".25"), 1);
+        sheet.createCell(r, 2).setText(bench::ascii((r % 10 ? "AB-" : "A-") + std::to_string(1000 + r % 9000)), 1);
         sheet.createCell(r, 3).setText(u"\u87BA\u4E1D M" + row, 1);
         for (int32_t k = 0; k < 5; ++k) {
             std::u16string f = formulas[k];
