@@ -67,21 +67,7 @@ std::optional<double> parsePlainNumber(std::u16string_view s, const FormatSettin
             break;
         }
     }
-    if (i < s.size() && s[i] == settings.decimalSeparator) {
-        ascii += '.';
-        for (++i; i < s.size() && isDigit(s[i]); ++i, ++digits) ascii += char(s[i]);
-    }
-    if (digits == 0) return std::nullopt;
-    if (i < s.size() && (s[i] == u'e' || s[i] == u'E')) {
-        size_t j = i + 1;
-        std::string exponent = "e";
-        if (j < s.size() && (s[j] == u'+' || s[j] == u'-')) exponent += char(s[j++]);
-        size_t exponentDigits = 0;
-        for (; j < s.size() && isDigit(s[j]); ++j, ++exponentDigits) exponent += char(s[j]);
-        if (exponentDigits == 0) return std::nullopt;
-        ascii += exponent;
-        i = j;
-    }
+    if (!scanFractionAndExponent(s, i, settings.decimalSeparator, digits, ascii)) return std::nullopt;
     if (const size_t length = currencyAt(s, i, settings)) i += length;
     int percents = 0;
     while (i < s.size() && (s[i] == u'%' || isSpace(s[i]))) {
@@ -250,6 +236,27 @@ std::optional<double> parseWordDate(std::u16string_view s, const FormatSettings&
 }
 
 }  // namespace
+
+bool scanFractionAndExponent(std::u16string_view text, size_t& pos, char16_t point, size_t digits, std::string& ascii) {
+    size_t i = pos;
+    if (i < text.size() && text[i] == point) {
+        ascii += '.';
+        for (++i; i < text.size() && isDigit(text[i]); ++i, ++digits) ascii += char(text[i]);
+    }
+    if (digits == 0) return false;
+    if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
+        size_t j = i + 1;
+        std::string exponent = "e";
+        if (j < text.size() && (text[j] == u'+' || text[j] == u'-')) exponent += char(text[j++]);
+        size_t exponentDigits = 0;
+        for (; j < text.size() && isDigit(text[j]); ++j, ++exponentDigits) exponent += char(text[j]);
+        if (exponentDigits == 0) return false;
+        ascii += exponent;
+        i = j;
+    }
+    pos = i;
+    return true;
+}
 
 namespace {
 

@@ -15,6 +15,11 @@ namespace kes::calc {
 // #VALUE!. Dates and times read as their serials.
 std::optional<double> textToNumber(std::u16string_view text, const FormatSettings& settings);
 
+// The fraction and the exponent of a decimal number whose `digits` whole digits are already in
+// `ascii`: ".ddd" after the point and "e±dd" are appended and `pos` moves past them. False when
+// the number has no digit at all, or its exponent none.
+bool scanFractionAndExponent(std::u16string_view text, size_t& pos, char16_t point, size_t digits, std::string& ascii);
+
 // A date or time text, as DATEVALUE and TIMEVALUE read it: ISO and the system's short dates,
 // month names in English (Jan 5, 2024 / 5-Jan-24), Chinese (2024年1月5日), times with AM/PM.
 // The serial counts in the workbook's date system.

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "sheet/calc/coerce.h"
+
 namespace kes::calc {
 namespace {
 
@@ -14,21 +16,7 @@ std::optional<double> readNumber(std::u16string_view text, size_t& pos) {
     std::string ascii;
     size_t i = pos, digits = 0;
     for (; i < text.size() && isDigit(text[i]); ++i, ++digits) ascii += char(text[i]);
-    if (i < text.size() && text[i] == u'.') {
-        ascii += '.';
-        for (++i; i < text.size() && isDigit(text[i]); ++i, ++digits) ascii += char(text[i]);
-    }
-    if (digits == 0) return std::nullopt;
-    if (i < text.size() && (text[i] == u'e' || text[i] == u'E')) {
-        size_t j = i + 1;
-        std::string exponent = "e";
-        if (j < text.size() && (text[j] == u'+' || text[j] == u'-')) exponent += char(text[j++]);
-        size_t exponentDigits = 0;
-        for (; j < text.size() && isDigit(text[j]); ++j, ++exponentDigits) exponent += char(text[j]);
-        if (exponentDigits == 0) return std::nullopt;
-        ascii += exponent;
-        i = j;
-    }
+    if (!scanFractionAndExponent(text, i, u'.', digits, ascii)) return std::nullopt;
     pos = i;
     return std::strtod(ascii.c_str(), nullptr);
 }
