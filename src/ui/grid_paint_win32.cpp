@@ -6,18 +6,16 @@
 #include <string>
 
 #include "sheet/sheet_bounds.h"
+#include "ui/grid_colours_win32.h"
 #include "ui/window_support_win32.h"
 
 namespace kes {
 namespace {
 
 constexpr COLORREF kGridLine = RGB(0xD4, 0xD4, 0xD4);
-constexpr COLORREF kHeaderFill = RGB(0xF3, 0xF3, 0xF3);
 constexpr COLORREF kHeaderSelected = RGB(0xD2, 0xE4, 0xD9);
 constexpr COLORREF kSelectionFill = RGB(0xDC, 0xEA, 0xF7);
-constexpr COLORREF kFocusFrame = RGB(0x21, 0x73, 0x46);
 constexpr COLORREF kFreezeLine = RGB(0x9B, 0x9B, 0x9B);
-constexpr COLORREF kPrintMark = RGB(0x21, 0x73, 0x46);
 
 bool isSelected(const SheetSelection& selection, int32_t row, int32_t column) {
     const std::vector<CellRect>& areas = selection.areas();
@@ -189,7 +187,7 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
             focus = areaRect(*area);
     }
     if (rowShown(selection.focusedRow()) && selection.focusedColumn() >= leftColumn_) {
-        HBRUSH frame = CreateSolidBrush(kFocusFrame);
+        HBRUSH frame = CreateSolidBrush(kAccent);
         for (int i = 0; i < 2; ++i) {
             RECT f{focus.left - 1 + i, focus.top - 1 + i, focus.right - i, focus.bottom - i};
             FrameRect(dc, &f, frame);
@@ -260,10 +258,10 @@ void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {
     const CellRect area = sheet().selection().area();
     HBRUSH fill = CreateSolidBrush(kHeaderFill);
     HBRUSH selected = CreateSolidBrush(kHeaderSelected);
-    HPEN pen = CreatePen(PS_SOLID, 1, RGB(0xC0, 0xC0, 0xC0));
+    HPEN pen = CreatePen(PS_SOLID, 1, kHeaderLine);
     HGDIOBJ oldPen = SelectObject(dc, pen);
     HGDIOBJ oldFont = SelectObject(dc, headerFont_);
-    SetTextColor(dc, RGB(0x44, 0x44, 0x44));
+    SetTextColor(dc, kHeaderText);
 
     RECT top{0, 0, clientWidth(), headerHeight_};
     FillRect(dc, &top, fill);

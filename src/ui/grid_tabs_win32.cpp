@@ -6,15 +6,11 @@
 #include <algorithm>
 #include <string>
 
+#include "ui/grid_colours_win32.h"
 #include "ui/window_support_win32.h"
 
 namespace kes {
 namespace {
-
-constexpr COLORREF kBarFill = RGB(0xF3, 0xF3, 0xF3);
-constexpr COLORREF kBarLine = RGB(0xC0, 0xC0, 0xC0);
-constexpr COLORREF kAccent = RGB(0x21, 0x73, 0x46);
-constexpr COLORREF kInactiveText = RGB(0x44, 0x44, 0x44);
 
 // "将打印 N 行": N rows will print.
 std::wstring pageCountText(int32_t rows) { return L"\u5C06\u6253\u5370 " + std::to_wstring(rows) + L" \u884C"; }
@@ -74,10 +70,10 @@ int32_t GridControl::tabAt(int x, int y) const {
 void GridControl::paintTabBar(HDC dc) {
     const int top = cellsBottom(), width = clientWidth(), bottom = clientHeight();
     RECT bar{0, top, width, bottom};
-    HBRUSH fill = CreateSolidBrush(kBarFill);
+    HBRUSH fill = CreateSolidBrush(kHeaderFill);
     FillRect(dc, &bar, fill);
     DeleteObject(fill);
-    HPEN line = CreatePen(PS_SOLID, 1, kBarLine);
+    HPEN line = CreatePen(PS_SOLID, 1, kHeaderLine);
     HPEN accent = CreatePen(PS_SOLID, scaled(2), kAccent);
     HGDIOBJ oldPen = SelectObject(dc, line);
     MoveToEx(dc, 0, top, nullptr);
@@ -90,11 +86,11 @@ void GridControl::paintTabBar(HDC dc) {
         const std::wstring count = pageCountText(pageEndRow() - 1);
         const SIZE extent = textExtent(dc, count);
         RECT text{width - scaled(10) - extent.cx, top, width - scaled(10), bottom};
-        SetTextColor(dc, kInactiveText);
+        SetTextColor(dc, kHeaderText);
         DrawTextW(dc, count.c_str(), static_cast<int>(count.size()), &text, DT_RIGHT | DT_VCENTER | DT_SINGLELINE);
         const int side = scaled(8);
         RECT swatch{text.left - scaled(6) - side, (top + bottom - side) / 2, text.left - scaled(6), (top + bottom + side) / 2};
-        HBRUSH mark = CreateSolidBrush(kAccent);
+        HBRUSH mark = CreateSolidBrush(kPrintMark);
         FillRect(dc, &swatch, mark);
         DeleteObject(mark);
         tabsRight = swatch.left - scaled(16);
@@ -127,7 +123,7 @@ void GridControl::paintTabBar(HDC dc) {
             LineTo(dc, r.right - padding / 2, r.bottom - scaled(3));
             SetTextColor(dc, kAccent);
         } else {
-            SetTextColor(dc, kInactiveText);
+            SetTextColor(dc, kHeaderText);
         }
         SelectObject(dc, line);
         MoveToEx(dc, r.right, top + scaled(4), nullptr);
