@@ -63,7 +63,11 @@ CellLookPainter::~CellLookPainter() {
 }
 
 void CellLookPainter::clearFonts() {
-    for (auto& [key, font] : fonts_) DeleteObject(font);
+    for (auto& [key, held] : fonts_) {
+        if (held.holder) DeleteDC(held.holder);
+        if (held.canvas) DeleteObject(held.canvas);
+        DeleteObject(held.font);
+    }
     fonts_.clear();
     fontsByStyle_.clear();
 }
@@ -100,12 +104,20 @@ HFONT CellLookPainter::fontOf(const CellStyles& styles, uint16_t style) {
     if (style >= fontsByStyle_.size()) style = CellStyles::kDefault;
     if (HFONT known = fontsByStyle_[style]) return known;
     const FontKey key = keyOf(styles, styles[style]);
-    HFONT& font = fonts_[key];
-    if (!font) {
-        font = CreateFontW(key.height, 0, 0, 0, key.bold ? FW_BOLD : FW_NORMAL, key.italic, key.underline, key.strike,
-                           DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, key.face.c_str());
+    HeldFont& held = fonts_[key];
+    if (!held.font) {
+        held.font = CreateFontW(key.height, 0, 0, 0, key.bold ? FW_BOLD : FW_NORMAL, key.italic, key.underline,
+                                key.strike, DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, key.face.c_str());
+        HDC screen = GetDC(nullptr);
+        held.holder = CreateCompatibleDC(screen);
+        held.canvas = CreateCompatibleBitmap(screen, 1, 1);
+        ReleaseDC(nullptr, screen);
+        if (held.holder) {
+            if (held.canvas) SelectObject(held.holder, held.canvas);
+            SelectObject(held.holder, held.font);
+        }
     }
-    return fontsByStyle_[style] = font;
+    return fontsByStyle_[style] = held.font;
 }
 
 int CellLookPainter::textHeight(const CellStyles& styles, uint16_t style) {

@@ -74,7 +74,16 @@ private:
     std::wstring gridFace_ = L"SimSun";
     int gridHeight_ = 14;
     int dpi_ = 96;
-    std::unordered_map<FontKey, HFONT, FontKeyHash> fonts_;
+    // Each font stays selected in a small DC of its own, over a bitmap of the screen's format,
+    // while it is cached: a font that no such DC holds is one the system may let go of between
+    // paints, and realizing it again (loading the face, rendering its glyphs) costs more than
+    // the whole paint.
+    struct HeldFont {
+        HFONT font = nullptr;
+        HDC holder = nullptr;
+        HBITMAP canvas = nullptr;
+    };
+    std::unordered_map<FontKey, HeldFont, FontKeyHash> fonts_;
     std::vector<HFONT> fontsByStyle_;   // by style index, null until asked for
     const CellStyles* stylesOfCache_ = nullptr;
     uint32_t generation_ = 0;

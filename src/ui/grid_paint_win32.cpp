@@ -121,60 +121,69 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
         }
     }
 
-    HGDIOBJ oldFont = SelectObject(dc, font_);
-    SetTextColor(dc, RGB(0, 0, 0));
+    // Fills and borders cell by cell; the texts after them, a font at a time, since choosing a
+    // font into the DC costs more than drawing with it.
+    struct TextCell {
+        HFONT font;
+        SheetRow* row;
+        SheetCell* cell;
+        RECT box;
+    };
+    std::vector<TextCell> texts;
     const SheetSelection& selection = table.selection();
-    std::vector<const CellRect*> rowMerged;   // the areas on screen that hold the row
-    for (SheetRow* row = table.rows().lowerBound(firstRow); row && row->index <= lastRow; row = row->next) {
-        if (!merged.empty()) {
-            rowMerged.clear();
-            for (const CellRect& area : merged) {
-                if (row->index >= area.top && row->index <= area.bottom) rowMerged.push_back(&area);
-            }
+    const auto inMerged = [&merged](int32_t row, int32_t column) {
+        for (const CellRect& area : merged) {
+            if (area.contains(row, column)) return true;
         }
-        const auto inMerged = [&rowMerged](int32_t column) {
-            for (const CellRect* area : rowMerged) {
-                if (column >= area->left && column <= area->right) return true;
-            }
-            return false;
-        };
+        return false;
+    };
+    for (SheetRow* row = table.rows().lowerBound(firstRow); row && row->index <= lastRow; row = row->next) {
         if (row->hidden) continue;
         for (SheetCell* cell = row->cells.lowerBound(leftColumn_); cell && cell->index <= lastColumn; cell = cell->next) {
             // A merged area's cells show nothing of their own: its top left cell's text is drawn below.
-            if (!rowMerged.empty() && inMerged(cell->index)) continue;
-            const CellRef ref(&table, row, cell);
-            RECT box = cellRect(row->index, cell->index);
+            if (!merged.empty() && inMerged(row->index, cell->index)) continue;
+            const RECT box = cellRect(row->index, cell->index);
             if (box.right <= box.left) continue;   // a hidden column
-            const CellStyle& look = book_.styles()[cell->style];
             if (cell->style != CellStyles::kDefault) {
+                const CellStyle& look = book_.styles()[cell->style];
                 const RECT under{box.left - 1, box.top - 1, box.right, box.bottom};
                 looks_.paintFill(dc, under, look, kSelectionFill, isSelected(selection, row->index, cell->index));
                 looks_.addBorders(box, look);
             }
-            std::u16string text = ref.displayText();
-            if (text.empty()) continue;
-            SelectObject(dc, looks_.fontOf(book_.styles(), cell->style));
-            // One line per cell unless the style wraps: line breaks and tabs show as spaces.
-            if (!look.wrap)
-                std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
-            RECT r = box;
-            InflateRect(&r, -scaled(3), 0);
-            const CellDataType type = ref.formulaResult().type;
+            if (CellRef(&table, row, cell).formulaResult().type != cdtBlank)
+                texts.push_back({looks_.fontOf(book_.styles(), cell->style), row, cell, box});
+        }
+    }
+    std::stable_sort(texts.begin(), texts.end(), [](const TextCell& a, const TextCell& b) { return a.font < b.font; });
+
+    HGDIOBJ oldFont = SelectObject(dc, font_);
+    HFONT chosen = font_;
+    for (const TextCell& job : texts) {
+        const CellRef ref(&table, job.row, job.cell);
+        std::u16string text = ref.displayText();
+        if (text.empty()) continue;
+        if (job.font != chosen) SelectObject(dc, chosen = job.font);
+        const CellStyle& look = book_.styles()[job.cell->style];
+        // One line per cell unless the style wraps: line breaks and tabs show as spaces.
+        if (!look.wrap)
+            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+        RECT r = job.box;
+        InflateRect(&r, -scaled(3), 0);
+        const CellDataType type = ref.formulaResult().type;
+        const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
+        if (!look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError) {
             SIZE extent{};
             GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
-            const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
-            if (!look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError && extent.cx > r.right - r.left) {
-                // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
-                for (SheetCell* next = cell->next; r.right - r.left < extent.cx && r.right < width;) {
-                    const int32_t column = columnAt(r.right + scaled(4));
-                    if (next && next->index == column && CellRef(&table, row, next).formulaResult().type != cdtBlank) break;
-                    if (!rowMerged.empty() && inMerged(column)) break;
-                    r.right += columnWidth(column);
-                    if (next && next->index <= column) next = next->next;
-                }
+            // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
+            for (SheetCell* next = job.cell->next; r.right - r.left < extent.cx && r.right < width;) {
+                const int32_t column = columnAt(r.right + scaled(4));
+                if (next && next->index == column && CellRef(&table, job.row, next).formulaResult().type != cdtBlank) break;
+                if (!merged.empty() && inMerged(job.row->index, column)) break;
+                r.right += columnWidth(column);
+                if (next && next->index <= column) next = next->next;
             }
-            looks_.paintText(dc, r, look, {std::move(text), type, ref.displayColour()}, dpi_);
         }
+        looks_.paintText(dc, r, look, {std::move(text), type, ref.displayColour()}, dpi_);
     }
     if (!merged.empty()) paintMergedAreas(dc, merged);
     looks_.drawBorders(dc);   // over fills and texts, as Excel draws them
