@@ -42,9 +42,9 @@ done
 # `fadds`, the exact correction of GCC's unsigned 64-bit conversion, and the complex cosecant
 # computes in long double on purpose; any other x87 arithmetic means a part was built without
 # -mfpmath=sse.
-extended_precision='cosecant'
+extended_precision='__ZN3kes4calc12_GLOBAL__N_18cosecantERKNS0_7ComplexE'   # the cosecant itself, no caller
 mnemonics=$(for library in build/win32/lib/libkes_*.a; do i686-w64-mingw32-objdump -d --no-show-raw-insn "$library"; done |
-  awk -v allowed="$extended_precision" '/^[0-9a-f]+ <.*>:$/ {skip = index($2, allowed) > 0}
+  awk -v allowed="$extended_precision" '/^[0-9a-f]+ <.*>:$/ {skip = $2 == "<" allowed ">:"}
                                         $1 ~ /^[0-9a-f]+:$/ && !skip {print $2}')
 x87=$(grep -E '^(f(add|sub|subr|mul|div|divr)[lp]?|fsqrt|fprem1?|fscale|frndint|fi(add|sub|subr|mul|div|divr)[ls]?)$' <<<"$mnemonics" |
   sort | uniq -c | tr -s ' \n' ' ' || true)
