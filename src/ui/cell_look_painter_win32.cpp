@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "text/line_breaks.h"
 #include "ui/window_support_win32.h"
 
 namespace kes {
@@ -58,7 +59,7 @@ size_t CellLookPainter::FontKeyHash::operator()(const FontKey& k) const {
 }
 
 CellLookPainter::~CellLookPainter() {
-    beginPaint();
+    clearPens();
     clearFonts();
 }
 
@@ -94,7 +95,9 @@ CellLookPainter::FontKey CellLookPainter::keyOf(const CellStyles& styles, const 
     return key;
 }
 
-HFONT CellLookPainter::fontOf(const CellStyles& styles, uint16_t style) {
+HFONT CellLookPainter::fontOf(const CellStyles& styles, uint16_t style) { return heldOf(styles, style).font; }
+
+const CellLookPainter::HeldFont& CellLookPainter::heldOf(const CellStyles& styles, uint16_t style) {
     if (stylesOfCache_ != &styles || generation_ != styles.generation()) {
         fontsByStyle_.clear();
         stylesOfCache_ = &styles;
@@ -102,7 +105,7 @@ HFONT CellLookPainter::fontOf(const CellStyles& styles, uint16_t style) {
     }
     if (fontsByStyle_.size() < styles.size()) fontsByStyle_.resize(styles.size(), nullptr);
     if (style >= fontsByStyle_.size()) style = CellStyles::kDefault;
-    if (HFONT known = fontsByStyle_[style]) return known;
+    if (const HeldFont* known = fontsByStyle_[style]) return *known;
     const FontKey key = keyOf(styles, styles[style]);
     HeldFont& held = fonts_[key];
     if (!held.font) {
@@ -112,12 +115,15 @@ HFONT CellLookPainter::fontOf(const CellStyles& styles, uint16_t style) {
         held.holder = CreateCompatibleDC(screen);
         held.canvas = CreateCompatibleBitmap(screen, 1, 1);
         ReleaseDC(nullptr, screen);
+        held.lineHeight = std::abs(key.height);
         if (held.holder) {
             if (held.canvas) SelectObject(held.holder, held.canvas);
             SelectObject(held.holder, held.font);
+            TEXTMETRICW metrics{};
+            if (GetTextMetricsW(held.holder, &metrics)) held.lineHeight = metrics.tmHeight;
         }
     }
-    return fontsByStyle_[style] = held.font;
+    return *(fontsByStyle_[style] = &held);
 }
 
 int CellLookPainter::textHeight(const CellStyles& styles, uint16_t style) {
@@ -125,11 +131,13 @@ int CellLookPainter::textHeight(const CellStyles& styles, uint16_t style) {
 }
 
 void CellLookPainter::beginPaint() {
-    for (HGDIOBJ object : paintObjects_) DeleteObject(object);
-    paintObjects_.clear();
-    pens_.clear();
-    lines_.clear();
+    if (lines_.size() > kMaxPens) clearPens();
     if (fonts_.size() > kMaxFonts) clearFonts();
+}
+
+void CellLookPainter::clearPens() {
+    for (auto& [key, lines] : lines_) DeleteObject(lines.pen);
+    lines_.clear();
 }
 
 bool CellLookPainter::paintFill(HDC dc, const RECT& r, const CellStyle& style, COLORREF selection, bool selected) {
@@ -143,17 +151,9 @@ bool CellLookPainter::paintFill(HDC dc, const RECT& r, const CellStyle& style, C
     return true;
 }
 
-CellLookPainter::Lines& CellLookPainter::linesOf(BorderStyle style, COLORREF colour, int width) {
-    const uint64_t key = uint64_t(style) << 32 | uint64_t(colour) << 4 | uint64_t(width);
-    Lines& lines = lines_[key];
-    if (!lines.pen) {
-        HPEN& pen = pens_[key];
-        if (!pen) {
-            pen = CreatePen(width > 1 ? PS_SOLID : penStyle(style), width, colour);
-            paintObjects_.push_back(pen);
-        }
-        lines.pen = pen;
-    }
+CellLookPainter::Lines& CellLookPainter::linesOf(int style, COLORREF colour) {
+    Lines& lines = lines_[uint64_t(style) << 32 | colour];
+    if (!lines.pen) lines.pen = CreatePen(style, 1, colour);
     return lines;
 }
 
@@ -170,13 +170,14 @@ void CellLookPainter::addBorders(const RECT& r, const CellStyle& style) {
         const BorderLine& line = *side.line;
         if (line.style == BorderStyle::None) continue;
         const COLORREF colour = line.colour == kAutoColour ? RGB(0, 0, 0) : colourRef(line.colour);
+        // A thick line is drawn as parallel lines one pixel wide, growing into its cell: axis
+        // lines of a one-pixel pen are the cheapest thing to draw, and a wide pen's are not.
+        // A double line is two lines with a pixel between them.
+        const int width = penWidth(line.style);
         const bool twoLines = line.style == BorderStyle::Double;
-        const int width = twoLines ? 1 : penWidth(line.style);
-        std::vector<POINT>& points = linesOf(line.style, colour, width).points;
-        // A wide pen centres on its line: shift it inward so that it stays in its cell.
-        const int offset = width > 1 ? side.inward * (width / 2) : 0;
-        for (int pass = 0; pass < (twoLines ? 2 : 1); ++pass) {
-            const int at = side.at + offset + pass * 2 * side.inward;
+        std::vector<POINT>& points = linesOf(width > 1 ? PS_SOLID : penStyle(line.style), colour).points;
+        for (int pass = 0; pass < (twoLines ? 2 : width); ++pass) {
+            const int at = side.at + pass * (twoLines ? 2 : 1) * side.inward;
             if (side.vertical) {
                 points.push_back({at, r.top - 1});
                 points.push_back({at, r.bottom});
@@ -204,7 +205,9 @@ void CellLookPainter::drawBorders(HDC dc) {
     SetBkMode(dc, oldMode);
 }
 
-void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyle& style, const Text& text, int dpi) {
+void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styles, uint16_t styleIndex, const Text& text,
+                                int dpi) {
+    const CellStyle& style = styles[styleIndex];
     RECT r = cell;
     const bool numeric = isNumericType(text.type);
     HorizontalAlignment horizontal = style.horizontal;
@@ -213,13 +216,13 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyle& style
                    : text.type == cdtBoolean || text.type == cdtError ? HorizontalAlignment::Center
                                                                      : HorizontalAlignment::Left;
     }
-    UINT format = DT_NOPREFIX;
-    switch (horizontal) {
-    case HorizontalAlignment::Right: format |= DT_RIGHT; break;
-    case HorizontalAlignment::Center:
-    case HorizontalAlignment::CenterAcrossSelection: format |= DT_CENTER; break;
-    default: format |= DT_LEFT; break;
-    }
+    const bool centred = horizontal == HorizontalAlignment::Center || horizontal == HorizontalAlignment::CenterAcrossSelection;
+    // Where a line `lineWidth` wide starts.
+    const auto lineStart = [&](int lineWidth) {
+        return horizontal == HorizontalAlignment::Right ? r.right - lineWidth
+             : centred                                  ? r.left + (r.right - r.left - lineWidth) / 2
+                                                        : r.left;
+    };
     // Each indent step is three characters of the default font wide, about 9 pixels.
     const int indent = MulDiv(9 * style.indent, dpi, 96);
     if (horizontal == HorizontalAlignment::Left) r.left += indent;
@@ -229,29 +232,53 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyle& style
     SetTextColor(dc, colour == kAutoColour ? RGB(0, 0, 0) : colourRef(colour));
     const std::wstring shown = wide(text.text);
     if (!style.wrap) {
-        format |= DT_SINGLELINE;
-        format |= style.vertical == VerticalAlignment::Top ? DT_TOP
-                : style.vertical == VerticalAlignment::Bottom ? DT_BOTTOM
-                                                              : DT_VCENTER;
         if (style.vertical == VerticalAlignment::Bottom) r.bottom -= 1;
-        SIZE extent{};
-        GetTextExtentPoint32W(dc, shown.c_str(), int(shown.size()), &extent);
-        if (numeric && extent.cx > r.right - r.left) {
-            // A number never shows cut: like Excel, a column too narrow for it shows #s.
-            std::wstring hashes(size_t(std::max<LONG>(1, (r.right - r.left) / std::max(1, MulDiv(7, dpi, 96)))), L'#');
-            DrawTextW(dc, hashes.c_str(), int(hashes.size()), &r, (format & ~UINT(DT_LEFT | DT_CENTER)) | DT_RIGHT);
+        int textWidth = text.width;
+        if (textWidth < 0) {
+            SIZE extent{};
+            GetTextExtentPoint32W(dc, shown.c_str(), int(shown.size()), &extent);
+            textWidth = extent.cx;
+        }
+        const int lineHeight = heldOf(styles, styleIndex).lineHeight;
+        const int y = style.vertical == VerticalAlignment::Top      ? r.top
+                    : style.vertical == VerticalAlignment::Bottom ? r.bottom - lineHeight
+                                                                  : r.top + (r.bottom - r.top - lineHeight) / 2;
+        if (textWidth > r.right - r.left) {
+            if (numeric) {
+                // A number never shows cut: like Excel, a column too narrow for it shows #s.
+                const std::wstring hashes(size_t(std::max<LONG>(1, (r.right - r.left) / std::max(1, MulDiv(7, dpi, 96)))), L'#');
+                SIZE extent{};
+                GetTextExtentPoint32W(dc, hashes.c_str(), int(hashes.size()), &extent);
+                ExtTextOutW(dc, r.right - extent.cx, y, ETO_CLIPPED, &r, hashes.c_str(), UINT(hashes.size()), nullptr);
+            } else {
+                RECT box{r.left, y, r.right, y + lineHeight};
+                IntersectRect(&box, &box, &r);
+                DrawTextW(dc, shown.c_str(), int(shown.size()), &box, DT_NOPREFIX | DT_LEFT | DT_TOP | DT_SINGLELINE | DT_END_ELLIPSIS);
+            }
             return;
         }
-        DrawTextW(dc, shown.c_str(), int(shown.size()), &r, format | (numeric ? 0 : DT_END_ELLIPSIS));
+        // Laid out here rather than by DrawText, which would measure the text again.
+        ExtTextOutW(dc, lineStart(textWidth), y, ETO_CLIPPED, &r, shown.c_str(), UINT(shown.size()), nullptr);
         return;
     }
-    format |= DT_WORDBREAK | DT_EDITCONTROL;
-    RECT measured = r;
-    DrawTextW(dc, shown.c_str(), int(shown.size()), &measured, format | DT_CALCRECT);
-    const int spare = (r.bottom - r.top) - (measured.bottom - measured.top);
-    if (spare > 0 && style.vertical == VerticalAlignment::Bottom) r.top += spare - 1;
-    else if (spare > 0 && style.vertical != VerticalAlignment::Top) r.top += spare / 2;
-    DrawTextW(dc, shown.c_str(), int(shown.size()), &r, format);
+    // Wrapped: measured once, broken into lines here, each line drawn by itself.
+    std::vector<int> ends(shown.size());
+    SIZE whole{};
+    if (!shown.empty()) GetTextExtentExPointW(dc, shown.c_str(), int(shown.size()), 0, nullptr, ends.data(), &whole);
+    const std::vector<LineSpan> lines = breakLines(text.text.substr(0, shown.size()), ends, std::max<int>(1, r.right - r.left));
+    const int lineHeight = heldOf(styles, styleIndex).lineHeight;
+    const int spare = (r.bottom - r.top) - lineHeight * int(lines.size());
+    int y = r.top;
+    if (spare > 0 && style.vertical == VerticalAlignment::Bottom) y += spare - 1;
+    else if (spare > 0 && style.vertical != VerticalAlignment::Top) y += spare / 2;
+    for (const LineSpan& line : lines) {
+        if (y >= r.bottom) break;
+        if (line.end > line.begin) {
+            const int lineWidth = ends[line.end - 1] - (line.begin ? ends[line.begin - 1] : 0);
+            ExtTextOutW(dc, lineStart(lineWidth), y, ETO_CLIPPED, &r, shown.c_str() + line.begin, UINT(line.end - line.begin), nullptr);
+        }
+        y += lineHeight;
+    }
 }
 
 }  // namespace kes

@@ -1,7 +1,7 @@
 #pragma once
 // Draws what a cell style adds to a cell: its fill, its borders, and its text in the style's
-// font, colour and alignment. Fonts are made once per look and kept, a bounded number of them;
-// pens and brushes live for one paint.
+// font, colour and alignment. Fonts and pens are made once per look and kept, a bounded number
+// of them.
 #include <windows.h>
 
 #include <cstdint>
@@ -19,6 +19,8 @@ class CellLookPainter {
 public:
     // Fonts kept at most; past it the cache starts over (a paint needs a few dozen at most).
     static constexpr size_t kMaxFonts = 256;
+    // Border pens kept at most, one per line style and colour.
+    static constexpr size_t kMaxPens = 256;
 
     CellLookPainter() = default;
     ~CellLookPainter();
@@ -35,7 +37,7 @@ public:
     // The height a style's font needs in a row, in pixels.
     int textHeight(const CellStyles& styles, uint16_t style);
 
-    // Called once before a paint: the pens and brushes of the previous one go.
+    // Called once before a paint.
     void beginPaint();
     // The fill of a style over `r`, blended with `selection` when the cell is selected; false
     // when the style has no fill and nothing was painted.
@@ -49,9 +51,11 @@ public:
         std::u16string text;
         CellDataType type = cdtBlank;
         std::optional<uint32_t> sectionColour;   // from the number format's [Red] section
+        int width = -1;                          // in pixels when the caller measured it
     };
-    // The text in `r`, already inset from the grid lines. Numbers too wide show #s.
-    void paintText(HDC dc, const RECT& r, const CellStyle& style, const Text& text, int dpi);
+    // The text of a cell of style `style` in `r`, already inset from the grid lines, with
+    // fontOf(styles, style) chosen into `dc`. Numbers too wide show #s.
+    void paintText(HDC dc, const RECT& r, const CellStyles& styles, uint16_t style, const Text& text, int dpi);
 
 private:
     struct FontKey {
@@ -68,8 +72,9 @@ private:
         HPEN pen = nullptr;
         std::vector<POINT> points;   // pairs: each line's two ends
     };
-    Lines& linesOf(BorderStyle style, COLORREF colour, int width);
+    Lines& linesOf(int penStyle, COLORREF colour);
     void clearFonts();
+    void clearPens();
 
     std::wstring gridFace_ = L"SimSun";
     int gridHeight_ = 14;
@@ -82,14 +87,14 @@ private:
         HFONT font = nullptr;
         HDC holder = nullptr;
         HBITMAP canvas = nullptr;
+        int lineHeight = 0;   // the font's cell height, in pixels
     };
+    const HeldFont& heldOf(const CellStyles& styles, uint16_t style);
     std::unordered_map<FontKey, HeldFont, FontKeyHash> fonts_;
-    std::vector<HFONT> fontsByStyle_;   // by style index, null until asked for
+    std::vector<const HeldFont*> fontsByStyle_;   // by style index, null until asked for
     const CellStyles* stylesOfCache_ = nullptr;
     uint32_t generation_ = 0;
-    std::vector<HGDIOBJ> paintObjects_;
-    std::unordered_map<uint64_t, HPEN> pens_;
-    std::unordered_map<uint64_t, Lines> lines_;
+    std::unordered_map<uint64_t, Lines> lines_;   // by pen style and colour
 };
 
 }  // namespace kes

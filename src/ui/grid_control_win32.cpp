@@ -39,6 +39,7 @@ GridControl::~GridControl() {
     if (window_) DestroyWindow(window_);
     if (font_) DeleteObject(font_);
     if (headerFont_) DeleteObject(headerFont_);
+    back_.release();
 }
 
 SheetTable& GridControl::sheet() { return *book_.activeSheet(); }
@@ -52,7 +53,7 @@ void GridControl::setFont(const wchar_t* face, int pixelHeight) {
     headerFont_ = CreateFontW(-scaled(12), 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0,
                               L"Segoe UI");
     SendMessageW(editor_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
-    looks_.setGridFont(face, pixelHeight, dpi_);
+    looks_.setGridFont(face, pixelHeight, zoomedDpi());
     rowHeight_ = scaled(20);
     headerHeight_ = scaled(20);
     headerWidth_ = scaled(52);

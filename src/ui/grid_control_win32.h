@@ -69,6 +69,8 @@ private:
     // Screen pixels of 96-dpi pixels at the zoom, and back.
     int scaled(int pixels) const { return MulDiv(pixels, dpi_ * zoom_, 96 * 100); }
     int unscaled(int pixels) const { return MulDiv(pixels, 96 * 100, dpi_ * zoom_); }
+    // The dots per inch cell texts are drawn at: the screen's, zoomed.
+    int zoomedDpi() const { return MulDiv(dpi_, zoom_, 100); }
     int columnWidth(int32_t column);
     int clientWidth() const;
     int clientHeight() const;
@@ -89,7 +91,7 @@ private:
     void paint(HDC dc);
     void paintRows(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, int top, int bottom);
     void paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn);
-    void paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill);
+    void paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill, HBRUSH mark);
     void paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn);
     void paintSelection(HDC dc, int32_t firstRow, int32_t lastRow);
     void paintMergedAreas(HDC dc, const std::vector<CellRect>& areas);
@@ -153,6 +155,15 @@ private:
     HFONT font_ = nullptr;
     CellLookPainter looks_;
     HFONT headerFont_ = nullptr;
+    // The off-screen picture a paint draws into, kept while the grid's size stays.
+    struct BackBuffer {
+        HDC dc = nullptr;
+        HBITMAP bitmap = nullptr;
+        HGDIOBJ oldBitmap = nullptr;
+        int width = 0, height = 0;
+        HDC prepare(HDC target, int width, int height);
+        void release();
+    } back_;
     Workbook& book_;
     CellWriter writer_;
     ErrorHandler onError_;

@@ -203,8 +203,15 @@ bool GridControl::handleEditingMouse(UINT message, WPARAM wParam, LPARAM lParam)
 }
 
 void GridControl::paintEditingMarks(HDC dc) {
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, headerWidth_, headerHeight_, clientWidth(), clientHeight());
+    if (zoom_ != 100) {
+        // The zoom in the corner above the row numbers, where Excel's select-all button is.
+        const std::wstring text = std::to_wstring(zoom_) + L"%";
+        RECT corner{0, 0, headerWidth_ - 1, headerHeight_ - 1};
+        SelectObject(dc, headerFont_);
+        SetTextColor(dc, kMarkColor);
+        DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &corner, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+    }
+    const ClipTo cells(dc, {headerWidth_, headerHeight_, clientWidth(), clientHeight()});
     if (cut_.sheet == &sheet() && cut_.contentVersion == book_.contentVersion()) dashedFrame(dc, areaRect(cut_.area), kDashColor);
     if (drag_ == Drag::FillHandle) dashedFrame(dc, areaRect(fillTarget_), kDashColor);
     const SheetSelection& s = sheet().selection();
@@ -220,16 +227,6 @@ void GridControl::paintEditingMarks(HDC dc) {
             FillRect(dc, &square, mark);
             DeleteObject(mark);
         }
-    }
-    RestoreDC(dc, saved);
-    if (zoom_ != 100) {
-        // The zoom in the corner above the row numbers, where Excel's select-all button is.
-        const std::wstring text = std::to_wstring(zoom_) + L"%";
-        RECT corner{0, 0, headerWidth_ - 1, headerHeight_ - 1};
-        HGDIOBJ oldFont = SelectObject(dc, headerFont_);
-        SetTextColor(dc, kMarkColor);
-        DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &corner, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
-        SelectObject(dc, oldFont);
     }
 }
 

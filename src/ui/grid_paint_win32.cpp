@@ -27,6 +27,11 @@ bool isSelected(const SheetSelection& selection, int32_t row, int32_t column) {
     return false;
 }
 
+// A cell whose style does not wrap shows one line: its line breaks and tabs show as spaces.
+void onOneLine(std::u16string& text) {
+    std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+}
+
 std::wstring columnName(int32_t column) {
     std::wstring name;
     for (int32_t c = column + 1; c > 0; c = (c - 1) / 26) name.insert(name.begin(), wchar_t(L'A' + (c - 1) % 26));
@@ -35,11 +40,39 @@ std::wstring columnName(int32_t column) {
 
 }  // namespace
 
+HDC GridControl::BackBuffer::prepare(HDC target, int w, int h) {
+    w = std::max(w, 1);
+    h = std::max(h, 1);
+    if (dc && w == width && h == height) return dc;
+    release();
+    // A new bitmap's memory is fresh pages that the first paint touches one by one: keeping the
+    // picture between paints saves that on every paint.
+    dc = CreateCompatibleDC(target);
+    bitmap = CreateCompatibleBitmap(target, w, h);
+    if (!dc || !bitmap) {
+        release();
+        return nullptr;
+    }
+    oldBitmap = SelectObject(dc, bitmap);
+    width = w;
+    height = h;
+    return dc;
+}
+
+void GridControl::BackBuffer::release() {
+    if (dc && oldBitmap) SelectObject(dc, oldBitmap);
+    if (bitmap) DeleteObject(bitmap);
+    if (dc) DeleteDC(dc);
+    *this = {};
+}
+
 void GridControl::paint(HDC target) {
     const int width = clientWidth(), height = clientHeight();
-    HDC dc = CreateCompatibleDC(target);
-    HBITMAP bitmap = CreateCompatibleBitmap(target, std::max(width, 1), std::max(height, 1));
-    HGDIOBJ oldBitmap = SelectObject(dc, bitmap);
+    HDC dc = back_.prepare(target, width, height);
+    if (!dc) return;   // out of GDI resources: the window keeps its old picture
+    // The parts of a paint choose the font they need and leave it chosen (choosing a font costs
+    // more than drawing with it); the DC gets its own font back at the end, so that the fonts
+    // can be let go of between paints. Pens and brushes each part gives back itself.
     RECT all{0, 0, width, height};
     FillRect(dc, &all, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
     SetBkMode(dc, TRANSPARENT);
@@ -64,17 +97,13 @@ void GridControl::paint(HDC target) {
     paintTabBar(dc);
 
     BitBlt(target, 0, 0, width, height, dc, 0, 0, SRCCOPY);
-    SelectObject(dc, oldBitmap);
-    DeleteObject(bitmap);
-    DeleteDC(dc);
+    SelectObject(dc, GetStockObject(SYSTEM_FONT));
 }
 
 void GridControl::paintRows(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, int top, int bottom) {
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, 0, top, clientWidth(), bottom);
+    const ClipTo band(dc, {0, top, clientWidth(), bottom});
     paintSelection(dc, firstRow, lastRow);
     paintCells(dc, firstRow, lastRow, lastColumn);
-    RestoreDC(dc, saved);
 }
 
 void GridControl::paintSelection(HDC dc, int32_t firstRow, int32_t lastRow) {
@@ -156,24 +185,23 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
     }
     std::stable_sort(texts.begin(), texts.end(), [](const TextCell& a, const TextCell& b) { return a.font < b.font; });
 
-    HGDIOBJ oldFont = SelectObject(dc, font_);
-    HFONT chosen = font_;
+    HFONT chosen = nullptr;
     for (const TextCell& job : texts) {
         const CellRef ref(&table, job.row, job.cell);
         std::u16string text = ref.displayText();
         if (text.empty()) continue;
         if (job.font != chosen) SelectObject(dc, chosen = job.font);
         const CellStyle& look = book_.styles()[job.cell->style];
-        // One line per cell unless the style wraps: line breaks and tabs show as spaces.
-        if (!look.wrap)
-            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
+        if (!look.wrap) onOneLine(text);
         RECT r = job.box;
         InflateRect(&r, -scaled(3), 0);
         const CellDataType type = ref.formulaResult().type;
         const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
+        int measured = -1;
         if (!look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError) {
             SIZE extent{};
             GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
+            measured = extent.cx;
             // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
             for (SheetCell* next = job.cell->next; r.right - r.left < extent.cx && r.right < width;) {
                 const int32_t column = columnAt(r.right + scaled(4));
@@ -183,11 +211,10 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
                 if (next && next->index <= column) next = next->next;
             }
         }
-        looks_.paintText(dc, r, look, {std::move(text), type, ref.displayColour()}, dpi_);
+        looks_.paintText(dc, r, book_.styles(), job.cell->style, {std::move(text), type, ref.displayColour(), measured}, zoomedDpi());
     }
     if (!merged.empty()) paintMergedAreas(dc, merged);
     looks_.drawBorders(dc);   // over fills and texts, as Excel draws them
-    SelectObject(dc, oldFont);
 
     RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
     if (!merged.empty()) {
@@ -215,8 +242,14 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
     const bool singleCell =
         chosen.size() == 1 && chosen[0].left == chosen[0].right && chosen[0].top == chosen[0].bottom;
     HBRUSH selectedFill = CreateSolidBrush(kSelectionFill);
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, headerWidth_, headerHeight_, clientWidth(), clientHeight());
+    const ClipTo cells(dc, {headerWidth_, headerHeight_, clientWidth(), clientHeight()});
+    struct TextArea {
+        HFONT font;
+        uint16_t style;
+        CellRef ref;
+        RECT inside;
+    };
+    std::vector<TextArea> texts;
     for (const CellRect& area : areas) {
         const RECT whole = areaRect(area);
         bool selected = false;
@@ -231,31 +264,31 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
         if (!looks_.paintFill(dc, inside, look, kSelectionFill, selected))
             FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
         if (style != CellStyles::kDefault) looks_.addBorders(whole, look);
-        if (!ref) continue;
-        std::u16string text = ref.displayText();
-        if (text.empty()) continue;
-        if (!look.wrap)
-            std::replace_if(text.begin(), text.end(), [](char16_t c) { return c == u'\n' || c == u'\r' || c == u'\t'; }, u' ');
-        SelectObject(dc, looks_.fontOf(book_.styles(), style));
-        RECT r = inside;
-        InflateRect(&r, -scaled(3), 0);
-        looks_.paintText(dc, r, look, {std::move(text), ref.formulaResult().type, ref.displayColour()}, dpi_);
+        if (ref && ref.formulaResult().type != cdtBlank) texts.push_back({looks_.fontOf(book_.styles(), style), style, ref, inside});
     }
-    RestoreDC(dc, saved);
     DeleteObject(selectedFill);
+    std::stable_sort(texts.begin(), texts.end(), [](const TextArea& a, const TextArea& b) { return a.font < b.font; });
+    HFONT current = nullptr;
+    for (const TextArea& job : texts) {
+        std::u16string text = job.ref.displayText();
+        if (text.empty()) continue;
+        if (!book_.styles()[job.style].wrap) onOneLine(text);
+        if (job.font != current) SelectObject(dc, current = job.font);
+        RECT r = job.inside;
+        InflateRect(&r, -scaled(3), 0);
+        looks_.paintText(dc, r, book_.styles(), job.style, {std::move(text), job.ref.formulaResult().type, job.ref.displayColour()}, zoomedDpi());
+    }
 }
 
 // A row's number; a strip at its left edge when "print page" would send the row.
-void GridControl::paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill) {
+void GridControl::paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill, HBRUSH mark) {
     const int height = rowHeight(row);
     if (height == 0) return;   // hidden
     RECT r{0, rowTop(row), headerWidth_, rowTop(row) + height};
     if (row >= selected.top && row <= selected.bottom) FillRect(dc, &r, selectedFill);
     if (row >= 1 && row < pageEndRow()) {
         RECT strip{0, r.top, scaled(4), r.bottom - 1};
-        HBRUSH mark = CreateSolidBrush(kPrintMark);
         FillRect(dc, &strip, mark);
-        DeleteObject(mark);
     }
     const std::wstring number = std::to_wstring(row + 1);
     DrawTextW(dc, number.c_str(), static_cast<int>(number.size()), &r, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
@@ -267,9 +300,10 @@ void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {
     const CellRect area = sheet().selection().area();
     HBRUSH fill = CreateSolidBrush(kHeaderFill);
     HBRUSH selected = CreateSolidBrush(kHeaderSelected);
+    HBRUSH mark = CreateSolidBrush(kPrintMark);
     HPEN pen = CreatePen(PS_SOLID, 1, kHeaderLine);
     HGDIOBJ oldPen = SelectObject(dc, pen);
-    HGDIOBJ oldFont = SelectObject(dc, headerFont_);
+    SelectObject(dc, headerFont_);
     SetTextColor(dc, kHeaderText);
 
     RECT top{0, 0, clientWidth(), headerHeight_};
@@ -285,19 +319,19 @@ void GridControl::paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn) {
     }
     RECT left{0, headerHeight_, headerWidth_, cellsBottom()};
     FillRect(dc, &left, fill);
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, 0, headerHeight_, headerWidth_, cellsBottom());
-    for (int32_t row = 0; row < kFrozenRows; ++row) paintRowHeader(dc, row, area, selected);
-    for (int32_t row = topRow_; row <= lastRow; ++row) paintRowHeader(dc, row, area, selected);
-    RestoreDC(dc, saved);
+    {
+        const ClipTo rowNumbers(dc, {0, headerHeight_, headerWidth_, cellsBottom()});
+        for (int32_t row = 0; row < kFrozenRows; ++row) paintRowHeader(dc, row, area, selected, mark);
+        for (int32_t row = topRow_; row <= lastRow; ++row) paintRowHeader(dc, row, area, selected, mark);
+    }
     MoveToEx(dc, 0, headerHeight_ - 1, nullptr);
     LineTo(dc, clientWidth(), headerHeight_ - 1);
     MoveToEx(dc, headerWidth_ - 1, 0, nullptr);
     LineTo(dc, headerWidth_ - 1, cellsBottom());
 
-    SelectObject(dc, oldFont);
     SelectObject(dc, oldPen);
     DeleteObject(pen);
+    DeleteObject(mark);
     DeleteObject(selected);
     DeleteObject(fill);
 }

@@ -78,7 +78,7 @@ void GridControl::paintTabBar(HDC dc) {
     HGDIOBJ oldPen = SelectObject(dc, line);
     MoveToEx(dc, 0, top, nullptr);
     LineTo(dc, width, top);
-    HGDIOBJ oldFont = SelectObject(dc, font_);
+    SelectObject(dc, font_);   // paint() gives the DC its own font back at the end
 
     // The count, right-aligned, with its swatch; the tabs take the room left of it.
     int tabsRight = width;
@@ -111,31 +111,30 @@ void GridControl::paintTabBar(HDC dc) {
         ++firstTab_;
     }
     tabs_.clear();
-    const int saved = SaveDC(dc);
-    IntersectClipRect(dc, 0, top, tabsRight, bottom);
-    for (int32_t i = firstTab_, x = start; i < count && x < tabsRight; ++i) {
-        const std::wstring name = reinterpret_cast<const wchar_t*>(book_.sheet(i).name().c_str());
-        RECT r{x, top + 1, x + tabWidth(i), bottom};
-        if (i == active) {
-            FillRect(dc, &r, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
-            SelectObject(dc, accent);
-            MoveToEx(dc, r.left + padding / 2, r.bottom - scaled(3), nullptr);
-            LineTo(dc, r.right - padding / 2, r.bottom - scaled(3));
-            SetTextColor(dc, kAccent);
-        } else {
-            SetTextColor(dc, kHeaderText);
+    {
+        const ClipTo tabsOnly(dc, {0, top, tabsRight, bottom});
+        for (int32_t i = firstTab_, x = start; i < count && x < tabsRight; ++i) {
+            const std::wstring name = reinterpret_cast<const wchar_t*>(book_.sheet(i).name().c_str());
+            RECT r{x, top + 1, x + tabWidth(i), bottom};
+            if (i == active) {
+                FillRect(dc, &r, static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
+                SelectObject(dc, accent);
+                MoveToEx(dc, r.left + padding / 2, r.bottom - scaled(3), nullptr);
+                LineTo(dc, r.right - padding / 2, r.bottom - scaled(3));
+                SetTextColor(dc, kAccent);
+            } else {
+                SetTextColor(dc, kHeaderText);
+            }
+            SelectObject(dc, line);
+            MoveToEx(dc, r.right, top + scaled(4), nullptr);
+            LineTo(dc, r.right, bottom - scaled(4));
+            RECT text = r;
+            DrawTextW(dc, name.c_str(), static_cast<int>(name.size()), &text, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
+            tabs_.push_back({i, r});
+            x = r.right + 1;
         }
-        SelectObject(dc, line);
-        MoveToEx(dc, r.right, top + scaled(4), nullptr);
-        LineTo(dc, r.right, bottom - scaled(4));
-        RECT text = r;
-        DrawTextW(dc, name.c_str(), static_cast<int>(name.size()), &text, DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_NOPREFIX);
-        tabs_.push_back({i, r});
-        x = r.right + 1;
     }
-    RestoreDC(dc, saved);
 
-    SelectObject(dc, oldFont);
     SelectObject(dc, oldPen);
     DeleteObject(accent);
     DeleteObject(line);

@@ -23,4 +23,28 @@ inline bool keyDown(int key) { return (GetKeyState(key) & 0x8000) != 0; }
 // A window's whole text.
 std::u16string windowText(HWND window);
 
+// Narrows a DC's clipping to a rectangle while it lives and gives the old clipping back after.
+// Unlike SaveDC/RestoreDC it leaves the DC's chosen objects alone: choosing a font again is
+// the costly part of a restore.
+class ClipTo {
+public:
+    ClipTo(HDC dc, const RECT& r) : dc_(dc), previous_(CreateRectRgn(0, 0, 0, 0)) {
+        if (previous_ && GetClipRgn(dc, previous_) != 1) {
+            DeleteObject(previous_);
+            previous_ = nullptr;   // there was none
+        }
+        IntersectClipRect(dc, r.left, r.top, r.right, r.bottom);
+    }
+    ~ClipTo() {
+        SelectClipRgn(dc_, previous_);
+        if (previous_) DeleteObject(previous_);
+    }
+    ClipTo(const ClipTo&) = delete;
+    ClipTo& operator=(const ClipTo&) = delete;
+
+private:
+    HDC dc_;
+    HRGN previous_;
+};
+
 }  // namespace kes

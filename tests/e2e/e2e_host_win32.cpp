@@ -587,6 +587,12 @@ void cases() {
     run("Ctrl+H replaces everywhere, a header border double-click fits the column, Ctrl+wheel zooms, no right-click menu", [] {
         std::wstring replaced;
         bool menuShown = false;
+        int textAt100 = 0, textAt200 = 0;   // the in-place editor's font height, as the cells draw it
+        const auto editorFontHeight = [](HWND editor) {
+            LOGFONTW font{};
+            GetObjectW(reinterpret_cast<HFONT>(SendMessageW(editor, WM_GETFONT, 0, 0)), sizeof(font), &font);
+            return std::abs(int(font.lfHeight));
+        };
         session(kFields, [&](HWND form, HWND editor) {
             const HWND grid = GetParent(editor);
             key(editor, VK_DOWN);
@@ -610,11 +616,15 @@ void cases() {
             mouse(grid, WM_LBUTTONUP, border);
             clickAt(grid, cellPoint(4, 1));   // where B5 was: column A is wider now
             type(editor, L"fitted");
+            settle(form);
+            textAt100 = editorFontHeight(editor);
             key(editor, VK_RETURN);
             for (int notch = 0; notch < 10; ++notch)   // to 200%: rows and headers 40 pixels high
                 PostMessageW(grid, WM_MOUSEWHEEL, MAKEWPARAM(MK_CONTROL, WHEEL_DELTA), MAKELPARAM(300, 300));
             clickAt(grid, {110, 40 + 40 * 5 + 20});   // row 6 at 200%
             type(editor, L"zoomed");
+            settle(form);
+            textAt200 = editorFontHeight(editor);
             key(editor, VK_RETURN);
             mouse(grid, WM_RBUTTONDOWN, {200, 100}, MK_RBUTTON);
             mouse(grid, WM_RBUTTONUP, {200, 100});
@@ -626,6 +636,8 @@ void cases() {
         });
         check(replaced == L"\u5168\u90E8\u5B8C\u6210\u3002\u5B8C\u6210 2 \u5904\u66FF\u6362\u3002", "replace all reports: " + utf8(replaced));
         check(!menuShown, "a right click shows no menu");
+        check(textAt100 > 0 && textAt200 >= 2 * textAt100 - 1,
+              "cell text zooms with the grid: " + std::to_string(textAt100) + " px at 100%, " + std::to_string(textAt200) + " at 200%");
         check(received.size() == 1 &&
                   received[0].bytes == labels({{L"M8 screw", L"1", L"2"},
                                                {L"M8 nut", L"3", L"4"},
