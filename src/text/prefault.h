@@ -7,7 +7,8 @@
 namespace kes {
 
 // A hint only: maps the whole pages inside [data, data + size) for writing where the system
-// can do that in one call, and does nothing otherwise.
+// can do that in one call, as large pages where it gives them on request, and does nothing
+// otherwise.
 void prefaultForWriting(void* data, size_t size);
 
 }  // namespace kes
