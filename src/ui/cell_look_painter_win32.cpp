@@ -131,6 +131,7 @@ int CellLookPainter::textHeight(const CellStyles& styles, uint16_t style) {
 }
 
 void CellLookPainter::beginPaint() {
+    textColour_ = backColour_ = CLR_INVALID;
     if (lines_.size() > kMaxPens) clearPens();
     if (fonts_.size() > kMaxFonts) clearFonts();
 }
@@ -145,9 +146,8 @@ bool CellLookPainter::paintFill(HDC dc, const RECT& r, const CellStyle& style, C
     const COLORREF back = style.backgroundColour == kAutoColour ? RGB(0xFF, 0xFF, 0xFF) : colourRef(style.backgroundColour);
     COLORREF colour = mix(colourRef(style.patternColour), back, patternShare(style.pattern));
     if (selected) colour = mix(colour, selection, 128);
-    const COLORREF old = SetBkColor(dc, colour);
+    if (colour != backColour_) SetBkColor(dc, backColour_ = colour);
     ExtTextOutW(dc, 0, 0, ETO_OPAQUE, &r, nullptr, 0, nullptr);   // a fill without a brush of its own
-    SetBkColor(dc, old);
     return true;
 }
 
@@ -229,7 +229,8 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styl
     if (horizontal == HorizontalAlignment::Right) r.right -= indent;
 
     const Rgb colour = text.sectionColour ? *text.sectionColour : style.font.colour;
-    SetTextColor(dc, colour == kAutoColour ? RGB(0, 0, 0) : colourRef(colour));
+    const COLORREF ink = colour == kAutoColour ? RGB(0, 0, 0) : colourRef(colour);
+    if (ink != textColour_) SetTextColor(dc, textColour_ = ink);
     const std::wstring shown = wide(text.text);
     if (!style.wrap) {
         if (style.vertical == VerticalAlignment::Bottom) r.bottom -= 1;

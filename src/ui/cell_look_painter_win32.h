@@ -37,7 +37,8 @@ public:
     // The height a style's font needs in a row, in pixels.
     int textHeight(const CellStyles& styles, uint16_t style);
 
-    // Called once before a paint.
+    // Called once before a paint. From then on the painter alone sets the DC's text and
+    // background colours until the cells are painted (it sets them only when they change).
     void beginPaint();
     // The fill of a style over `r`, blended with `selection` when the cell is selected; false
     // when the style has no fill and nothing was painted.
@@ -95,6 +96,7 @@ private:
     const CellStyles* stylesOfCache_ = nullptr;
     uint32_t generation_ = 0;
     std::unordered_map<uint64_t, Lines> lines_;   // by pen style and colour
+    COLORREF textColour_ = CLR_INVALID, backColour_ = CLR_INVALID;   // as last set on the DC
 };
 
 }  // namespace kes
