@@ -73,7 +73,9 @@ texts = ["42", "-1.5e300", "\u00a512.5", "TRUE", "#DIV/0!", "2026-11-22 8:30", "
 evaluated = ["SUM(Stock[Qty])*Rate", "Twice(B22)", "LET(x,Items,COUNTA(x))", "SORT(A21:D24,2,-1)",
              "XLOOKUP(\"Nut\",A21:A24,C21:C24,\"none\")", "SUMPRODUCT((B21:B24>0)*C21:C24)", "TEXT(D22,\"yyyy-mm-dd\")",
              "MAP(SEQUENCE(3),LAMBDA(v,v*v))", "OFFSET(A21,1,1,2,2)", "INDIRECT(\"Sheet1!B\"&22)", "@A21:A24",
-             "IFERROR(1/0,Loop)", "REDUCE(0,B21:B24,LAMBDA(a,v,a+N(v)))", "FILTER(A21:A24,B21:B24<>\"\")"]
+             "IFERROR(1/0,Loop)", "REDUCE(0,B21:B24,LAMBDA(a,v,a+N(v)))", "FILTER(A21:A24,B21:B24<>\"\")",
+             # whole columns taken element by element: a million calls, once a million exceptions
+             "INDEX(A:A,MATCH(\"+\"<B:B,0))"]
 for f in formulas:
     seed("formula", b"\x00\x00" + f.encode())
     seed("formula_eval", f.encode())

@@ -106,15 +106,25 @@ Value Call::run() {
     if (int64_t(rows) * columns > kMaxArrayElements) return Value::error(ecNUM);
     Matrix out(rows, columns);
     elements_.resize(n);
+    // The same elements give the same answer: a whole column of blanks or errors is computed
+    // once, not a million times (an error answer costs an exception each). Not for functions
+    // whose answer changes by itself, nor for lazy arguments, which are evaluated per element.
+    bool remember = !(function_.flags & (kVolatile | kAnswersPastTheEnd));
+    for (size_t i = 0; i < n && remember; ++i) remember = function_.argumentClass(i) != 'L';
+    std::vector<Value> lastElements;
+    Value last;
     for (int32_t r = 0; r < rows; ++r) {
         for (int32_t c = 0; c < columns; ++c) {
             for (size_t i = 0; i < n; ++i) {
                 if (lifted_[i]) elements_[i] = values_[i].matrix().broadcast(r, c);
             }
-            lifting_ = true;
-            const Value result = invoke();
-            lifting_ = false;
-            out.set(r, c, element(result, r, c));
+            if (!remember || lastElements.empty() || elements_ != lastElements) {
+                lifting_ = true;
+                last = invoke();
+                lifting_ = false;
+                if (remember) lastElements = elements_;
+            }
+            out.set(r, c, element(last, r, c));
         }
     }
     return Value::array(std::move(out));

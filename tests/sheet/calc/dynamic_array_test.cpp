@@ -8,6 +8,20 @@ namespace {
 
 class DynamicArray : public ArrayFixture {};
 
+// A function given an array where it takes one value runs once per element; runs of equal
+// elements share one answer, which must still land in every place, and not for functions whose
+// answer changes by itself or whose branches are passed through.
+TEST_F(DynamicArray, ElementWiseCallsAnswerEveryElement) {
+    const Case cases[] = {
+        {u"=LEN({\"ab\",\"ab\",\"c\";\"ab\",\"\",\"ab\"})", u"2,2,1;2,0,2"},
+        {u"=INDEX({10,20,30},{1,1,#N/A,#N/A,3,3})", u"10,10,#N/A,#N/A,30,30"},
+        {u"=IF({1,1,0,1},{\"a\",\"b\",\"c\",\"d\"},\"x\")", u"a,b,x,d"},
+        {u"=LET(r,RANDBETWEEN({1,1,1,1,1,1},1000000000),ROWS(UNIQUE(TRANSPOSE(r))))", u"6"},
+        {u"=ROWS(FILTER(LEN(A1:A1048576),LEN(A1:A1048576)=0))", u"1048576"},
+    };
+    expectAll(cases, [&](auto f) { return spilled(f); });
+}
+
 TEST_F(DynamicArray, TakeDropAndExpandCountFromEitherEnd) {
     const Case cases[] = {
         {u"=TAKE({1,2,3;4,5,6;7,8,9},2)", u"1,2,3;4,5,6"},
