@@ -232,6 +232,7 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styl
     const COLORREF ink = colour == kAutoColour ? RGB(0, 0, 0) : colourRef(colour);
     if (ink != textColour_) SetTextColor(dc, textColour_ = ink);
     const std::wstring shown = wide(text.text);
+    const int lineHeight = heldOf(styles, styleIndex).lineHeight;
     if (!style.wrap) {
         if (style.vertical == VerticalAlignment::Bottom) r.bottom -= 1;
         int textWidth = text.width;
@@ -240,7 +241,6 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styl
             GetTextExtentPoint32W(dc, shown.c_str(), int(shown.size()), &extent);
             textWidth = extent.cx;
         }
-        const int lineHeight = heldOf(styles, styleIndex).lineHeight;
         const int y = style.vertical == VerticalAlignment::Top      ? r.top
                     : style.vertical == VerticalAlignment::Bottom ? r.bottom - lineHeight
                                                                   : r.top + (r.bottom - r.top - lineHeight) / 2;
@@ -266,8 +266,8 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styl
     std::vector<int> ends(shown.size());
     SIZE whole{};
     if (!shown.empty()) GetTextExtentExPointW(dc, shown.c_str(), int(shown.size()), 0, nullptr, ends.data(), &whole);
-    const std::vector<LineSpan> lines = breakLines(text.text.substr(0, shown.size()), ends, std::max<int>(1, r.right - r.left));
-    const int lineHeight = heldOf(styles, styleIndex).lineHeight;
+    const std::vector<LineSpan> lines =
+        breakLines(std::u16string_view(text.text).substr(0, shown.size()), ends, std::max<int>(1, r.right - r.left));
     const int spare = (r.bottom - r.top) - lineHeight * int(lines.size());
     int y = r.top;
     if (spare > 0 && style.vertical == VerticalAlignment::Bottom) y += spare - 1;
