@@ -66,12 +66,20 @@ Value Call::element(const Value& value, int32_t row, int32_t column) {
     case ValueKind::Array:
         if (!passedThrough) return value.matrix().size() ? value.matrix().at(0) : Value::error(ecValue);
         return value.matrix().broadcast(row, column);
-    case ValueKind::Reference:
+    case ValueKind::Reference: {
+        // The one cell this element pairs with, read alone: reading the whole area for each
+        // element of a whole column would be a million areas of a million cells.
+        if (value.areaCount() != 1) return Value::error(ecValue);
+        const Area& area = value.area();
+        if (area.cells() > kMaxArrayElements) return Value::error(ecNUM);
+        const int32_t r = area.rows() == 1 ? 0 : row, c = area.columns() == 1 ? 0 : column;
+        if (r >= area.rows() || c >= area.columns()) return Value::error(ecNA);
         try {
-            return evaluator_.toMatrix(value)->broadcast(row, column);
+            return evaluator_.readCell(*area.sheet, area.rect.top + r, area.rect.left + c);
         } catch (const CalcError& e) {
             return Value::error(e.code);
         }
+    }
     case ValueKind::Lambda: return Value::error(ecCalc);
     default: return value;
     }
