@@ -1,5 +1,6 @@
 #include "sheet/shared_strings.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -37,6 +38,7 @@ SharedString* SharedStringTable::allocate(size_t length) {
         // Blocks grow from 16 KB to 1 MB, so that a small workbook stays small.
         blockSize_ = blocks_.empty() ? size_t(16) << 10 : std::min(blockSize_ * 2, size_t(1) << 20);
         blocks_.push_back(std::make_unique_for_overwrite<char[]>(blockSize_));
+        prefaultForWriting(blocks_.back().get(), blockSize_);
         blockUsed_ = 0;
     }
     void* entry = blocks_.back().get() + blockUsed_;
@@ -96,12 +98,11 @@ void SharedStringTable::grow(size_t slots) {
     }
 }
 
-SharedString* SharedStringTable::acquire(std::u16string_view text) {
-    const uint32_t hash = hashOf(text);
-    SharedString*& recent = recent_[hash % kRecent];
-    if (recent && recent->text() == text) {
-        ++recent->refs_;
-        return recent;
+SharedString* SharedStringTable::acquire(std::u16string_view text, uint32_t hash) {
+    Slot& recent = recent_[hash % kRecent];
+    if (recent.hash == hash && recent.entry && recent.entry->text() == text) {
+        ++recent.entry->refs_;
+        return recent.entry;
     }
     // Up to four fifths full: the slots are the table's largest part, and a probe reads slots
     // side by side with their hashes.
@@ -109,7 +110,7 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
     const size_t slot = slotOf(text, hash);
     if (SharedString* entry = slots_[slot].entry) {
         ++entry->refs_;
-        recent = entry;
+        recent = {entry, hash};
         return entry;
     }
     SharedString* entry = allocate(text.size());
@@ -119,7 +120,7 @@ SharedString* SharedStringTable::acquire(std::u16string_view text) {
     std::memcpy(entry->chars_, text.data(), text.size() * sizeof(char16_t));
     slots_[slot] = {entry, hash};
     ++count_;
-    recent = entry;
+    recent = {entry, hash};
     return entry;
 }
 
@@ -128,7 +129,7 @@ void SharedStringTable::release(SharedString* entry) {
     // The hash is not kept with the entry, which a million texts would pay for: it is computed
     // again, once, for the entry that goes.
     const uint32_t hash = hashOf(entry->text());
-    if (recent_[hash % kRecent] == entry) recent_[hash % kRecent] = nullptr;
+    if (recent_[hash % kRecent].entry == entry) recent_[hash % kRecent] = Slot{};
     // Remove by backward-shift, so that probing never needs tombstones.
     const size_t mask = slotCount_ - 1;
     size_t hole = slotOf(entry->text(), hash);
@@ -146,5 +147,21 @@ void SharedStringTable::release(SharedString* entry) {
     deallocate(entry);
 }
 
-}  // namespace kes
+void SharedStringBatch::prefetch(const SharedStringTable& table) {
+    for (size_t i = hashes_.size(); i < ends_.size(); ++i) {
+        hashes_.push_back(SharedStringTable::hashOf(text(i)));
+        table.prefetch(hashes_.back());
+    }
+}
 
+void SharedStringBatch::acquire(SharedStringTable& table, SharedString** entries) {
+    for (size_t i = 0; i < ends_.size(); ++i) {
+        const std::u16string_view t = text(i);
+        entries[i] = table.acquire(t, i < hashes_.size() ? hashes_[i] : SharedStringTable::hashOf(t));
+    }
+    chars_.clear();
+    ends_.clear();
+    hashes_.clear();
+}
+
+}  // namespace kes

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,7 +33,16 @@ public:
     ~SharedStringTable();
 
     // The entry for `text` with one more reference.
-    SharedString* acquire(std::u16string_view text);
+    SharedString* acquire(std::u16string_view text) { return acquire(text, hashOf(text)); }
+    // The same for a text whose hashOf() the caller has.
+    SharedString* acquire(std::u16string_view text, uint32_t hash);
+    static uint32_t hashOf(std::u16string_view text);
+    // Starts fetching from memory the slot where a text of this hash is looked for, so that a
+    // reader that knows its next texts early does not wait for each in turn: a large table is
+    // far larger than the CPU's caches.
+    void prefetch(uint32_t hash) const {
+        if (slotCount_) __builtin_prefetch(&slots_[hash & (slotCount_ - 1)]);
+    }
     void addRef(SharedString* entry) { ++entry->refs_; }
     // Drops one reference; the entry is freed with the last one.
     void release(SharedString* entry);
@@ -42,7 +52,6 @@ public:
     void reserve(size_t count);
 
 private:
-    static uint32_t hashOf(std::u16string_view text);
     size_t slotOf(std::u16string_view text, uint32_t hash) const;
     void grow(size_t slots);
 
@@ -68,8 +77,35 @@ private:
     size_t count_ = 0;
     // The entries acquired last, by their hash: a text that keeps coming back (a unit, a
     // customer) is found here without a visit to the large table, which a cache may not hold.
+    // Its hash is kept beside each, so that a text seen for the first time is turned away
+    // without a visit to an entry that may have left the cache long ago.
     static constexpr size_t kRecent = 4096;
-    std::array<SharedString*, kRecent> recent_{};
+    std::array<Slot, kRecent> recent_{};
+};
+
+// Texts gathered by a reader to be acquired together, a little after their slots were asked
+// for (see SharedStringTable::prefetch).
+class SharedStringBatch {
+public:
+    void add(std::u16string_view text) {
+        chars_.append(text);
+        ends_.push_back(chars_.size());
+    }
+    size_t size() const { return ends_.size(); }
+    bool empty() const { return ends_.empty(); }
+    // Starts fetching the slots of the texts added.
+    void prefetch(const SharedStringTable& table);
+    // Acquires every text added, in order, into entries[0..size()), and empties the batch.
+    void acquire(SharedStringTable& table, SharedString** entries);
+
+private:
+    std::u16string_view text(size_t i) const {
+        const size_t begin = i ? ends_[i - 1] : 0;
+        return std::u16string_view(chars_).substr(begin, ends_[i] - begin);
+    }
+    std::u16string chars_;
+    std::vector<size_t> ends_;
+    std::vector<uint32_t> hashes_;   // of the first texts, once prefetched
 };
 
 }  // namespace kes

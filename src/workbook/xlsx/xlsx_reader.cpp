@@ -231,6 +231,16 @@ struct PendingName {
 constexpr int64_t kMembersMadeUpTo = 65536;
 
 class PackageReader {
+    // A row's inline texts go into the workbook's table a row late: their slots are asked for
+    // at the row's end and taken at the next row's end, so that the table's memory arrives
+    // while the next row is read.
+    struct RowTexts {
+        SheetTable* sheet = nullptr;
+        SheetRow* row = nullptr;
+        SharedStringBatch texts;
+        std::vector<int32_t> columns;
+    };
+
 public:
     PackageReader(Workbook& book, std::string_view bytes) : book_(book), zip_(bytes) {}
     PackageReader(const PackageReader&) = delete;
@@ -349,12 +359,26 @@ private:
                 unique = std::min({unique, size_t(entry->size / 5), size_t(1) << 22});
                 book_.strings().reserve(book_.strings().size() + unique);
             } else if (reader.name() == "si") {
-                // Each text goes into the workbook's table at once, and cells share its entry:
-                // equal items, even millions of empty ones, take the room of one.
+                // Each text goes into the workbook's table, a batch at a time, and cells share
+                // its entry: equal items, even millions of empty ones, take the room of one.
+                // A batch's slots are asked for when it is full and taken a batch later.
                 readStringItem(reader, utf8_, text_);
-                entries_.push_back(book_.strings().acquire(text_));   // held until the reader ends
+                items_[0].add(text_);
+                if (items_[0].size() == 64) {
+                    items_[0].prefetch(book_.strings());
+                    acquireItems(items_[1]);
+                    std::swap(items_[0], items_[1]);
+                }
             }
         }
+        acquireItems(items_[1]);
+        acquireItems(items_[0]);
+    }
+
+    // The entries are held until the reader ends.
+    void acquireItems(SharedStringBatch& items) {
+        entries_.resize(entries_.size() + items.size());
+        items.acquire(book_.strings(), entries_.data() + entries_.size() - items.size());
     }
 
     // Errors newer than the file format (#SPILL!, #CALC!) are stored as #VALUE! with value
@@ -525,6 +549,7 @@ private:
                 if (index < 0) index = sheet.rows().last() ? sheet.rows().last()->index + 1 : 0;
                 if (index > kMaxRow) report("The row index " + std::to_string(index + 1) + " is invalid");
                 SheetRow& row = *sheet.createRow(index);
+                if (lastRowTexts_.row == &row) setTexts(lastRowTexts_);   // a row that comes again
                 readRowFormat(reader, sheet, row);
                 readRow(reader, sheet, row, shared);
             } else if (reader.name() == "mergeCell" && reader.attribute("ref", value)) {
@@ -533,6 +558,7 @@ private:
                 if (const auto area = areaOfReference(value)) sheet.addMergedArea(*area);
             }
         }
+        setTexts(lastRowTexts_);
     }
 
     static std::optional<int32_t> pixelsOfPoints(std::string_view points) {
@@ -556,6 +582,22 @@ private:
             // A cell without r takes the column the row gives its next cell: after its last one.
             if (reader.name() == "c") readCell(reader, sheet, row, row.cellCount(), shared);
         }
+        rowTexts_.sheet = &sheet;
+        rowTexts_.row = &row;
+        rowTexts_.texts.prefetch(book_.strings());
+        setTexts(lastRowTexts_);
+        std::swap(rowTexts_, lastRowTexts_);
+    }
+
+    void setTexts(RowTexts& pending) {
+        if (pending.texts.empty()) return;
+        rowEntries_.resize(pending.texts.size());
+        pending.texts.acquire(book_.strings(), rowEntries_.data());
+        for (size_t i = 0; i < pending.columns.size(); ++i) {
+            pending.sheet->createCell(*pending.row, pending.columns[i]).setSharedString(rowEntries_[i]);
+            book_.strings().release(rowEntries_[i]);   // the cell holds it now
+        }
+        pending.columns.clear();
     }
 
     int32_t readCell(XmlReader& reader, SheetTable& sheet, SheetRow& row, int32_t nextColumn,
@@ -568,6 +610,12 @@ private:
             if (!ok) report("The \"" + std::string(value) + "\" column index is invalid");
         }
         if (column > kMaxColumn) report("The \"" + std::to_string(column) + "\" column index is invalid");
+        // A cell that comes again, or out of order, finds the texts before it in place.
+        if (!rowTexts_.columns.empty() && column <= rowTexts_.columns.back()) {
+            rowTexts_.row = &row;
+            rowTexts_.sheet = &sheet;
+            setTexts(rowTexts_);
+        }
         CellRef cell = sheet.createCell(row, column);
         if (reader.attribute("s", value) && !value.empty()) {
             long style = -1;
@@ -646,7 +694,10 @@ private:
             return column;
         }
         if (kind == 7) {
-            if (hasInline) cell.setString(text_);
+            if (hasInline) {
+                rowTexts_.texts.add(text_);
+                rowTexts_.columns.push_back(column);
+            }
             return column;
         }
         if (!hasV) return column;
@@ -691,6 +742,9 @@ private:
     std::u16string text_;     // a string item's text
     std::string value_;       // a cell's <v>
     std::vector<SharedString*> entries_;   // the shared strings, in the workbook's table
+    SharedStringBatch items_[2];   // shared string items on their way into the table
+    RowTexts rowTexts_, lastRowTexts_;
+    std::vector<SharedString*> rowEntries_;
     std::vector<uint16_t> styles_;
     std::vector<DeferredFormula> deferred_;
     std::vector<PendingName> names_;

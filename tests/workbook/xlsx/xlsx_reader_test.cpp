@@ -75,19 +75,28 @@ TEST(XlsxReader, ReadsCellsByTheTypeTable) {
 
 // Cells and rows without a reference go where the row's and the sheet's lists end, which is not
 // after the element before them when the file lists them out of order; an inline string may sit
-// inside v.
+// inside v. A cell that comes twice keeps what the file gives it last, inline texts included.
 TEST(XlsxReader, PlacesCellsAndRowsWithoutReferencesWhereTheirListsEnd) {
     const std::string bytes = package(
-        "<row r=\"5\"><c r=\"C5\"><v>1</v></c><c r=\"A5\"><v>2</v></c><c><v>3</v></c></row>"
+        "<row r=\"5\"><c r=\"C5\"><v>1</v></c><c r=\"A5\"><v>2</v></c><c><v>3</v></c>"
+        "<c r=\"F5\" t=\"inlineStr\"><is><t>first</t></is></c><c r=\"F5\"><v>9</v></c>"
+        "<c r=\"H5\" t=\"inlineStr\"><is><t>h</t></is></c><c r=\"G5\" t=\"inlineStr\"><is><t>g</t></is></c>"
+        "<c r=\"G5\" t=\"inlineStr\"><is><t>again</t></is></c><c t=\"inlineStr\"><is><t>i</t></is></c></row>"
         "<row r=\"2\"><c r=\"A2\" t=\"inlineStr\"><v><is><t>inside</t></is></v></c></row>"
-        "<row><c><v>4</v></c></row>");
+        "<row><c><v>4</v></c></row>"
+        "<row r=\"9\"><c r=\"A9\" t=\"inlineStr\"><is><t>x</t></is></c></row><row r=\"9\"><c r=\"A9\"><v>5</v></c></row>");
     Workbook book;
     ByteStream stream{bytes, 0};
     LoadFromStream(book, stream);
     EXPECT_EQ(shown(book, 4, 3), u"3") << "after the row's last cell (C), not after A";
     EXPECT_EQ(shown(book, 4, 1), u"(none)");
+    EXPECT_EQ(shown(book, 4, 5), u"9");
+    EXPECT_EQ(shown(book, 4, 6), u"again");
+    EXPECT_EQ(shown(book, 4, 7), u"h");
+    EXPECT_EQ(shown(book, 4, 8), u"i");
     EXPECT_EQ(shown(book, 1, 0), u"inside");
     EXPECT_EQ(shown(book, 5, 0), u"4") << "after the sheet's last row (5), not after row 2";
+    EXPECT_EQ(shown(book, 8, 0), u"5") << "a row that comes again";
 }
 
 // The package is entered as the packaging conventions say: the officeDocument relationship of
