@@ -205,8 +205,10 @@ void CellLookPainter::drawBorders(HDC dc) {
     SetBkMode(dc, oldMode);
 }
 
-void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styles, uint16_t styleIndex, const Text& text,
-                                int dpi) {
+void CellLookPainter::paintText(HDC dc, const RECT& cell, const RECT& clip, const CellStyles& styles, uint16_t styleIndex,
+                                const Text& text, int dpi) {
+    RECT shownIn{};
+    if (!IntersectRect(&shownIn, &cell, &clip)) return;
     const CellStyle& style = styles[styleIndex];
     RECT r = cell;
     const bool numeric = isNumericType(text.type);
@@ -244,24 +246,22 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styl
         const int y = style.vertical == VerticalAlignment::Top      ? r.top
                     : style.vertical == VerticalAlignment::Bottom ? r.bottom - lineHeight
                                                                   : r.top + (r.bottom - r.top - lineHeight) / 2;
-        if (textWidth > r.right - r.left) {
-            if (numeric) {
-                // A number never shows cut: like Excel, a column too narrow for it shows #s.
-                const std::wstring hashes(size_t(std::max<LONG>(1, (r.right - r.left) / std::max(1, MulDiv(7, dpi, 96)))), L'#');
-                SIZE extent{};
-                GetTextExtentPoint32W(dc, hashes.c_str(), int(hashes.size()), &extent);
-                ExtTextOutW(dc, r.right - extent.cx, y, ETO_CLIPPED, &r, hashes.c_str(), UINT(hashes.size()), nullptr);
-            } else {
-                RECT box{r.left, y, r.right, y + lineHeight};
-                IntersectRect(&box, &box, &r);
-                DrawTextW(dc, shown.c_str(), int(shown.size()), &box, DT_NOPREFIX | DT_LEFT | DT_TOP | DT_SINGLELINE | DT_END_ELLIPSIS);
-            }
+        IntersectRect(&shownIn, &shownIn, &r);
+        if (numeric && textWidth > r.right - r.left) {
+            // A number never shows cut: like Excel, a column too narrow for it shows #s.
+            const std::wstring hashes(size_t(std::max<LONG>(1, (r.right - r.left) / std::max(1, MulDiv(7, dpi, 96)))), L'#');
+            SIZE extent{};
+            GetTextExtentPoint32W(dc, hashes.c_str(), int(hashes.size()), &extent);
+            ExtTextOutW(dc, r.right - extent.cx, y, ETO_CLIPPED, &shownIn, hashes.c_str(), UINT(hashes.size()), nullptr);
             return;
         }
-        // Laid out here rather than by DrawText, which would measure the text again.
-        ExtTextOutW(dc, lineStart(textWidth), y, ETO_CLIPPED, &r, shown.c_str(), UINT(shown.size()), nullptr);
+        // Laid out here rather than by DrawText, which would measure the text again. A text wider
+        // than its cell is cut at the cell's edges, as in Excel: a left-aligned one shows its
+        // start, a right-aligned one its end.
+        ExtTextOutW(dc, lineStart(textWidth), y, ETO_CLIPPED, &shownIn, shown.c_str(), UINT(shown.size()), nullptr);
         return;
     }
+    IntersectRect(&shownIn, &shownIn, &r);
     // Wrapped: measured once, broken into lines here, each line drawn by itself.
     std::vector<int> ends(shown.size());
     SIZE whole{};
@@ -273,10 +273,10 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const CellStyles& styl
     if (spare > 0 && style.vertical == VerticalAlignment::Bottom) y += spare - 1;
     else if (spare > 0 && style.vertical != VerticalAlignment::Top) y += spare / 2;
     for (const LineSpan& line : lines) {
-        if (y >= r.bottom) break;
+        if (y >= shownIn.bottom) break;
         if (line.end > line.begin) {
             const int lineWidth = ends[line.end - 1] - (line.begin ? ends[line.begin - 1] : 0);
-            ExtTextOutW(dc, lineStart(lineWidth), y, ETO_CLIPPED, &r, shown.c_str() + line.begin, UINT(line.end - line.begin), nullptr);
+            ExtTextOutW(dc, lineStart(lineWidth), y, ETO_CLIPPED, &shownIn, shown.c_str() + line.begin, UINT(line.end - line.begin), nullptr);
         }
         y += lineHeight;
     }

@@ -55,8 +55,10 @@ public:
         int width = -1;                          // in pixels when the caller measured it
     };
     // The text of a cell of style `style` in `r`, already inset from the grid lines, with
-    // fontOf(styles, style) chosen into `dc`. Numbers too wide show #s.
-    void paintText(HDC dc, const RECT& r, const CellStyles& styles, uint16_t style, const Text& text, int dpi);
+    // fontOf(styles, style) chosen into `dc`, shown only inside `clip`. Numbers too wide show
+    // #s; other texts are cut at the edges of `r`.
+    void paintText(HDC dc, const RECT& r, const RECT& clip, const CellStyles& styles, uint16_t style, const Text& text,
+                   int dpi);
 
 private:
     struct FontKey {

@@ -89,12 +89,19 @@ private:
     bool rowShown(int32_t row) const { return row < kFrozenRows || row >= topRow_; }
 
     void paint(HDC dc);
-    void paintRows(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, int top, int bottom);
+    struct TextJob;
+    // One band of rows (the frozen rows, the rows that scroll), clipped to `band`: the
+    // selection, grid lines, fills and borders, merged areas; its texts join `texts`.
+    void paintBand(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, const RECT& band,
+                   const std::vector<CellRect>& merged, std::vector<TextJob>& texts);
+    void paintSelection(HDC dc, int32_t firstRow, int32_t lastRow);
+    void paintMergedAreas(HDC dc, int32_t firstRow, int32_t lastRow, const RECT& band, const std::vector<CellRect>& areas,
+                          std::vector<TextJob>& texts);
+    void paintTexts(HDC dc, std::vector<TextJob>& texts, const std::vector<CellRect>& merged);
+    void paintFocus(HDC dc, const RECT& band);
+    static bool inMergedArea(const std::vector<CellRect>& areas, int32_t row, int32_t column);
     void paintHeaders(HDC dc, int32_t lastRow, int32_t lastColumn);
     void paintRowHeader(HDC dc, int32_t row, const CellRect& selected, HBRUSH selectedFill, HBRUSH mark);
-    void paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn);
-    void paintSelection(HDC dc, int32_t firstRow, int32_t lastRow);
-    void paintMergedAreas(HDC dc, const std::vector<CellRect>& areas);
 
     // The sheet tabs and the count of rows that print, under the cells (grid_tabs_win32.cpp).
     void paintTabBar(HDC dc);

@@ -66,6 +66,15 @@ void GridControl::BackBuffer::release() {
     *this = {};
 }
 
+// A text of a cell or of a merged area, waiting for the text pass of a paint.
+struct GridControl::TextJob {
+    HFONT font;
+    CellRef ref;
+    SheetRow* row;   // the cell's row, for text that runs on; none for a merged area
+    RECT box;        // the cell, or the area inside its border lines
+    RECT clip;       // the band the text shows in
+};
+
 void GridControl::paint(HDC target) {
     const int width = clientWidth(), height = clientHeight();
     HDC dc = back_.prepare(target, width, height);
@@ -83,9 +92,25 @@ void GridControl::paint(HDC target) {
     for (int x = headerWidth_ + columnWidth(lastColumn); x < width && lastColumn < kMaxColumn; x += columnWidth(lastColumn))
         ++lastColumn;
 
-    // The frozen rows over the rows that scroll, each band clipped to its own place.
-    paintRows(dc, 0, kFrozenRows - 1, lastColumn, headerHeight_, scrollingTop());
-    paintRows(dc, topRow_, lastRow, lastColumn, scrollingTop(), cellsBottom());
+    // Merged areas on screen: most sheets have none and pay nothing for them.
+    std::vector<CellRect> merged;
+    for (const CellRect& area : sheet().mergedAreas()) {
+        const bool onScreen = area.top < kFrozenRows || (area.bottom >= topRow_ && area.top <= lastRow);
+        if (onScreen && area.right >= leftColumn_ && area.left <= lastColumn) merged.push_back(area);
+    }
+    // The frozen rows over the rows that scroll, each band clipped to its own place; the texts
+    // of both bands in one pass, a font at a time, and the border lines over fills and texts,
+    // as Excel draws them.
+    const RECT bands[] = {{0, headerHeight_, width, scrollingTop()}, {0, scrollingTop(), width, cellsBottom()}};
+    std::vector<TextJob> texts;
+    paintBand(dc, 0, kFrozenRows - 1, lastColumn, bands[0], merged, texts);
+    paintBand(dc, topRow_, lastRow, lastColumn, bands[1], merged, texts);
+    paintTexts(dc, texts, merged);
+    {
+        const ClipTo cells(dc, {headerWidth_, headerHeight_, width, cellsBottom()});
+        looks_.drawBorders(dc);
+    }
+    for (const RECT& band : bands) paintFocus(dc, band);
     HPEN freeze = CreatePen(PS_SOLID, 1, kFreezeLine);
     HGDIOBJ oldPen = SelectObject(dc, freeze);
     MoveToEx(dc, 0, scrollingTop() - 1, nullptr);
@@ -100,27 +125,10 @@ void GridControl::paint(HDC target) {
     SelectObject(dc, GetStockObject(SYSTEM_FONT));
 }
 
-void GridControl::paintRows(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, int top, int bottom) {
-    const ClipTo band(dc, {0, top, clientWidth(), bottom});
+void GridControl::paintBand(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn, const RECT& band,
+                            const std::vector<CellRect>& merged, std::vector<TextJob>& texts) {
+    const ClipTo clip(dc, band);
     paintSelection(dc, firstRow, lastRow);
-    paintCells(dc, firstRow, lastRow, lastColumn);
-}
-
-void GridControl::paintSelection(HDC dc, int32_t firstRow, int32_t lastRow) {
-    const SheetSelection& selection = sheet().selection();
-    HBRUSH fill = CreateSolidBrush(kSelectionFill);
-    for (const CellRect& area : selection.areas()) {
-        if (area.left == area.right && area.top == area.bottom && selection.areas().size() == 1) break;
-        if (area.bottom < firstRow || area.top > lastRow || area.right < leftColumn_) continue;
-        RECT from = cellRect(std::max(area.top, firstRow), std::max(area.left, leftColumn_));
-        RECT to = cellRect(std::min(area.bottom, lastRow), area.right);
-        RECT r{from.left, from.top, std::min<LONG>(to.right, clientWidth()), to.bottom};
-        FillRect(dc, &r, fill);
-    }
-    DeleteObject(fill);
-}
-
-void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t lastColumn) {
     const int width = clientWidth(), height = clientHeight();
     HPEN pen = CreatePen(PS_SOLID, 1, kGridLine);
     HGDIOBJ oldPen = SelectObject(dc, pen);
@@ -139,38 +147,14 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
     SelectObject(dc, oldPen);
     DeleteObject(pen);
 
+    // Fills and borders cell by cell; the texts wait for the text pass.
     SheetTable& table = sheet();
-    // Merged areas on screen: most sheets have none and pay nothing for them.
-    std::vector<CellRect> merged;
-    if (!table.mergedAreas().empty()) {
-        for (const CellRect& area : table.mergedAreas()) {
-            if (area.bottom >= firstRow && area.top <= lastRow && area.right >= leftColumn_ &&
-                area.left <= lastColumn)
-                merged.push_back(area);
-        }
-    }
-
-    // Fills and borders cell by cell; the texts after them, a font at a time, since choosing a
-    // font into the DC costs more than drawing with it.
-    struct TextCell {
-        HFONT font;
-        SheetRow* row;
-        SheetCell* cell;
-        RECT box;
-    };
-    std::vector<TextCell> texts;
     const SheetSelection& selection = table.selection();
-    const auto inMerged = [&merged](int32_t row, int32_t column) {
-        for (const CellRect& area : merged) {
-            if (area.contains(row, column)) return true;
-        }
-        return false;
-    };
     for (SheetRow* row = table.rows().lowerBound(firstRow); row && row->index <= lastRow; row = row->next) {
         if (row->hidden) continue;
         for (SheetCell* cell = row->cells.lowerBound(leftColumn_); cell && cell->index <= lastColumn; cell = cell->next) {
-            // A merged area's cells show nothing of their own: its top left cell's text is drawn below.
-            if (!merged.empty() && inMerged(row->index, cell->index)) continue;
+            // A merged area's cells show nothing of their own: its top left cell's text is drawn for it.
+            if (!merged.empty() && inMergedArea(merged, row->index, cell->index)) continue;
             const RECT box = cellRect(row->index, cell->index);
             if (box.right <= box.left) continue;   // a hidden column
             if (cell->style != CellStyles::kDefault) {
@@ -179,78 +163,51 @@ void GridControl::paintCells(HDC dc, int32_t firstRow, int32_t lastRow, int32_t 
                 looks_.paintFill(dc, under, look, kSelectionFill, isSelected(selection, row->index, cell->index));
                 looks_.addBorders(box, look);
             }
-            if (CellRef(&table, row, cell).formulaResult().type != cdtBlank)
-                texts.push_back({looks_.fontOf(book_.styles(), cell->style), row, cell, box});
+            const CellRef ref(&table, row, cell);
+            if (ref.formulaResult().type != cdtBlank) texts.push_back({looks_.fontOf(book_.styles(), cell->style), ref, row, box, band});
         }
     }
-    std::stable_sort(texts.begin(), texts.end(), [](const TextCell& a, const TextCell& b) { return a.font < b.font; });
-
-    HFONT chosen = nullptr;
-    for (const TextCell& job : texts) {
-        const CellRef ref(&table, job.row, job.cell);
-        std::u16string text = ref.displayText();
-        if (text.empty()) continue;
-        if (job.font != chosen) SelectObject(dc, chosen = job.font);
-        const CellStyle& look = book_.styles()[job.cell->style];
-        if (!look.wrap) onOneLine(text);
-        RECT r = job.box;
-        InflateRect(&r, -scaled(3), 0);
-        const CellDataType type = ref.formulaResult().type;
-        const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
-        int measured = -1;
-        if (!look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError) {
-            SIZE extent{};
-            GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
-            measured = extent.cx;
-            // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
-            for (SheetCell* next = job.cell->next; r.right - r.left < extent.cx && r.right < width;) {
-                const int32_t column = columnAt(r.right + scaled(4));
-                if (next && next->index == column && CellRef(&table, job.row, next).formulaResult().type != cdtBlank) break;
-                if (!merged.empty() && inMerged(job.row->index, column)) break;
-                r.right += columnWidth(column);
-                if (next && next->index <= column) next = next->next;
-            }
-        }
-        looks_.paintText(dc, r, book_.styles(), job.cell->style, {std::move(text), type, ref.displayColour(), measured}, zoomedDpi());
-    }
-    if (!merged.empty()) paintMergedAreas(dc, merged);
-    looks_.drawBorders(dc);   // over fills and texts, as Excel draws them
-
-    RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
-    if (!merged.empty()) {
-        // The focus on a merged cell frames the whole area, as one cell.
-        if (const CellRect* area = table.mergedAreaAt(selection.focusedRow(), selection.focusedColumn()))
-            focus = areaRect(*area);
-    }
-    if (rowShown(selection.focusedRow()) && selection.focusedColumn() >= leftColumn_) {
-        HBRUSH frame = CreateSolidBrush(kAccent);
-        for (int i = 0; i < 2; ++i) {
-            RECT f{focus.left - 1 + i, focus.top - 1 + i, focus.right - i, focus.bottom - i};
-            FrameRect(dc, &f, frame);
-        }
-        DeleteObject(frame);
-    }
+    if (!merged.empty()) paintMergedAreas(dc, firstRow, lastRow, band, merged, texts);
 }
 
-// Each area as one cell: its background filled once over the grid lines inside it (its own
-// border lines stay), then its top left cell's text across the whole area, clipped to it. The
-// text keeps its place in the whole area when part of the area is scrolled off.
-void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
+bool GridControl::inMergedArea(const std::vector<CellRect>& areas, int32_t row, int32_t column) {
+    for (const CellRect& area : areas) {
+        if (area.contains(row, column)) return true;
+    }
+    return false;
+}
+
+void GridControl::paintSelection(HDC dc, int32_t firstRow, int32_t lastRow) {
+    const SheetSelection& selection = sheet().selection();
+    HBRUSH fill = CreateSolidBrush(kSelectionFill);
+    for (const CellRect& area : selection.areas()) {
+        if (area.left == area.right && area.top == area.bottom && selection.areas().size() == 1) break;
+        if (area.bottom < firstRow || area.top > lastRow || area.right < leftColumn_) continue;
+        RECT from = cellRect(std::max(area.top, firstRow), std::max(area.left, leftColumn_));
+        RECT to = cellRect(std::min(area.bottom, lastRow), area.right);
+        RECT r{from.left, from.top, std::min<LONG>(to.right, clientWidth()), to.bottom};
+        FillRect(dc, &r, fill);
+    }
+    DeleteObject(fill);
+}
+
+// Each area of the band as one cell: its background filled once over the grid lines inside it
+// (its own border lines stay), and its top left cell's text across the whole area, clipped to
+// the cells. The text keeps its place in the whole area when part of the area is scrolled off.
+void GridControl::paintMergedAreas(HDC dc, int32_t firstRow, int32_t lastRow, const RECT& band,
+                                   const std::vector<CellRect>& areas, std::vector<TextJob>& texts) {
     const SheetSelection& selection = sheet().selection();
     const std::vector<CellRect>& chosen = selection.areas();
     // As paintSelection: a selection of one cell is shown by the focus frame alone.
     const bool singleCell =
         chosen.size() == 1 && chosen[0].left == chosen[0].right && chosen[0].top == chosen[0].bottom;
     HBRUSH selectedFill = CreateSolidBrush(kSelectionFill);
-    const ClipTo cells(dc, {headerWidth_, headerHeight_, clientWidth(), clientHeight()});
-    struct TextArea {
-        HFONT font;
-        uint16_t style;
-        CellRef ref;
-        RECT inside;
-    };
-    std::vector<TextArea> texts;
+    const RECT cells{headerWidth_, headerHeight_, clientWidth(), clientHeight()};
+    RECT clip{};
+    IntersectRect(&clip, &band, &cells);
+    const ClipTo inCells(dc, clip);
     for (const CellRect& area : areas) {
+        if (area.bottom < firstRow || area.top > lastRow) continue;
         const RECT whole = areaRect(area);
         bool selected = false;
         for (const CellRect& s : chosen) {
@@ -264,20 +221,64 @@ void GridControl::paintMergedAreas(HDC dc, const std::vector<CellRect>& areas) {
         if (!looks_.paintFill(dc, inside, look, kSelectionFill, selected))
             FillRect(dc, &inside, selected ? selectedFill : static_cast<HBRUSH>(GetStockObject(WHITE_BRUSH)));
         if (style != CellStyles::kDefault) looks_.addBorders(whole, look);
-        if (ref && ref.formulaResult().type != cdtBlank) texts.push_back({looks_.fontOf(book_.styles(), style), style, ref, inside});
+        if (ref && ref.formulaResult().type != cdtBlank) texts.push_back({looks_.fontOf(book_.styles(), style), ref, nullptr, inside, clip});
     }
     DeleteObject(selectedFill);
-    std::stable_sort(texts.begin(), texts.end(), [](const TextArea& a, const TextArea& b) { return a.font < b.font; });
-    HFONT current = nullptr;
-    for (const TextArea& job : texts) {
+}
+
+// The texts of a paint, a font at a time, since choosing a font into the DC costs more than
+// drawing with it.
+void GridControl::paintTexts(HDC dc, std::vector<TextJob>& texts, const std::vector<CellRect>& merged) {
+    std::stable_sort(texts.begin(), texts.end(), [](const TextJob& a, const TextJob& b) { return a.font < b.font; });
+    const int width = clientWidth();
+    SheetTable& table = sheet();
+    HFONT chosen = nullptr;
+    for (const TextJob& job : texts) {
         std::u16string text = job.ref.displayText();
         if (text.empty()) continue;
-        if (!book_.styles()[job.style].wrap) onOneLine(text);
-        if (job.font != current) SelectObject(dc, current = job.font);
-        RECT r = job.inside;
+        if (job.font != chosen) SelectObject(dc, chosen = job.font);
+        const uint16_t style = job.ref.cell()->style;
+        const CellStyle& look = book_.styles()[style];
+        if (!look.wrap) onOneLine(text);
+        RECT r = job.box;
         InflateRect(&r, -scaled(3), 0);
-        looks_.paintText(dc, r, book_.styles(), job.style, {std::move(text), job.ref.formulaResult().type, job.ref.displayColour()}, zoomedDpi());
+        const CellDataType type = job.ref.formulaResult().type;
+        const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
+        int measured = -1;
+        if (job.row && !look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError) {
+            const std::wstring shown = wide(text);
+            SIZE extent{};
+            GetTextExtentPoint32W(dc, shown.c_str(), static_cast<int>(shown.size()), &extent);
+            measured = extent.cx;
+            // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
+            for (SheetCell* next = job.ref.cell()->next; r.right - r.left < extent.cx && r.right < width;) {
+                const int32_t column = columnAt(r.right + scaled(4));
+                if (next && next->index == column && CellRef(&table, job.row, next).formulaResult().type != cdtBlank) break;
+                if (!merged.empty() && inMergedArea(merged, job.row->index, column)) break;
+                r.right += columnWidth(column);
+                if (next && next->index <= column) next = next->next;
+            }
+        }
+        looks_.paintText(dc, r, job.clip, book_.styles(), style, {std::move(text), type, job.ref.displayColour(), measured}, zoomedDpi());
     }
+}
+
+// The focus frame, in the band it shows in; on a merged cell it frames the whole area, as one cell.
+void GridControl::paintFocus(HDC dc, const RECT& band) {
+    const SheetSelection& selection = sheet().selection();
+    if (!rowShown(selection.focusedRow()) || selection.focusedColumn() < leftColumn_) return;
+    RECT focus = cellRect(selection.focusedRow(), selection.focusedColumn());
+    if (const CellRect* area = sheet().mergedAreaAt(selection.focusedRow(), selection.focusedColumn())) focus = areaRect(*area);
+    RECT framed{};
+    const RECT outer{focus.left - 1, focus.top - 1, focus.right, focus.bottom};
+    if (!IntersectRect(&framed, &outer, &band)) return;
+    const ClipTo clip(dc, band);
+    HBRUSH frame = CreateSolidBrush(kAccent);
+    for (int i = 0; i < 2; ++i) {
+        RECT f{focus.left - 1 + i, focus.top - 1 + i, focus.right - i, focus.bottom - i};
+        FrameRect(dc, &f, frame);
+    }
+    DeleteObject(frame);
 }
 
 // A row's number; a strip at its left edge when "print page" would send the row.
