@@ -72,10 +72,9 @@ Value Call::element(const Value& value, int32_t row, int32_t column) {
         if (value.areaCount() != 1) return Value::error(ecValue);
         const Area& area = value.area();
         if (area.cells() > kMaxArrayElements) return Value::error(ecNUM);
-        const int32_t r = area.rows() == 1 ? 0 : row, c = area.columns() == 1 ? 0 : column;
-        if (r >= area.rows() || c >= area.columns()) return Value::error(ecNA);
+        if (!Matrix::pairedElement(area.rows(), area.columns(), row, column)) return Value::error(ecNA);
         try {
-            return evaluator_.readCell(*area.sheet, area.rect.top + r, area.rect.left + c);
+            return evaluator_.readCell(*area.sheet, area.rect.top + row, area.rect.left + column);
         } catch (const CalcError& e) {
             return Value::error(e.code);
         }

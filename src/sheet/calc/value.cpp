@@ -129,9 +129,7 @@ Value Matrix::at(size_t index) const {
 }
 
 Value Matrix::broadcast(int32_t row, int32_t column) const {
-    if (rows_ == 1) row = 0;
-    if (columns_ == 1) column = 0;
-    if (row >= rows_ || column >= columns_) return Value::error(ecNA);
+    if (!pairedElement(rows_, columns_, row, column)) return Value::error(ecNA);
     return at(row, column);
 }
 

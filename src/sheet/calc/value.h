@@ -120,6 +120,13 @@ public:
     // The element Excel pairs with (row, column) when this array meets a larger one: a single
     // row or column repeats along the other side; beyond the array is #N/A.
     Value broadcast(int32_t row, int32_t column) const;
+    // The same rule for any rows x columns block (an array, a referenced area): moves (row,
+    // column) to the element it pairs with; false when that lies beyond the block.
+    static bool pairedElement(int32_t rows, int32_t columns, int32_t& row, int32_t& column) {
+        if (rows == 1) row = 0;
+        if (columns == 1) column = 0;
+        return row < rows && column < columns;
+    }
     ValueKind kindAt(size_t index) const { return elements_[index].kind; }
     double numberAt(size_t index) const { return elements_[index].number; }
 
