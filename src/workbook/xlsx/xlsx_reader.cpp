@@ -577,13 +577,13 @@ private:
     }
 
     void readRow(XmlReader& reader, SheetTable& sheet, SheetRow& row, std::unordered_map<std::string, SharedFormula>& shared) {
+        rowTexts_.sheet = &sheet;
+        rowTexts_.row = &row;
         const int depth = reader.depth();
         while (reader.nextStartWithin(depth)) {
             // A cell without r takes the column the row gives its next cell: after its last one.
             if (reader.name() == "c") readCell(reader, sheet, row, row.cellCount(), shared);
         }
-        rowTexts_.sheet = &sheet;
-        rowTexts_.row = &row;
         rowTexts_.texts.prefetch(book_.strings());
         setTexts(lastRowTexts_);
         std::swap(rowTexts_, lastRowTexts_);
@@ -611,11 +611,7 @@ private:
         }
         if (column > kMaxColumn) report("The \"" + std::to_string(column) + "\" column index is invalid");
         // A cell that comes again, or out of order, finds the texts before it in place.
-        if (!rowTexts_.columns.empty() && column <= rowTexts_.columns.back()) {
-            rowTexts_.row = &row;
-            rowTexts_.sheet = &sheet;
-            setTexts(rowTexts_);
-        }
+        if (!rowTexts_.columns.empty() && column <= rowTexts_.columns.back()) setTexts(rowTexts_);
         CellRef cell = sheet.createCell(row, column);
         if (reader.attribute("s", value) && !value.empty()) {
             long style = -1;
