@@ -246,9 +246,8 @@ void GridControl::paintTexts(HDC dc, std::vector<TextJob>& texts, const std::vec
         const bool runsOn = look.horizontal == HorizontalAlignment::General || look.horizontal == HorizontalAlignment::Left;
         int measured = -1;
         if (job.row && !look.wrap && runsOn && !isNumericType(type) && type != cdtBoolean && type != cdtError) {
-            const std::wstring shown = wide(text);
             SIZE extent{};
-            GetTextExtentPoint32W(dc, shown.c_str(), static_cast<int>(shown.size()), &extent);
+            GetTextExtentPoint32W(dc, wide(text), static_cast<int>(text.size()), &extent);
             measured = extent.cx;
             // Text runs on over empty neighbours to its right, as in Excel, up to a merged area.
             for (SheetCell* next = job.ref.cell()->next; r.right - r.left < extent.cx && r.right < width;) {
