@@ -73,8 +73,9 @@ void CellLookPainter::clearFonts() {
     fontsByStyle_.clear();
 }
 
-void CellLookPainter::setGridFont(const wchar_t* face, int pixelHeight, int dpi) {
+void CellLookPainter::setGridFont(const wchar_t* face, int pixelHeight, int dpi, BYTE quality) {
     gridFace_ = face;
+    quality_ = quality;
     gridHeight_ = pixelHeight;
     dpi_ = dpi;
     clearFonts();
@@ -110,7 +111,7 @@ const CellLookPainter::HeldFont& CellLookPainter::heldOf(const CellStyles& style
     HeldFont& held = fonts_[key];
     if (!held.font) {
         held.font = CreateFontW(key.height, 0, 0, 0, key.bold ? FW_BOLD : FW_NORMAL, key.italic, key.underline,
-                                key.strike, DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, key.face.c_str());
+                                key.strike, DEFAULT_CHARSET, 0, 0, quality_, 0, key.face.c_str());
         HDC screen = GetDC(nullptr);
         held.holder = CreateCompatibleDC(screen);
         held.canvas = CreateCompatibleBitmap(screen, 1, 1);

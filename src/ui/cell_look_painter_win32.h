@@ -28,8 +28,8 @@ public:
     CellLookPainter& operator=(const CellLookPainter&) = delete;
 
     // The grid's own font, which cells show while the workbook names no default font of its
-    // own; `dpi` scales point sizes.
-    void setGridFont(const wchar_t* face, int pixelHeight, int dpi);
+    // own; `dpi` scales point sizes; every font is made with the text smoothing `quality`.
+    void setGridFont(const wchar_t* face, int pixelHeight, int dpi, BYTE quality);
 
     // The font of a style: a handle the painter owns, valid until the next setGridFont or
     // until the cache starts over, so callers select it for one paint at most.
@@ -82,6 +82,7 @@ private:
     std::wstring gridFace_ = L"SimSun";
     int gridHeight_ = 14;
     int dpi_ = 96;
+    BYTE quality_ = DEFAULT_QUALITY;
     // Each font stays selected in a small DC of its own, over a bitmap of the screen's format,
     // while it is cached: a font that no such DC holds is one the system may let go of between
     // paints, and realizing it again (loading the face, rendering its glyphs) costs more than

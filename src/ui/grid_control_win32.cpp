@@ -49,16 +49,22 @@ void GridControl::setFont(const wchar_t* face, int pixelHeight) {
     fontPixels_ = pixelHeight;
     if (font_) DeleteObject(font_);
     if (headerFont_) DeleteObject(headerFont_);
-    font_ = CreateFontW(-scaled(pixelHeight), 0, 0, 0, FW_NORMAL, 0, 0, 0, GB2312_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, face);
-    headerFont_ = CreateFontW(-scaled(12), 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0,
+    const BYTE quality = textQuality();
+    font_ = CreateFontW(-scaled(pixelHeight), 0, 0, 0, FW_NORMAL, 0, 0, 0, GB2312_CHARSET, 0, 0, quality, 0, face);
+    headerFont_ = CreateFontW(-scaled(12), 0, 0, 0, FW_NORMAL, 0, 0, 0, DEFAULT_CHARSET, 0, 0, quality, 0,
                               L"Segoe UI");
     SendMessageW(editor_, WM_SETFONT, reinterpret_cast<WPARAM>(font_), FALSE);
-    looks_.setGridFont(face, pixelHeight, zoomedDpi());
+    looks_.setGridFont(face, pixelHeight, zoomedDpi(), quality);
     rowHeight_ = scaled(20);
     headerHeight_ = scaled(20);
     headerWidth_ = scaled(52);
     tabBarHeight_ = scaled(24);
     refresh();
+}
+
+void GridControl::remakeFonts() {
+    const std::wstring face = fontFace_;
+    setFont(face.c_str(), fontPixels_);
 }
 
 void GridControl::setBounds(const RECT& r) {

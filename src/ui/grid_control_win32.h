@@ -36,6 +36,8 @@ public:
     HWND hwnd() const { return window_; }
     void setBounds(const RECT& bounds);
     void setFont(const wchar_t* face, int pixelHeight);
+    // Makes the fonts again, after the zoom or the system's text smoothing changed.
+    void remakeFonts();
     // Takes the keyboard focus (into the in-place editor, which waits at the current cell).
     void focus();
     // Repaints after the workbook changed from outside (a load, a command).

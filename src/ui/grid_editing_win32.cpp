@@ -120,8 +120,7 @@ void GridControl::setZoom(int percent) {
     percent = std::clamp(percent, kMinZoom, kMaxZoom);
     if (percent == zoom_) return;
     zoom_ = percent;
-    const std::wstring face = fontFace_;
-    setFont(face.c_str(), fontPixels_);
+    remakeFonts();
 }
 
 // The small square at the bottom right of a single selected area.

@@ -38,7 +38,7 @@ HWND makeChild(HWND parent, const wchar_t* cls, const wchar_t* text, DWORD style
 }
 
 HFONT makeFont(const wchar_t* face, int pixelHeight) {
-    return CreateFontW(-pixelHeight, 0, 0, 0, FW_NORMAL, 0, 0, 0, GB2312_CHARSET, 0, 0, CLEARTYPE_QUALITY, 0, face);
+    return CreateFontW(-pixelHeight, 0, 0, 0, FW_NORMAL, 0, 0, 0, GB2312_CHARSET, 0, 0, textQuality(), 0, face);
 }
 
 }  // namespace
@@ -277,6 +277,9 @@ LRESULT LabelToolWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
         closed_ = action != TCloseAction::caNone;
         return 0;
     }
+    case WM_SETTINGCHANGE:
+        if (grid_ && (wParam == SPI_SETFONTSMOOTHING || wParam == SPI_SETFONTSMOOTHINGTYPE)) grid_->remakeFonts();
+        break;
     case WM_ACTIVATE:
         if (LOWORD(wParam) != WA_INACTIVE && grid_) grid_->focus();
         break;

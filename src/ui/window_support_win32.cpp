@@ -20,6 +20,15 @@ void registerWindowClass(const wchar_t* name, UINT style, HBRUSH background) {
     RegisterClassExW(&wc);
 }
 
+BYTE textQuality() {
+    BOOL smoothing = TRUE;
+    UINT type = FE_FONTSMOOTHINGCLEARTYPE;
+    if (!SystemParametersInfoW(SPI_GETFONTSMOOTHING, 0, &smoothing, 0)) return DEFAULT_QUALITY;
+    if (!smoothing) return NONANTIALIASED_QUALITY;
+    if (!SystemParametersInfoW(SPI_GETFONTSMOOTHINGTYPE, 0, &type, 0)) return DEFAULT_QUALITY;
+    return type == FE_FONTSMOOTHINGCLEARTYPE ? CLEARTYPE_QUALITY : ANTIALIASED_QUALITY;
+}
+
 std::u16string windowText(HWND window) {
     const int length = GetWindowTextLengthW(window);
     std::wstring text(static_cast<size_t>(length) + 1, L'\0');

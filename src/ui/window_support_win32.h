@@ -20,6 +20,13 @@ inline std::u16string fromWide(const wchar_t* text) { return reinterpret_cast<co
 // Whether the key is held down now, as the message being handled saw it.
 inline bool keyDown(int key) { return (GetKeyState(key) & 0x8000) != 0; }
 
+// The smoothing the system is set to draw text with (ClearType, standard or none), for the
+// fonts the library makes: its text looks like the rest of the desktop's. DEFAULT_QUALITY
+// would ask the same of the system each time a font is chosen into a DC, which under Wine
+// means a lookup in the X resources (on disk, on a display that has none) for every font of
+// every paint; the grid chooses dozens a paint.
+BYTE textQuality();
+
 // A window's whole text.
 std::u16string windowText(HWND window);
 
