@@ -127,10 +127,6 @@ const CellLookPainter::HeldFont& CellLookPainter::heldOf(const CellStyles& style
     return *(fontsByStyle_[style] = &held);
 }
 
-int CellLookPainter::textHeight(const CellStyles& styles, uint16_t style) {
-    return std::abs(keyOf(styles, styles[style]).height);
-}
-
 void CellLookPainter::beginPaint() {
     textColour_ = backColour_ = CLR_INVALID;
     if (lines_.size() > kMaxPens) clearPens();
@@ -234,14 +230,15 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const RECT& clip, cons
     const Rgb colour = text.sectionColour ? *text.sectionColour : style.font.colour;
     const COLORREF ink = colour == kAutoColour ? RGB(0, 0, 0) : colourRef(colour);
     if (ink != textColour_) SetTextColor(dc, textColour_ = ink);
-    const std::wstring shown = wide(text.text);
+    const wchar_t* const shown = wide(text.text);   // the whole text, also past a NUL in it
+    const int length = int(text.text.size());
     const int lineHeight = heldOf(styles, styleIndex).lineHeight;
     if (!style.wrap) {
         if (style.vertical == VerticalAlignment::Bottom) r.bottom -= 1;
         int textWidth = text.width;
         if (textWidth < 0) {
             SIZE extent{};
-            GetTextExtentPoint32W(dc, shown.c_str(), int(shown.size()), &extent);
+            GetTextExtentPoint32W(dc, shown, length, &extent);
             textWidth = extent.cx;
         }
         const int y = style.vertical == VerticalAlignment::Top      ? r.top
@@ -259,16 +256,15 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const RECT& clip, cons
         // Laid out here rather than by DrawText, which would measure the text again. A text wider
         // than its cell is cut at the cell's edges, as in Excel: a left-aligned one shows its
         // start, a right-aligned one its end.
-        ExtTextOutW(dc, lineStart(textWidth), y, ETO_CLIPPED, &shownIn, shown.c_str(), UINT(shown.size()), nullptr);
+        ExtTextOutW(dc, lineStart(textWidth), y, ETO_CLIPPED, &shownIn, shown, UINT(length), nullptr);
         return;
     }
     IntersectRect(&shownIn, &shownIn, &r);
     // Wrapped: measured once, broken into lines here, each line drawn by itself.
-    std::vector<int> ends(shown.size());
+    std::vector<int> ends(size_t(length), 0);
     SIZE whole{};
-    if (!shown.empty()) GetTextExtentExPointW(dc, shown.c_str(), int(shown.size()), 0, nullptr, ends.data(), &whole);
-    const std::vector<LineSpan> lines =
-        breakLines(std::u16string_view(text.text).substr(0, shown.size()), ends, std::max<int>(1, r.right - r.left));
+    if (length > 0) GetTextExtentExPointW(dc, shown, length, 0, nullptr, ends.data(), &whole);
+    const std::vector<LineSpan> lines = breakLines(text.text, ends, std::max<int>(1, r.right - r.left));
     const int spare = (r.bottom - r.top) - lineHeight * int(lines.size());
     int y = r.top;
     if (spare > 0 && style.vertical == VerticalAlignment::Bottom) y += spare - 1;
@@ -277,7 +273,7 @@ void CellLookPainter::paintText(HDC dc, const RECT& cell, const RECT& clip, cons
         if (y >= shownIn.bottom) break;
         if (line.end > line.begin) {
             const int lineWidth = ends[line.end - 1] - (line.begin ? ends[line.begin - 1] : 0);
-            ExtTextOutW(dc, lineStart(lineWidth), y, ETO_CLIPPED, &shownIn, shown.c_str() + line.begin, UINT(line.end - line.begin), nullptr);
+            ExtTextOutW(dc, lineStart(lineWidth), y, ETO_CLIPPED, &shownIn, shown + line.begin, UINT(line.end - line.begin), nullptr);
         }
         y += lineHeight;
     }

@@ -34,8 +34,6 @@ public:
     // The font of a style: a handle the painter owns, valid until the next setGridFont or
     // until the cache starts over, so callers select it for one paint at most.
     HFONT fontOf(const CellStyles& styles, uint16_t style);
-    // The height a style's font needs in a row, in pixels.
-    int textHeight(const CellStyles& styles, uint16_t style);
 
     // Called once before a paint. From then on the painter alone sets the DC's text and
     // background colours until the cells are painted (it sets them only when they change).
