@@ -91,8 +91,7 @@ std::u16string formatComplex(const Complex& value, char16_t suffix) {
     const double re = value.re == 0 ? 0 : value.re, im = value.im == 0 ? 0 : value.im;
     if (im == 0) return formatPart(re);
     std::u16string imaginary = formatPart(im);
-    if (imaginary == u"1") imaginary.clear();
-    else if (imaginary == u"-1") imaginary = u"-";
+    if (imaginary == u"1" || imaginary == u"-1") imaginary.resize(imaginary.size() - 1);   // i, -i
     imaginary += suffix;
     if (re == 0) return imaginary;
     std::u16string out = formatPart(re);
