@@ -176,6 +176,40 @@ TEST(NativeFormat, ReadsTheVersionsBeforeMergedAreas) {
     }
 }
 
+// A text is written once and named by its index after that; the reader takes texts into the
+// table a row after it reads them. A text named again in its own row, in the next one, rows
+// later or on another sheet must find the one entry, each cell holding one reference to it:
+// clearing the cells empties the table.
+TEST(NativeFormat, TextsNamedAgainAnywhereShareOneEntry) {
+    Workbook book;
+    SheetTable& first = *book.activeSheet();
+    SheetTable& second = book.addSheet(u"B");
+    const auto label = [](int32_t n) { return u"\u6807\u7B7E" + std::u16string(1, char16_t(u'A' + n % 26)) + char16_t(u'0' + n / 26); };
+    for (int32_t r = 0; r < 200; ++r) {
+        first.createCell(r, 0).setString(label(r));
+        first.createCell(r, 1).setString(label(r));
+        if (r > 0) first.createCell(r, 2).setString(label(r - 1));
+        first.createCell(r, 3).setString(label(r * 7 % 200));
+        second.createCell(199 - r, 0).setString(label(r));
+    }
+    const std::string saved = snapshot(book);
+    Workbook loaded;
+    ByteStream stream{saved, 0};
+    LoadFromStream(loaded, stream);
+    EXPECT_EQ(snapshot(loaded), saved);
+    EXPECT_EQ(loaded.strings().size(), 200u);
+    EXPECT_EQ(loaded.sheet(0).getCell(57, 3).displayText(), label(57 * 7 % 200));
+    EXPECT_EQ(loaded.sheet(1).getCell(0, 0).displayText(), label(199));
+
+    loaded.history().lock();
+    for (int32_t s = 0; s < loaded.sheetCount(); ++s) {
+        for (SheetRow* row = loaded.sheet(s).rows().first(); row; row = row->next) {
+            for (SheetCell* cell = row->cells.first(); cell; cell = cell->next) CellRef(&loaded.sheet(s), row, cell).clear();
+        }
+    }
+    EXPECT_EQ(loaded.strings().size(), 0u) << "a reference too many was left behind";
+}
+
 // The writer writes only areas a sheet took: overlapping ones are damage.
 TEST(NativeFormat, OverlappingMergedAreasAreRefused) {
     Workbook source;

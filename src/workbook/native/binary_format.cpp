@@ -1,14 +1,18 @@
 #include "workbook/native/binary_format.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "sheet/calc/compile.h"
 #include "sheet/cell_formula.h"
 #include "sheet/sheet_bounds.h"
+#include "sheet/shared_strings.h"
+#include "text/prefault.h"
 #include "workbook/workbook_errors.h"
 
 namespace kes {
@@ -26,31 +30,104 @@ constexpr std::string_view kSignature{"KESBOOK\x1A", 8};
 constexpr uint32_t kVersion = 5;
 constexpr uint32_t kNewString = UINT32_MAX;
 
+// The texts of a file in the order it names them: a list in pages that never moves what it
+// holds, since a large workbook has hundreds of thousands and a vector would copy them all
+// again at each doubling.
+class TextList {
+public:
+    void push_back(SharedString* entry) {
+        if (size_ % kPage == 0) pages_.push_back(std::make_unique_for_overwrite<SharedString*[]>(kPage));
+        pages_.back()[size_ % kPage] = entry;
+        ++size_;
+    }
+    SharedString* operator[](size_t i) const { return pages_[i / kPage][i % kPage]; }
+    size_t size() const { return size_; }
+
+private:
+    static constexpr size_t kPage = 16384;
+    std::vector<std::unique_ptr<SharedString*[]>> pages_;
+    size_t size_ = 0;
+};
+
 // --- writing ---------------------------------------------------------------------------------
 
+// The bytes go into chunks of growing size and reach the caller's string in one piece at the
+// end: a string grown by appends would copy tens of megabytes again at each doubling and fault
+// its fresh pages in one by one. Each distinct text is written once; the workbook's table keeps
+// its index in the file while the file is written (SharedString::writerIndex, one more than
+// the index), and the output sets the indexes back when done.
 class Output {
 public:
     explicit Output(std::string& out) : out_(out) {}
-    void string(const SharedString* entry) {
-        const auto [at, added] = strings_.try_emplace(entry, uint32_t(strings_.size()));
-        if (!added) return put(at->second);
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output() {
+        for (size_t i = 0; i < strings_.size(); ++i) strings_[i]->writerIndex = 0;
+    }
+    // Appends what was written to the caller's string.
+    void finish() {
+        size_t total = out_.size();
+        for (const Chunk& chunk : chunks_) total += chunk.used;
+        total += size_t(at_ - chunkStart());
+        const size_t from = out_.size();
+        out_.reserve(total);
+        prefaultForWriting(out_.data() + from, total - from);
+        for (const Chunk& chunk : chunks_) out_.append(chunk.bytes.get(), chunk.used);
+        out_.append(chunkStart(), size_t(at_ - chunkStart()));
+    }
+    void string(SharedString* entry) {
+        if (entry->writerIndex != 0) return put(entry->writerIndex - 1);
+        strings_.push_back(entry);
+        entry->writerIndex = static_cast<uint32_t>(strings_.size());
         put(kNewString);
         text(entry->text());
     }
     template <class T>
     void put(T value) {
-        char bytes[sizeof(T)];
-        std::memcpy(bytes, &value, sizeof(T));
-        out_.append(bytes, sizeof(T));
+        bytes(&value, sizeof(T));
     }
     void text(std::u16string_view s) {
         put(static_cast<uint32_t>(s.size()));
-        out_.append(reinterpret_cast<const char*>(s.data()), s.size() * sizeof(char16_t));
+        bytes(s.data(), s.size() * sizeof(char16_t));
     }
 
 private:
+    struct Chunk {
+        std::unique_ptr<char[]> bytes;
+        size_t used;
+    };
+    static constexpr size_t kFirstChunk = size_t(64) << 10;
+    static constexpr size_t kLargestChunk = size_t(4) << 20;
+
+    void bytes(const void* data, size_t n) {
+        if (n == 0) return;
+        if (n > size_t(end_ - at_)) nextChunk(n);
+        std::memcpy(at_, data, n);
+        at_ += n;
+    }
+    char* chunkStart() const { return current_.get(); }
+    void nextChunk(size_t atLeast) {
+        size_t size = kFirstChunk;
+        if (current_) {
+            const size_t used = size_t(at_ - current_.get());
+            chunks_.push_back({std::move(current_), used});
+            size = std::min(currentSize_ * 2, kLargestChunk);
+        }
+        size = std::max(size, atLeast);
+        current_ = std::make_unique_for_overwrite<char[]>(size);
+        prefaultForWriting(current_.get(), size);
+        currentSize_ = size;
+        at_ = current_.get();
+        end_ = at_ + size;
+    }
+
     std::string& out_;
-    std::unordered_map<const SharedString*, uint32_t> strings_;
+    std::vector<Chunk> chunks_;
+    std::unique_ptr<char[]> current_;
+    size_t currentSize_ = 0;
+    char* at_ = nullptr;
+    char* end_ = nullptr;
+    TextList strings_;
 };
 
 void writeArea(Output& out, const CellRect& a) {
@@ -60,11 +137,18 @@ void writeArea(Output& out, const CellRect& a) {
     out.put(a.bottom);
 }
 
+// What every cell starts with: its column, style, type and flags.
+struct CellHeader {
+    int32_t index;
+    uint16_t style;
+    uint8_t type;
+    uint8_t flags;
+};
+static_assert(sizeof(CellHeader) == 8, "a cell's header is written as it lies in memory");
+
 void writeCell(Output& out, const SheetCell& cell) {
-    out.put(cell.index);
-    out.put(cell.style);
-    out.put(static_cast<uint8_t>(cell.type));
-    out.put(static_cast<uint8_t>(static_cast<uint8_t>(cell.showFormula) | (cell.inArray ? 4 : 0)));
+    out.put(CellHeader{cell.index, cell.style, static_cast<uint8_t>(cell.type),
+                       static_cast<uint8_t>(static_cast<uint8_t>(cell.showFormula) | (cell.inArray ? 4 : 0))});
     switch (cell.type) {
     case cdtBlank: break;
     case cdtBoolean: out.put(static_cast<uint8_t>(cell.boolean)); break;
@@ -131,6 +215,7 @@ void writeSheet(Output& out, SheetTable& sheet) {
     for (SheetRow* r = sheet.rows().first(); r; r = r->next) ++rows;
     out.put(rows);
     for (SheetRow* r = sheet.rows().first(); r; r = r->next) {
+        prefetchTexts(r->next ? r->next->next : nullptr);
         uint32_t cells = 0;
         for (SheetCell* c = r->cells.first(); c; c = c->next) ++cells;
         out.put(r->index);
@@ -170,18 +255,32 @@ public:
 
     uint32_t version() const { return version_; }
 
-    // A string cell's text: its own, or (version 2) the entry of an earlier cell.
-    void string(CellRef& cell) {
+    // A string cell's text: its own, or (version 2) the entry of an earlier cell. From version 2
+    // on, the texts reach the workbook's table a row after they are read, their slots asked for
+    // in between (see SharedStringTable::prefetch), and the cells that name them wait for them.
+    void string(SheetTable& sheet, SheetRow& row, CellRef& cell) {
         if (version_ < 2) return cell.setString(text("string"));
-        const uint32_t ref = get<uint32_t>("string");
-        if (ref == kNewString) {
-            cell.setString(text("string"));
-            strings_.push_back(cell.cell()->string);
-        } else if (ref < strings_.size()) {
-            cell.setSharedString(strings_[ref]);
-        } else {
+        uint32_t index = get<uint32_t>("string");
+        if (index == kNewString) {
+            reading_.add(text("string"));
+            index = known_++;
+        } else if (index >= known_) {
             fail("string", "refers to no earlier string");
         }
+        if (index < strings_.size()) cell.setSharedString(strings_[index]);
+        else waitingCells_.push_back({&sheet, &row, cell.cell(), index});
+    }
+    // At the end of a row: the slots of its new texts are asked for, the texts of the row
+    // before go into the table.
+    void endRow(SharedStringTable& table) {
+        reading_.prefetch(table);
+        takeTexts(waiting_, table);
+        std::swap(reading_, waiting_);
+    }
+    // At the end of a sheet: every cell has its text.
+    void endSheet(SharedStringTable& table) {
+        takeTexts(waiting_, table);
+        takeTexts(reading_, table);
     }
 
     template <class T>
@@ -216,11 +315,38 @@ private:
         if (n > bytes_.size() - position_) fail(what, "truncated");
     }
 
+    struct WaitingCell {
+        SheetTable* sheet;
+        SheetRow* row;
+        SheetCell* cell;
+        uint32_t index;
+    };
+
+    void takeTexts(SharedStringBatch& batch, SharedStringTable& table) {
+        if (batch.empty()) return;
+        const size_t first = strings_.size();
+        entries_.resize(batch.size());
+        batch.acquire(table, entries_.data());
+        for (SharedString* entry : entries_) strings_.push_back(entry);
+        size_t kept = 0;
+        for (const WaitingCell& waiting : waitingCells_) {
+            if (waiting.index < strings_.size()) CellRef(waiting.sheet, waiting.row, waiting.cell).setSharedString(strings_[waiting.index]);
+            else waitingCells_[kept++] = waiting;
+        }
+        waitingCells_.resize(kept);
+        for (size_t i = first; i < strings_.size(); ++i) table.release(strings_[i]);   // the cells hold them now
+    }
+
     std::string_view bytes_;
     uint32_t version_;
     size_t position_ = 0;
     std::u16string scratch_;
-    std::vector<SharedString*> strings_;   // held by the cells that read them first
+    TextList strings_;                  // in the table, held by the cells that name them
+    uint32_t known_ = 0;                // texts read: those in the table, then those waiting
+    SharedStringBatch reading_;         // new texts of the row being read
+    SharedStringBatch waiting_;         // new texts of the row before, their slots asked for
+    std::vector<SharedString*> entries_;
+    std::vector<WaitingCell> waitingCells_;
 };
 
 CellRect readArea(Input& in, const char* what) {
@@ -286,7 +412,7 @@ void readCell(Input& in, SheetTable& sheet, SheetRow& row, int32_t& lastColumn, 
     case cdtFloat: cell.assign(CellValue::makeFloat(in.get<double>("number"))); break;
     case cdtDateTime: cell.assign(CellValue::makeDateTime(in.get<double>("date"))); break;
     case cdtInteger: cell.assign(CellValue::makeInteger(in.get<int32_t>("integer"))); break;
-    case cdtString: in.string(cell); break;
+    case cdtString: in.string(sheet, row, cell); break;
     case cdtFormula: {
         const std::u16string text(in.text("formula"));
         if (in.version() < 4) {
@@ -401,7 +527,9 @@ void readSheet(Input& in, Workbook& book, uint32_t styleCount) {
         const uint32_t cells = in.count(8, "cells");
         int32_t lastColumn = -1;
         for (uint32_t c = 0; c < cells; ++c) readCell(in, sheet, row, lastColumn, styleCount);
+        in.endRow(book.strings());
     }
+    in.endSheet(book.strings());
     if (in.version() < 3) return;
     const uint32_t merged = in.count(16, "merged areas");
     for (uint32_t i = 0; i < merged; ++i) {
@@ -437,6 +565,7 @@ void NativeWriter::Write(Workbook& book, std::string& out) {
     o.put(book.activeSheetIndex());
     for (int32_t i = 0; i < book.sheetCount(); ++i) writeSheet(o, book.sheet(i));
     writeNamesAndTables(o, book);
+    o.finish();
 }
 
 void NativeReader::Read(Workbook& book, ByteStream& stream) {
