@@ -20,6 +20,7 @@ struct SheetCell : ListItem<SheetCell> {
     CellDataType type = cdtBlank;
     ShowFormula showFormula : 2 = ShowFormula::Default;
     bool inArray : 1 = false;        // part of an array formula's range
+    uint8_t spareBits : 5 = 0;       // set too, so that a new cell is written without reading its memory first
     uint16_t style = 0;              // index into the workbook's cell styles
     union {
         bool boolean;
@@ -44,6 +45,15 @@ struct SheetRow : ListItem<SheetRow> {
     // Index of the last cell + 1, or 0 when the row holds no cell.
     int32_t cellCount() const { return cells.last() ? cells.last()->index + 1 : 0; }
 };
+
+// Starts fetching the text entries that a row's cells name, for writers that walk a whole
+// sheet: the entries of a million rows lie far apart, and each would be a wait of its own.
+inline void prefetchTexts(const SheetRow* row) {
+    if (!row) return;
+    for (const SheetCell* cell = row->cells.first(); cell; cell = cell->next) {
+        if (cell->type == cdtString) __builtin_prefetch(cell->string);
+    }
+}
 
 struct SheetColumn : ListItem<SheetColumn> {
     explicit SheetColumn(int32_t column) : ListItem(column) {}

@@ -210,6 +210,7 @@ void writeWorksheet(PartStream& out, SheetTable& sheet, bool selected, SharedStr
     if (!columns.empty()) xml += "<cols>" + columns + "</cols>";
     xml += "<sheetData>";
     for (SheetRow* row = sheet.rows().first(); row; row = row->next) {
+        prefetchTexts(row->next ? row->next->next : nullptr);
         xml += "<row r=\"";
         appendNumber(xml, uint64_t(row->index) + 1);
         xml += '"';
