@@ -75,7 +75,9 @@ evaluated = ["SUM(Stock[Qty])*Rate", "Twice(B22)", "LET(x,Items,COUNTA(x))", "SO
              "MAP(SEQUENCE(3),LAMBDA(v,v*v))", "OFFSET(A21,1,1,2,2)", "INDIRECT(\"Sheet1!B\"&22)", "@A21:A24",
              "IFERROR(1/0,Loop)", "REDUCE(0,B21:B24,LAMBDA(a,v,a+N(v)))", "FILTER(A21:A24,B21:B24<>\"\")",
              # whole columns taken element by element: a million calls, once a million exceptions
-             "INDEX(A:A,MATCH(\"+\"<B:B,0))", "INDEX(A:A,INDEX(A:A,B:B,0))"]
+             "INDEX(A:A,MATCH(\"+\"<B:B,0))", "INDEX(A:A,INDEX(A:A,B:B,0))",
+             # a text that is no number less three whole columns: a million #VALUE! elements
+             "@A21-A:A:C24"]
 for f in formulas:
     seed("formula", b"\x00\x00" + f.encode())
     seed("formula_eval", f.encode())

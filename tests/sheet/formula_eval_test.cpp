@@ -72,6 +72,22 @@ TEST_F(FormulaEval, ComputesWhatLabelSheetsUse) {
     }
 }
 
+// A text against an array is read as a number once for all its elements; what each element
+// shows must stay as before: the number, or #VALUE!, after an error the element itself holds.
+TEST_F(FormulaEval, ATextAgainstAnArrayIsReadOnceWithErrorsFirst) {
+    const std::pair<std::u16string_view, std::u16string_view> cases[] = {
+        {u"=INDEX(\"3\"*{1,2,4},3)", u"12"},
+        {u"=INDEX({1,2}-\" 2 \",1)", u"-1"},
+        {u"=INDEX(\"x\"-{1,#N/A},1)", u"#VALUE!"},
+        {u"=INDEX(\"x\"-{1,#N/A},2)", u"#N/A"},
+        {u"=INDEX({#DIV/0!,2}^\"x\",1)", u"#DIV/0!"},
+        {u"=INDEX({#DIV/0!,2}^\"x\",2)", u"#VALUE!"},
+        {u"=INDEX(\"2026-11-23\"+{0,1},2)", u"46350"},
+        {u"=COUNT(A1-B1:C3)", u"0"},
+    };
+    for (const auto& [formula, expected] : cases) EXPECT_EQ(shown(formula), expected) << std::string(formula.begin(), formula.end());
+}
+
 TEST_F(FormulaEval, LooksUpDatesTextsAndTables) {
     // A price list in E1:F3 beside the label rows.
     const char16_t* const prices[][2] = {{u"A-1", u"10"}, {u"B-2", u"20"}, {u"C-3", u"30"}};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
 #include <cmath>
 #include <vector>
 
@@ -68,16 +69,25 @@ private:
     uint32_t size_;
 };
 
+// An operand of arithmetic as a number, as toNumber gives it, or none where toNumber fails with
+// #VALUE!; without an exception, since an operator over a whole column meets a text that is no
+// number in each of a million elements (="x"-A:C), and as many exceptions take seconds.
+std::optional<double> operandNumber(const Value& value, const FormatSettings& settings) {
+    switch (value.kind()) {
+    case ValueKind::Blank: return 0.0;
+    case ValueKind::Number:
+    case ValueKind::Boolean: return value.number();
+    case ValueKind::Text: return textToNumber(value.text(), settings);
+    default: return std::nullopt;
+    }
+}
+
 Value arithmetic(Operator op, const Value& a, const Value& b, const FormatSettings& settings, bool final) {
     if (a.isError()) return a;
     if (b.isError()) return b;
-    double x, y;
-    try {
-        x = toNumber(a, settings);
-        y = toNumber(b, settings);
-    } catch (const CalcError& e) {
-        return Value::error(e.code);
-    }
+    const std::optional<double> first = operandNumber(a, settings), second = operandNumber(b, settings);
+    if (!first || !second) return Value::error(ecValue);
+    const double x = *first, y = *second;
     switch (op) {
     case Operator::Add:
     case Operator::Subtract: {
@@ -407,7 +417,27 @@ Value Evaluator::binary(const Node& node, uint32_t index, Mode mode) {
     const bool final = index == finalNode_;
     if (a.isScalar() && b.isScalar()) return scalarOperator(node.op, a, b, s, final);
     try {
-        return elementwise(*toMatrix(a), *toMatrix(b),
+        const std::shared_ptr<const Matrix> leftMatrix = toMatrix(a), rightMatrix = toMatrix(b);
+        const Matrix &left = *leftMatrix, &right = *rightMatrix;
+        if (node.op >= Operator::Power && node.op <= Operator::Subtract) {
+            // A text that repeats over the whole array (="x"-A:C) is read as a number once, not
+            // once per element: the number it is, or where it is none, #VALUE! for each element
+            // whose other operand is no error (an error there comes first, as arithmetic has it).
+            const auto readOnce = [&](const Matrix& m) -> std::optional<Value> {
+                if (m.size() != 1 || !m.at(0).isText()) return std::nullopt;
+                const std::optional<double> number = textToNumber(m.at(0).text(), s);
+                return number ? Value::number(*number) : Value::error(ecValue);
+            };
+            const std::optional<Value> once[2] = {readOnce(left), readOnce(right)};
+            if (once[0] || once[1]) {
+                return elementwise(left, right, [&](const Value& x, const Value& y) {
+                    if (once[0] && once[0]->isError()) return y.isError() ? y : *once[0];
+                    if (once[1] && once[1]->isError()) return x.isError() ? x : *once[1];
+                    return arithmetic(node.op, once[0] ? *once[0] : x, once[1] ? *once[1] : y, s, false);
+                });
+            }
+        }
+        return elementwise(left, right,
                            [&](const Value& x, const Value& y) { return scalarOperator(node.op, x, y, s, false); });
     } catch (const CalcError& e) {
         return Value::error(e.code);
