@@ -69,9 +69,10 @@ private:
     uint32_t size_;
 };
 
-// An operand of arithmetic as a number, as toNumber gives it, or none where toNumber fails with
-// #VALUE!; without an exception, since an operator over a whole column meets a text that is no
-// number in each of a million elements (="x"-A:C), and as many exceptions take seconds.
+// A value as a number, or none where it is no number (an error, a text that reads as none, an
+// array); toNumber throws on top of it. Without an exception, since an operator over a whole
+// column meets a text that is no number in each of a million elements (="x"-A:C), and as many
+// exceptions take seconds.
 std::optional<double> operandNumber(const Value& value, const FormatSettings& settings) {
     switch (value.kind()) {
     case ValueKind::Blank: return 0.0;
@@ -158,17 +159,9 @@ Value elementwise(const Matrix& a, const Matrix& b, Op&& op) {
 void fail(FormulaErrorCode code) { throw CalcError{code}; }
 
 double toNumber(const Value& value, const FormatSettings& settings) {
-    switch (value.kind()) {
-    case ValueKind::Blank: return 0;
-    case ValueKind::Number:
-    case ValueKind::Boolean: return value.number();
-    case ValueKind::Text: {
-        if (const auto number = textToNumber(value.text(), settings)) return *number;
-        fail(ecValue);
-    }
-    case ValueKind::Error: fail(value.error());
-    default: fail(ecValue);
-    }
+    if (value.isError()) fail(value.error());
+    if (const std::optional<double> number = operandNumber(value, settings)) return *number;
+    fail(ecValue);
 }
 
 std::u16string toText(const Value& value) {
@@ -425,7 +418,7 @@ Value Evaluator::binary(const Node& node, uint32_t index, Mode mode) {
             // whose other operand is no error (an error there comes first, as arithmetic has it).
             const auto readOnce = [&](const Matrix& m) -> std::optional<Value> {
                 if (m.size() != 1 || !m.at(0).isText()) return std::nullopt;
-                const std::optional<double> number = textToNumber(m.at(0).text(), s);
+                const std::optional<double> number = operandNumber(m.at(0), s);
                 return number ? Value::number(*number) : Value::error(ecValue);
             };
             const std::optional<Value> once[2] = {readOnce(left), readOnce(right)};
